@@ -1,0 +1,46 @@
+# One helper for each kind of target, so that a folder's own list stays short.
+
+# yestermark_library(NAME SOURCES ... [PUBLIC libs...] [PRIVATE libs...])
+# A static library whose headers are included as <folder>/<header> by the targets that link it.
+function(yestermark_library name)
+    cmake_parse_arguments(arg "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+    add_library(${name} STATIC ${arg_SOURCES})
+    target_include_directories(${name} PUBLIC "${CMAKE_CURRENT_SOURCE_DIR}/..")
+    target_link_libraries(${name} PUBLIC ${arg_PUBLIC} PRIVATE ${arg_PRIVATE})
+endfunction()
+
+# yestermark_test(NAME SOURCES ... LIBRARIES ... [DISPLAY 1920x1080] [ACTIVATION] [TIMEOUT s])
+# A Qt Test program below tests/. It runs with a temporary home and a private session bus; with
+# DISPLAY on a virtual X server of that size with a window manager, else off screen; with
+# ACTIVATION the bus can start the desktop bridge of this build.
+function(yestermark_test name)
+    cmake_parse_arguments(arg "ACTIVATION" "DISPLAY;TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
+    add_executable(${name} ${arg_SOURCES})
+    set_target_properties(${name} PROPERTIES
+        RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests"
+        ENABLE_EXPORTS ON) # lets the fake clock of tests/support replace the C library's
+    target_link_libraries(${name} PRIVATE test_support ${arg_LIBRARIES} Qt5::Test)
+
+    set(wrapper "${PROJECT_SOURCE_DIR}/tests/support/isolated" --build "${PROJECT_BINARY_DIR}")
+    if(arg_DISPLAY)
+        list(APPEND wrapper --display ${arg_DISPLAY})
+    endif()
+    if(arg_ACTIVATION)
+        list(APPEND wrapper --activation)
+    endif()
+    if(NOT arg_TIMEOUT)
+        set(arg_TIMEOUT 120)
+    endif()
+    add_test(NAME ${name} COMMAND ${wrapper} -- $<TARGET_FILE:${name}>)
+    set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT})
+endfunction()
+
+# yestermark_bench(NAME SOURCES ... LIBRARIES ...)
+# A program below bench/ that prints one line a figure; scripts/bench runs them all.
+function(yestermark_bench name)
+    cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES" ${ARGN})
+    add_executable(${name} ${arg_SOURCES})
+    set_target_properties(${name} PROPERTIES
+        RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bench")
+    target_link_libraries(${name} PRIVATE bench_support ${arg_LIBRARIES})
+endfunction()
