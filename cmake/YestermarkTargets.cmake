@@ -21,7 +21,7 @@ function(yestermark_test name)
         ENABLE_EXPORTS ON) # lets the fake clock of tests/support replace the C library's
     target_link_libraries(${name} PRIVATE test_support ${arg_LIBRARIES} Qt5::Test)
 
-    set(wrapper "${PROJECT_SOURCE_DIR}/tests/support/isolated" --build "${PROJECT_BINARY_DIR}")
+    set(wrapper "${PROJECT_SOURCE_DIR}/scripts/virtual-desktop" --build "${PROJECT_BINARY_DIR}")
     if(arg_DISPLAY)
         list(APPEND wrapper --display ${arg_DISPLAY})
     endif()
