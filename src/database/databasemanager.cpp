@@ -1,0 +1,90 @@
+#include "database/databasemanager.h"
+
+#include "database/daytext.h"
+
+#include <QDebug>
+
+#include <utility>
+
+namespace
+{
+constexpr long SECONDS_PER_HOUR = 3600;
+
+// An invalid date, with a warning, for a text that is no day of the calendar.
+QDate validDate(const QString &day)
+{
+    const QDate date = DayText::toDate(day);
+    if (!date.isValid()) {
+        qWarning() << "Invalid date string:" << day;
+    }
+    return date;
+}
+} // namespace
+
+DatabaseManager *DatabaseManager::getInstance()
+{
+    static DatabaseManager instance;
+    return &instance;
+}
+
+bool DatabaseManager::saveScreenShotData(ScreenShotData data)
+{
+    return m_ocrDatabase.saveScreenshotData(std::move(data));
+}
+
+bool DatabaseManager::updateScreenshotOCRText(ScreenShotData data)
+{
+    return m_ocrDatabase.updateScreenshotOCRText(std::move(data));
+}
+
+bool DatabaseManager::deleteDatabase(long start, long end)
+{
+    if (!m_ocrDatabase.deleteOcrDatabase(start, end)) {
+        qWarning() << "Delete ocr database failed";
+        return false;
+    }
+    return true;
+}
+
+bool DatabaseManager::deleteUserData(TimeRange range)
+{
+    const QDateTime now = QDateTime::currentDateTime();
+    const long end = now.toSecsSinceEpoch();
+    switch (range) {
+    case LastHour:
+        return deleteDatabase(end - SECONDS_PER_HOUR, end);
+    case LastDay:
+        return deleteDatabase(now.addDays(-1).toSecsSinceEpoch(), end);
+    case LastWeek:
+        return deleteDatabase(now.addDays(-7).toSecsSinceEpoch(), end);
+    case LastMonth:
+        return deleteDatabase(now.addMonths(-1).toSecsSinceEpoch(), end);
+    case AllTime:
+        return deleteDatabase(0, end);
+    }
+    return false;
+}
+
+void DatabaseManager::deleteDataAtDate(const QString &day)
+{
+    const QDate date = validDate(day);
+    if (date.isValid()) {
+        const DayText::Bounds bounds = DayText::boundsOfDay(date);
+        deleteDatabase(bounds.start, bounds.end);
+    }
+}
+
+QList<ActiveAppInfo> DatabaseManager::getAppListOfDay(const QString &day)
+{
+    return validDate(day).isValid() ? m_ocrDatabase.getAppListOfDay(day) : QList<ActiveAppInfo>();
+}
+
+uint DatabaseManager::getFrameNumOfDay(const QString &day)
+{
+    return validDate(day).isValid() ? m_ocrDatabase.getFrameNumOfDay(day) : 0;
+}
+
+long DatabaseManager::getLastScreenshotRealTime()
+{
+    return m_ocrDatabase.getLastScreenshotRealTime();
+}

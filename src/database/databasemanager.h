@@ -1,0 +1,48 @@
+#pragma once
+// The one object through which the program reaches what it stores in databases; nothing else opens
+// one. Owner: the process, from first use to exit. Thread: as OcrScreenshotDatabase; it has no lock
+// of its own.
+
+#include "database/ocrscreenshotdatabase.h"
+#include "database/screenshotdata.h"
+
+#include <QList>
+
+class DatabaseManager
+{
+public:
+    static DatabaseManager *getInstance();
+    Q_DISABLE_COPY_MOVE(DatabaseManager)
+
+    /// Inserts the row of a frame. False on failure, which the log tells.
+    bool saveScreenShotData(ScreenShotData data);
+
+    /// Fills in the recognised text of a saved frame. False on failure, which the log tells.
+    bool updateScreenshotOCRText(ScreenShotData data);
+
+    /// Deletes what lies in a span of time, in seconds since the epoch; a @p start of 0 stands for
+    /// everything.
+    bool deleteDatabase(long start, long end);
+
+    /// Deletes from the present backwards. False, with nothing deleted, for a number that is no
+    /// TimeRange.
+    bool deleteUserData(TimeRange range);
+
+    /// Deletes a day, "yyyy-MM-dd". This and the reads below touch nothing and give the empty value
+    /// for a text that is no day of the calendar, with a warning.
+    void deleteDataAtDate(const QString &day);
+
+    /// A day's runs of one application in the order of capture.
+    QList<ActiveAppInfo> getAppListOfDay(const QString &day);
+
+    /// The running number of a day's newest frame, 0 if there is none.
+    uint getFrameNumOfDay(const QString &day);
+
+    /// Seconds since the epoch of the frame saved last, 0 if there is none.
+    long getLastScreenshotRealTime();
+
+private:
+    DatabaseManager() = default;
+
+    OcrScreenshotDatabase m_ocrDatabase;
+};

@@ -1,0 +1,27 @@
+#pragma once
+// Owns one SQLite connection. Owner: a std::shared_ptr in every holder, so that a read on another
+// thread keeps its connection while the store lets go of it. Thread: any; SQLite's serialised mode
+// guards the handle.
+
+#include <QByteArray>
+
+struct sqlite3;
+
+class SQLite3Connection
+{
+public:
+    SQLite3Connection() = default;
+    ~SQLite3Connection();
+    Q_DISABLE_COPY_MOVE(SQLite3Connection)
+
+    /// Opens the file at @p path in the file system's encoding, making it if it is missing. To be
+    /// called once. Gives SQLite's result code; after a failure the handle, if there is one, still
+    /// tells the reason.
+    int open(const QByteArray &path);
+
+    /// Null before open() and if SQLite had no memory for a handle.
+    sqlite3 *handle() const { return m_handle; }
+
+private:
+    sqlite3 *m_handle = nullptr;
+};

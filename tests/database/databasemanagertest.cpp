@@ -1,0 +1,199 @@
+// The facade: spans of time, day validation, forwarding.
+
+#include "database/databasemanager.h"
+
+#include "support/fakeclock.h"
+#include "support/logcapture.h"
+#include "teststore.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+using TestStore::at;
+using TestStore::frame;
+using TestStore::query;
+
+namespace
+{
+constexpr char TIMES[] =
+    "SELECT datetime(real_time, 'unixepoch', 'localtime') FROM screenshots ORDER BY id;";
+const QString DAY = QStringLiteral("2024-03-31");
+} // namespace
+
+class DatabaseManagerTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    // The singleton settles its directory at first use: one home for the whole program.
+    void init()
+    {
+        FakeClock::set(QDateTime(QDate(2024, 2, 1), QTime(12, 0)));
+        m_manager = DatabaseManager::getInstance();
+        m_manager->deleteUserData(AllTime);
+        FakeClock::set(QDateTime(QDate(2024, 3, 31), QTime(12, 0)));
+    }
+    void cleanupTestCase() { FakeClock::reset(); }
+
+    void thereIsOneInstance();
+    void aFrameIsSavedAndItsTextFilledIn();
+    void aSpanEndsNowAndExcludesItsStart_data();
+    void aSpanEndsNowAndExcludesItsStart();
+    void allTimeRemovesEveryMonthFile();
+    void aNumberThatIsNoRangeDeletesNothing_data();
+    void aNumberThatIsNoRangeDeletesNothing();
+    void aFailedDeletionWarns();
+    void aDayIsDeletedFromItsFirstToItsLastSecond();
+    void whatIsNoDayIsRefused_data();
+    void whatIsNoDayIsRefused();
+    void aDaysReadsAreForwarded();
+
+private:
+    QStringList times(const char *month) const
+    {
+        return query(m_home.monthFile(QString::fromLatin1(month)), TIMES);
+    }
+
+    TestStore::Home m_home;
+    DatabaseManager *m_manager = nullptr;
+};
+
+void DatabaseManagerTest::thereIsOneInstance()
+{
+    QVERIFY(m_manager);
+    QCOMPARE(DatabaseManager::getInstance(), m_manager);
+}
+
+void DatabaseManagerTest::aFrameIsSavedAndItsTextFilledIn()
+{
+    ScreenShotData data = frame("2024-03-31 10:00:00", 1, "/a.desktop");
+    QVERIFY(m_manager->saveScreenShotData(data));
+    data.ocrText = QStringLiteral("recognised");
+    QVERIFY(m_manager->updateScreenshotOCRText(data));
+    QCOMPARE(query(m_home.monthFile(QStringLiteral("2024-03")),
+                   "SELECT video_name, ocr_text FROM screenshots;"),
+             QStringList{QStringLiteral("2024-03-31_10-00-00.mp4|recognised")});
+}
+
+void DatabaseManagerTest::aSpanEndsNowAndExcludesItsStart_data()
+{
+    QTest::addColumn<int>("range");
+    QTest::addColumn<QString>("start");
+    QTest::newRow("hour") << int(LastHour) << "2024-03-31 11:00:00";
+    QTest::newRow("day") << int(LastDay) << "2024-03-30 12:00:00";
+    QTest::newRow("week") << int(LastWeek) << "2024-03-24 12:00:00";
+    QTest::newRow("month, to a day that is not there") << int(LastMonth) << "2024-02-29 12:00:00";
+}
+
+void DatabaseManagerTest::aSpanEndsNowAndExcludesItsStart()
+{
+    QFETCH(int, range);
+    QFETCH(QString, start);
+    ScreenShotData kept = frame(start, 1);
+    ScreenShotData deleted = frame(start, 2);
+    deleted.realTime += 1;
+    ScreenShotData present = frame("2024-03-31 12:00:00", 3);
+    ScreenShotData future = frame("2024-03-31 12:10:00", 4);
+    for (const ScreenShotData &data : {kept, deleted, present, future}) {
+        QVERIFY(m_manager->saveScreenShotData(data));
+    }
+    FakeClock::set(QDateTime(QDate(2024, 3, 31), QTime(12, 0))); // the second, whatever was spent
+    QVERIFY(m_manager->deleteUserData(static_cast<TimeRange>(range)));
+    QStringList left = times("2024-03");
+    if (start.startsWith(QLatin1String("2024-02"))) {
+        left = times("2024-02") + left;
+    }
+    QCOMPARE(left, (QStringList{start, QStringLiteral("2024-03-31 12:10:00")}));
+}
+
+void DatabaseManagerTest::allTimeRemovesEveryMonthFile()
+{
+    QVERIFY(m_manager->saveScreenShotData(frame("2024-02-10 10:00:00")));
+    QVERIFY(m_manager->saveScreenShotData(frame("2024-03-31 10:00:00")));
+    QVERIFY(m_manager->saveScreenShotData(frame("2024-05-01 10:00:00"))); // of the future, too
+    QVERIFY(m_manager->deleteUserData(AllTime));
+    QCOMPARE(QDir(m_home.databaseDirectory()).entryList(QDir::Files),
+             QStringList{QStringLiteral("2024-03.db")});
+    QCOMPARE(times("2024-03"), QStringList());
+}
+
+void DatabaseManagerTest::aNumberThatIsNoRangeDeletesNothing_data()
+{
+    QTest::addColumn<int>("range");
+    QTest::newRow("5") << 5;
+    QTest::newRow("1000") << 1000;
+    QTest::newRow("-1") << -1;
+}
+
+void DatabaseManagerTest::aNumberThatIsNoRangeDeletesNothing()
+{
+    QFETCH(int, range);
+    QVERIFY(m_manager->saveScreenShotData(frame("2024-03-31 11:59:00")));
+    QVERIFY(!m_manager->deleteUserData(static_cast<TimeRange>(range)));
+    QCOMPARE(times("2024-03").size(), 1);
+}
+
+void DatabaseManagerTest::aFailedDeletionWarns()
+{
+    m_home.writeFile(QStringLiteral("2024-01.db"), QByteArray(8192, 'x'));
+    LogCapture log;
+    QVERIFY(!m_manager->deleteDatabase(at("2024-01-05 00:00:00"), at("2024-01-06 00:00:00")));
+    QCOMPARE(log.texts(QtWarningMsg), QStringList{QStringLiteral("Delete ocr database failed")});
+}
+
+void DatabaseManagerTest::aDayIsDeletedFromItsFirstToItsLastSecond()
+{
+    for (const char *time : {"2024-03-29 23:59:59", "2024-03-30 00:00:00", "2024-03-30 00:00:01",
+                             "2024-03-30 23:59:59", "2024-03-31 00:00:00"}) {
+        QVERIFY(m_manager->saveScreenShotData(frame(QString::fromLatin1(time))));
+    }
+    m_manager->deleteDataAtDate(QStringLiteral("2024-03-30"));
+    // The first second of the day is the excluded start.
+    QCOMPARE(times("2024-03"),
+             (QStringList{"2024-03-29 23:59:59", "2024-03-30 00:00:00", "2024-03-31 00:00:00"}));
+}
+
+void DatabaseManagerTest::whatIsNoDayIsRefused_data()
+{
+    QTest::addColumn<QString>("day");
+    QTest::newRow("no such day") << "2024-02-30";
+    QTest::newRow("one digit") << "2024-2-1";
+    QTest::newRow("empty") << "";
+    QTest::newRow("a path") << "../../x";
+}
+
+void DatabaseManagerTest::whatIsNoDayIsRefused()
+{
+    QFETCH(QString, day);
+    QVERIFY(m_manager->saveScreenShotData(frame("2024-02-29 10:00:00")));
+    LogCapture log;
+    QVERIFY(m_manager->getAppListOfDay(day).isEmpty());
+    QCOMPARE(m_manager->getFrameNumOfDay(day), 0U);
+    m_manager->deleteDataAtDate(day);
+    const QStringList lines = log.texts();
+    QCOMPARE(lines.size(), 3); // the warnings alone: no store was asked
+    for (const QString &line : lines) {
+        QVERIFY(line.startsWith(QStringLiteral("Invalid date string:")));
+        QVERIFY(line.contains(day));
+    }
+    QCOMPARE(log.texts(QtWarningMsg), lines);
+    QCOMPARE(times("2024-02").size(), 1);
+}
+
+void DatabaseManagerTest::aDaysReadsAreForwarded()
+{
+    QVERIFY(m_manager->saveScreenShotData(frame("2024-03-31 10:00:00", 1, "/a.desktop")));
+    QVERIFY(m_manager->saveScreenShotData(frame("2024-03-31 10:00:05", 2, "/a.desktop")));
+    const QList<ActiveAppInfo> runs = m_manager->getAppListOfDay(DAY);
+    QCOMPARE(runs.size(), 1);
+    QCOMPARE(runs.first().desktopFilePath, QStringLiteral("/a.desktop"));
+    QCOMPARE(runs.first().frameCount, 2U);
+    QCOMPARE(m_manager->getFrameNumOfDay(DAY), 2U);
+    QCOMPARE(static_cast<qint64>(m_manager->getLastScreenshotRealTime()),
+             at("2024-03-31 10:00:05"));
+}
+
+QTEST_GUILESS_MAIN(DatabaseManagerTest)
+#include "databasemanagertest.moc"
