@@ -1,0 +1,137 @@
+#include "desktopbridge/contentwatch.h"
+
+#include <algorithm>
+
+namespace
+{
+constexpr int STEP_MS = 1000; // signals, and comparisons of a playing video, at most once a second
+
+// More requests than this cost more than the pixels between the areas.
+constexpr int MOST_AREAS = 24;
+
+QVector<QRect> atMost(const QVector<QRect> &areas, int count)
+{
+    if (areas.size() <= count) {
+        return areas;
+    }
+    QRect all;
+    for (const QRect &area : areas) {
+        all = all.united(area);
+    }
+    return {all};
+}
+} // namespace
+
+ContentWatch::ContentWatch(ScreenBackend &backend) : m_backend(backend)
+{
+    m_tiles.clear(backend.virtualScreen(), backend.tileEdge());
+    m_timer.setSingleShot(true);
+    m_timer.setTimerType(Qt::PreciseTimer); // a coarse one may come early
+    connect(&m_timer, &QTimer::timeout, this, &ContentWatch::step);
+    connect(&backend, &ScreenBackend::damaged, this, &ContentWatch::onDamaged);
+    connect(&backend, &ScreenBackend::layoutChanged, this, &ContentWatch::onLayoutChanged);
+}
+
+bool ContentWatch::watch(double threshold)
+{
+    if (!m_threshold) {
+        if (!m_backend.startWatching()) {
+            return false;
+        }
+        // Nobody watched until now, so anything may have been drawn.
+        m_pending = m_everything = true;
+    }
+    m_threshold = threshold;
+    schedule();
+    return true;
+}
+
+void ContentWatch::unwatch()
+{
+    if (m_threshold) {
+        m_threshold.reset();
+        m_backend.stopWatching();
+        schedule();
+    }
+}
+
+PicturePtr ContentWatch::takePicture(const QRect &area)
+{
+    // Taken off before the pixels are fetched: what is drawn in between is reported again.
+    if (m_threshold) {
+        m_backend.takeDamage();
+    }
+    const PicturePtr picture = m_backend.fetch(area);
+    if (picture) {
+        m_tiles.setReference(picture, m_backend.tileEdge());
+        m_pending = m_everything = false;
+    } else {
+        m_pending = m_everything = m_threshold.has_value();
+    }
+    schedule();
+    return picture;
+}
+
+void ContentWatch::onDamaged()
+{
+    m_pending = true;
+    schedule();
+}
+
+void ContentWatch::onLayoutChanged()
+{
+    m_tiles.clear(m_backend.virtualScreen(), m_backend.tileEdge());
+    schedule();
+}
+
+void ContentWatch::step()
+{
+    m_sinceStep.start();
+    if (m_pending) {
+        compare();
+    }
+    if (aboveThreshold()) {
+        Q_EMIT changed(TileMap::changeRate(m_tiles.differing()));
+    }
+    schedule();
+}
+
+void ContentWatch::compare()
+{
+    QVector<QRect> areas = atMost(m_backend.takeDamage(), MOST_AREAS);
+    if (m_everything) {
+        areas = {m_tiles.area()};
+    }
+    m_pending = m_everything = false;
+    if (!m_tiles.hasReference()) {
+        return;
+    }
+    for (const QRect &area : qAsConst(areas)) {
+        const QRect tiles = m_tiles.wholeTiles(area);
+        if (tiles.isEmpty()) {
+            continue;
+        }
+        const PicturePtr now = m_backend.fetch(tiles);
+        if (!now) {
+            m_pending = m_everything = true;
+            return;
+        }
+        m_tiles.update(*now);
+    }
+}
+
+bool ContentWatch::aboveThreshold() const
+{
+    return m_threshold && m_tiles.differing() > 0 &&
+           TileMap::changeRate(m_tiles.differing()) >= *m_threshold;
+}
+
+void ContentWatch::schedule()
+{
+    if (!m_threshold || !(m_pending || aboveThreshold())) {
+        m_timer.stop();
+    } else if (!m_timer.isActive()) {
+        const qint64 passed = m_sinceStep.isValid() ? m_sinceStep.elapsed() : STEP_MS;
+        m_timer.start(int(std::max<qint64>(0, STEP_MS - passed)));
+    }
+}

@@ -1,0 +1,16 @@
+#include "desktopbridge/lockstate.h"
+
+std::optional<bool> LockState::report(Source source, bool locked)
+{
+    m_sources[source] = locked;
+    if (m_locked == locked) {
+        return std::nullopt;
+    }
+    m_locked = locked;
+    return locked;
+}
+
+std::optional<bool> LockState::left(Source source)
+{
+    return m_sources[source] ? report(source, false) : std::nullopt;
+}

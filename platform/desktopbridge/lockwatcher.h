@@ -1,0 +1,28 @@
+#pragma once
+// The object / of org.vesk.ScreenSaver: merges the services that tell of the session's lock into
+// one signal for each real change. Owned by DesktopBridge; main thread.
+
+#include "desktopbridge/dbus/exportedobjects.h"
+#include "desktopbridge/lockstate.h"
+#include "desktopbridge/logindsource.h"
+#include "desktopbridge/screensaversource.h"
+
+class LockWatcher : public ExportedScreenSaver
+{
+    Q_OBJECT
+
+public:
+    /// @p system may be unconnected. A lock that holds already is told by lock() as soon as a
+    /// service has answered.
+    LockWatcher(const QDBusConnection &session, const QDBusConnection &system);
+
+private:
+    template <typename SourceObject>
+    void listen(const SourceObject &object, LockState::Source source);
+    void tell(std::optional<bool> change);
+
+    LockState m_state;
+    ScreenSaverSource m_freedesktop;
+    ScreenSaverSource m_gnome;
+    LogindSource m_logind;
+};

@@ -1,0 +1,39 @@
+// yestermark-desktop-bridge: serves org.vesk.KWin and org.vesk.ScreenSaver on desktops that do not.
+// Started by the session bus when the first call comes.
+
+#include "desktopbridge/desktopbridge.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QDebug>
+
+#include <csignal>
+
+int main(int argc, char **argv)
+{
+    // A reader that closes its pipe early is no reason to end.
+    std::signal(SIGPIPE, SIG_IGN);
+    QCoreApplication application(argc, argv);
+
+    QCommandLineParser parser;
+    const QCommandLineOption backend(QStringLiteral("backend"),
+                                     QStringLiteral("How to see the screen: auto, x11 or null."),
+                                     QStringLiteral("name"), QStringLiteral("auto"));
+    parser.addOption(backend);
+    parser.addHelpOption();
+    parser.process(application);
+    const std::optional<BackendChoice> choice = backendChoiceFromWord(parser.value(backend));
+    const QDBusConnection session = QDBusConnection::sessionBus();
+    if (!choice || !session.isConnected()) {
+        qCritical() << (choice ? "No session bus" : "No such backend");
+        return 1;
+    }
+
+    DesktopBridge bridge(session, *choice);
+    QObject::connect(&bridge, &DesktopBridge::finished, &application, &QCoreApplication::quit,
+                     Qt::QueuedConnection);
+    if (!bridge.start()) {
+        return 0; // the desktop has services of its own
+    }
+    return application.exec();
+}

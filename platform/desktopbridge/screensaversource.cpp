@@ -1,0 +1,45 @@
+#include "desktopbridge/screensaversource.h"
+
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+
+ScreenSaverSource::ScreenSaverSource(const QDBusConnection &bus, const QString &name,
+                                     const QStringList &paths)
+    : m_bus(bus), m_name(name), m_statePath(paths.first()), m_watcher(name, bus)
+{
+    connect(&m_watcher, &QDBusServiceWatcher::serviceRegistered, this,
+            &ScreenSaverSource::askState);
+    connect(&m_watcher, &QDBusServiceWatcher::serviceUnregistered, this, [this] {
+        ++m_events;
+        Q_EMIT left();
+    });
+    for (const QString &path : paths) {
+        m_bus.connect(name, path, name, QStringLiteral("ActiveChanged"), this,
+                      SLOT(onActiveChanged(bool)));
+    }
+    askState();
+}
+
+void ScreenSaverSource::onActiveChanged(bool active)
+{
+    ++m_events;
+    Q_EMIT reported(active);
+}
+
+// The screen may be locked already when this process or the service starts.
+void ScreenSaverSource::askState()
+{
+    QDBusMessage question =
+        QDBusMessage::createMethodCall(m_name, m_statePath, m_name, QStringLiteral("GetActive"));
+    question.setAutoStartService(false);
+    auto *answer = new QDBusPendingCallWatcher(m_bus.asyncCall(question), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this,
+            [this, events = m_events](QDBusPendingCallWatcher *call) {
+                const QDBusPendingReply<bool> reply = *call;
+                call->deleteLater();
+                if (!reply.isError() && reply.value() && events == m_events) {
+                    Q_EMIT reported(true);
+                }
+            });
+}
