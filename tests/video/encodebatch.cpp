@@ -1,0 +1,36 @@
+// Encodes a batch in a process of its own: on another display than the test's, or to be killed.
+//   encodebatch [--no-screen] [--die-at FUNCTION NUMBER] VIDEO COUNT
+// The batch is COUNT numbered pictures from 1 on. Prints the result as "true" or "false".
+
+#include "libraryfaults.h"
+#include "support/pictures.h"
+#include "video/videocomposer.h"
+
+#include <QGuiApplication>
+
+#include <cstdio>
+#include <memory>
+
+int main(int argumentCount, char *arguments[])
+{
+    QStringList words;
+    for (int index = 1; index < argumentCount; ++index) {
+        words += QString::fromLocal8Bit(arguments[index]);
+    }
+    const std::unique_ptr<QCoreApplication> application(
+        words.removeAll(QStringLiteral("--no-screen")) > 0
+            ? new QCoreApplication(argumentCount, arguments)
+            : new QGuiApplication(argumentCount, arguments));
+    if (words.value(0) == QLatin1String("--die-at")) {
+        LibraryFaults::arm(words.value(1), words.value(2).toInt(), LibraryFaults::Fault::Kills);
+        words = words.mid(3);
+    }
+    QVector<QImage> images;
+    for (int number = 1; number <= words.value(1).toInt(); ++number) {
+        images += Pictures::numbered(number);
+    }
+    VideoComposer composer(nullptr);
+    const bool converted = composer.convertImagesToVideo(images, words.value(0));
+    std::puts(converted ? "true" : "false");
+    return 0;
+}

@@ -1,0 +1,25 @@
+#pragma once
+// The FFmpeg and C library calls of a test program, which fail or kill the process on command and
+// note the order in which they were made. The program's own definitions stand before those of the
+// libraries, so the code under test is the real one. For one thread at a time.
+
+#include <QStringList>
+
+namespace LibraryFaults
+{
+enum class Fault {
+    Fails,  ///< the call gives its failure result
+    Kills,  ///< the process is gone, as by kill -9, before the call
+    Spoils, ///< av_frame_get_buffer succeeds and leaves no data
+};
+
+/// The @p number th call (from 1) of @p function after this meets @p fault; 0 means every call.
+void arm(const QString &function, int number, Fault fault = Fault::Fails);
+
+/// No more faults; forgets the noted calls.
+void disarm();
+
+/// The calls since disarm() of the functions that belong to the finishing of a batch, in order;
+/// fsync and unlink with the name of their file.
+QStringList finishingCalls();
+} // namespace LibraryFaults

@@ -1,0 +1,29 @@
+#pragma once
+// What a test can see of a video file, read with FFmpeg and nothing of the code under test.
+
+#include <QImage>
+#include <QSize>
+#include <QString>
+#include <QVector>
+
+struct VideoFacts {
+    bool isReadable = false;
+    QString container; ///< FFmpeg's name of the format
+    int streams = 0;
+    int codec = 0;       ///< AVCodecID
+    int pixelFormat = 0; ///< AVPixelFormat
+    QSize size;
+    double averageFrameRate = 0.0;
+    int declaredFrames = 0;
+    bool hasGlobalHeader = false;
+    QByteArray encoderSettings; ///< what the encoder wrote about itself, if it did
+    QVector<double> seconds;    ///< each frame's time, in order of time
+    QVector<int> keyFrames;     ///< places of the key frames in that order, from 0
+    QVector<QImage> pictures;   ///< decoded, in order of time
+
+    /// Reads the whole file.
+    static VideoFacts of(const QString &file);
+
+    /// The numbers of numbered pictures, in order of time.
+    QVector<int> numbers() const;
+};
