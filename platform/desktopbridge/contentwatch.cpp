@@ -4,25 +4,12 @@
 
 namespace
 {
-constexpr int STEP_MS = 1000; // signals, and comparisons of a playing video, at most once a second
-
 // More requests than this cost more than the pixels between the areas.
 constexpr int MOST_AREAS = 24;
-
-QVector<QRect> atMost(const QVector<QRect> &areas, int count)
-{
-    if (areas.size() <= count) {
-        return areas;
-    }
-    QRect all;
-    for (const QRect &area : areas) {
-        all = all.united(area);
-    }
-    return {all};
-}
 } // namespace
 
-ContentWatch::ContentWatch(ScreenBackend &backend) : m_backend(backend)
+ContentWatch::ContentWatch(ScreenBackend &backend, int interval)
+    : m_backend(backend), m_interval(interval)
 {
     m_tiles.clear(backend.virtualScreen(), backend.tileEdge());
     m_timer.setSingleShot(true);
@@ -61,7 +48,7 @@ PicturePtr ContentWatch::takePicture(const QRect &area)
     if (m_threshold) {
         m_backend.takeDamage();
     }
-    const PicturePtr picture = m_backend.fetch(area);
+    PicturePtr picture = m_backend.fetch(area);
     if (picture) {
         m_tiles.setReference(picture, m_backend.tileEdge());
         m_pending = m_everything = false;
@@ -96,22 +83,33 @@ void ContentWatch::step()
     schedule();
 }
 
+QVector<QRect> ContentWatch::takeAreasToCompare()
+{
+    const QVector<QRect> damage = m_backend.takeDamage();
+    if (m_everything) {
+        return {m_tiles.area()};
+    }
+    QVector<QRect> areas;
+    QRect all;
+    for (const QRect &drawn : damage) {
+        const QRect tiles = m_tiles.wholeTiles(drawn);
+        all = all.united(tiles);
+        if (!tiles.isEmpty() && areas.size() <= MOST_AREAS && !areas.contains(tiles)) {
+            areas.append(tiles);
+        }
+    }
+    return areas.size() <= MOST_AREAS ? areas : QVector<QRect>{all};
+}
+
 void ContentWatch::compare()
 {
-    QVector<QRect> areas = atMost(m_backend.takeDamage(), MOST_AREAS);
-    if (m_everything) {
-        areas = {m_tiles.area()};
-    }
+    const QVector<QRect> areas = takeAreasToCompare();
     m_pending = m_everything = false;
     if (!m_tiles.hasReference()) {
         return;
     }
-    for (const QRect &area : qAsConst(areas)) {
-        const QRect tiles = m_tiles.wholeTiles(area);
-        if (tiles.isEmpty()) {
-            continue;
-        }
-        const PicturePtr now = m_backend.fetch(tiles);
+    for (const QRect &area : areas) {
+        const PicturePtr now = m_backend.fetch(area);
         if (!now) {
             m_pending = m_everything = true;
             return;
@@ -131,7 +129,7 @@ void ContentWatch::schedule()
     if (!m_threshold || !(m_pending || aboveThreshold())) {
         m_timer.stop();
     } else if (!m_timer.isActive()) {
-        const qint64 passed = m_sinceStep.isValid() ? m_sinceStep.elapsed() : STEP_MS;
-        m_timer.start(int(std::max<qint64>(0, STEP_MS - passed)));
+        const qint64 passed = m_sinceStep.isValid() ? m_sinceStep.elapsed() : m_interval;
+        m_timer.start(int(std::max<qint64>(0, m_interval - passed)));
     }
 }

@@ -13,8 +13,9 @@ class ContentWatch : public QObject
     Q_OBJECT
 
 public:
-    /// @p backend must outlive this object.
-    explicit ContentWatch(ScreenBackend &backend);
+    /// @p backend must outlive this object. Signals, and comparisons while a video plays, come at
+    /// most once in @p interval milliseconds.
+    explicit ContentWatch(ScreenBackend &backend, int interval = 1000);
 
     /// Watches for rates from @p threshold on, or changes the threshold. False if the backend
     /// cannot watch.
@@ -26,19 +27,21 @@ public:
     PicturePtr takePicture(const QRect &area);
 
 Q_SIGNALS:
-    /// Sent while the rate is at or above the threshold, at most once a second, until a picture is
-    /// taken; whether or not further damage comes.
+    /// Sent while the rate is at or above the threshold, at most once an interval, until a picture
+    /// is taken; whether or not further damage comes.
     void changed(double rate);
 
 private:
     void onDamaged();
     void onLayoutChanged();
     void step();
+    QVector<QRect> takeAreasToCompare();
     void compare();
     void schedule();
     bool aboveThreshold() const;
 
     ScreenBackend &m_backend;
+    int m_interval;
     TileMap m_tiles;
     std::optional<double> m_threshold; // none: not watching
     bool m_pending = false;            // something was drawn and not yet compared

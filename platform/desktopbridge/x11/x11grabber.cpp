@@ -127,7 +127,7 @@ PicturePtr X11Grabber::fetch(const QRect &area)
     }
     m_largest = std::max(m_largest, pictureBytes(area));
     if (m_shared) {
-        const PicturePtr picture = fetchShared(area);
+        PicturePtr picture = fetchShared(area);
         if (picture || m_shared) {
             return picture;
         }
