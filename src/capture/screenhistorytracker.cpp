@@ -1,0 +1,193 @@
+#include "capture/screenhistorytracker.h"
+
+#include "ai/imageutils.h"
+#include "database/databasemanager.h"
+#include "database/daytext.h"
+#include "database/screenshotdata.h"
+#include "video/videocomposer.h"
+
+#include <QDebug>
+#include <QGuiApplication>
+#include <QPixmap>
+#include <QScreen>
+
+namespace
+{
+constexpr int defaultIntervalMs = 5000;
+// Above this share of matched key points a frame shows nothing new.
+constexpr double sameFrameSimilarity = 0.8;
+} // namespace
+
+ScreenHistoryTracker::ScreenHistoryTracker(QObject *parent)
+    : QObject(parent)
+    , m_isWayland(QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
+    , m_today(DayText::ofDate(QDate::currentDate()))
+    , m_videoComposer(new VideoComposer(nullptr))
+    , m_databaseManager(DatabaseManager::getInstance())
+    , m_lastCheckTime(QDateTime::currentDateTime())
+{
+    m_images.reserve(m_maxFramesPerVideo);
+    initComposer();
+    initTodayData();
+    initTimer();
+    connectCompositor();
+    m_videoStorageDir = getVideoStorageDir();
+    recoverLeftImages();
+}
+
+ScreenHistoryTracker::~ScreenHistoryTracker()
+{
+    convertRemainedImagesToVideo();
+    m_composerThread.quit();
+    m_composerThread.wait();
+}
+
+void ScreenHistoryTracker::initComposer()
+{
+    m_composerThread.setObjectName(QStringLiteral("encoder"));
+    m_videoComposer->moveToThread(&m_composerThread);
+    connect(&m_composerThread, &QThread::finished, m_videoComposer, &QObject::deleteLater);
+    m_composerThread.start(QThread::InheritPriority);
+}
+
+void ScreenHistoryTracker::initTimer()
+{
+    m_screenshotTimer.setInterval(defaultIntervalMs);
+    connect(&m_screenshotTimer, &QTimer::timeout, this, &ScreenHistoryTracker::onIntervalElapsed);
+}
+
+void ScreenHistoryTracker::recoverLeftImages()
+{
+    const QString root = m_videoStorageDir.section(QLatin1Char('/'), 0, -3);
+    const QString folder = findLatestFolder(root);
+    // An empty path would name the working directory.
+    if (!folder.isEmpty()) {
+        m_videoComposer->convertLocalImageFilesToVideo(folder);
+    }
+}
+
+void ScreenHistoryTracker::onIntervalElapsed()
+{
+    m_intervalElapsed = true;
+    if (m_timerOnly) {
+        processScreenShot();
+    }
+}
+
+void ScreenHistoryTracker::screenContentChangedSlot(double imageChangeRate)
+{
+    Q_UNUSED(imageChangeRate)
+    if (m_intervalElapsed) {
+        m_intervalElapsed = false;
+        processScreenShot();
+    }
+}
+
+bool ScreenHistoryTracker::shouldTakeScreenShot()
+{
+    if (QGuiApplication::focusObject()) {
+        return false;
+    }
+    if (m_isScreenLocked) {
+        return false;
+    }
+    const QDateTime now = QDateTime::currentDateTime();
+    if (now < m_lastCheckTime) {
+        qWarning() << "Warning: Time travel detected";
+        Q_EMIT backInTimeDetected();
+        return false;
+    }
+    m_lastCheckTime = now;
+    return true;
+}
+
+void ScreenHistoryTracker::processScreenShot()
+{
+    if (!shouldTakeScreenShot()) {
+        return;
+    }
+    const QImage image = takeScreenShot();
+    if (image.isNull()) {
+        qWarning() << "Failed to take screenshot";
+        return;
+    }
+    screenshotReady(image);
+}
+
+QImage ScreenHistoryTracker::takeScreenShot()
+{
+    QImage image = getScreenShotFromWM();
+    QScreen *screen = QGuiApplication::primaryScreen();
+    if (!screen) {
+        return image; // the last screen was unplugged
+    }
+    if (m_isWayland) {
+        image.setDevicePixelRatio(screen->devicePixelRatio());
+    }
+    if (image.isNull()) {
+        image = screen->grabWindow(0, 0, 0, -1, -1).toImage();
+    }
+    return image;
+}
+
+void ScreenHistoryTracker::screenshotReady(const QImage &image)
+{
+    if (!m_lastFrame.isNull() && calculateSimilar(m_lastFrame, image) > sameFrameSimilarity) {
+        return;
+    }
+    const QString appEntry = getAppDesktopEntry();
+    if (appEntry.isEmpty()) {
+        return;
+    }
+    if (appEntry != m_currentApp) {
+        m_currentApp = appEntry;
+        Q_EMIT activeAppChanged(m_currentApp);
+    }
+    m_lastFrame = image;
+    updateVideoFile(image);
+    storeFrame(image, appEntry);
+}
+
+void ScreenHistoryTracker::storeFrame(const QImage &image, const QString &appEntry)
+{
+    ScreenShotData record;
+    record.videoName = m_videoFile.section(QLatin1Char('/'), -1);
+    record.frameIndexOfVideo = static_cast<quint32>(m_videoFrameNumber);
+    record.realTime = QDateTime::currentDateTime().toSecsSinceEpoch();
+    record.desktopFilePath = appEntry;
+    record.frameIndexOfDay = m_todayFrameNumber;
+    record.ocrText =
+        QLatin1String(""); // not null: the column tells "not read yet" by its emptiness
+
+    const QString number = QStringLiteral("%1").arg(m_videoFrameNumber, 3, 10, QLatin1Char('0'));
+    image.save(m_videoStorageDir + QLatin1Char('/') + record.videoName + QLatin1Char('_') + number +
+               QLatin1String(".png"));
+    m_databaseManager->saveScreenShotData(record);
+}
+
+void ScreenHistoryTracker::setRecordingMemory(bool isRecordingMemory)
+{
+    qDebug() << "ScreenHistoryTracker setRecordingMemory to"
+             << (isRecordingMemory ? "true" : "false");
+    if (isRecordingMemory) {
+        m_screenshotTimer.start();
+    } else {
+        m_screenshotTimer.stop();
+    }
+}
+
+void ScreenHistoryTracker::setScreenshotInterval(uint interval)
+{
+    qDebug() << "ScreenHistoryTracker setScreenshotInterval to" << interval;
+    m_screenshotTimer.setInterval(static_cast<int>(interval * 1000));
+}
+
+void ScreenHistoryTracker::onScreenLockSignal()
+{
+    m_isScreenLocked = true;
+}
+
+void ScreenHistoryTracker::onScreenUnLockSignal()
+{
+    m_isScreenLocked = false;
+}

@@ -1,0 +1,139 @@
+#pragma once
+// Decides when a frame of the screen is taken, drops it if it shows nothing new, and sends what
+// remains to the day's video files and the database.
+// Owner: the backend, by value. Thread: main, all of it; only the video composer works on a thread
+// of its own and is reached by a queued signal that carries the batch by value.
+
+#include <QDate>
+#include <QDateTime>
+#include <QImage>
+#include <QObject>
+#include <QString>
+#include <QThread>
+#include <QTimer>
+#include <QVector>
+
+class DatabaseManager;
+class QScreen;
+class VideoComposer;
+
+class ScreenHistoryTracker : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Continues the day's numbering from the database, subscribes to the compositor and turns
+    /// what a former run left as PNG files into videos, before it returns. Capture itself starts
+    /// with setRecordingMemory().
+    explicit ScreenHistoryTracker(QObject *parent = nullptr);
+
+    /// Hands the open batch to the encoder and joins the encoder's thread. What does not reach a
+    /// video stays as PNG files for the next start.
+    ~ScreenHistoryTracker() override;
+
+    /// Directory of a day's frames, without a closing "/".
+    QString getScreenshotDirByDate(QDate date) const;
+
+    /// Directory of today's frames at the moment of the call.
+    QString getVideoStorageDir() const;
+
+    /// Newest day directory below @p rootPath, or an empty text.
+    QString findLatestFolder(const QString &rootPath);
+
+    /// Whether a frame may be taken now: not while the own window has the input focus, while the
+    /// screen is locked or while the clock stands before the last check that passed.
+    bool shouldTakeScreenShot();
+
+    /// A frame from the compositor, else from the platform's own grab; null if neither has one.
+    QImage takeScreenShot();
+
+    /// One frame through the compositor's pipe. Blocks up to 5 seconds for the first byte. Null on
+    /// any failure, with a warning.
+    QImage getScreenShotFromWM();
+
+    /// The compositor's number of @p screen: its place among @p screens, -1 if it is not there.
+    static int screenIndex(const QList<QScreen *> &screens, QScreen *screen);
+
+    /// Desktop file of the application in front, or an empty text.
+    QString getAppDesktopEntry() const;
+
+    /// Keeps @p image (32 bits a pixel) if it differs enough from the last kept frame and an
+    /// application stands behind it: batch, PNG safety copy, database row.
+    void screenshotReady(const QImage &image);
+
+    /// Puts @p image into the batch of the current video; closes the batch before it when that is
+    /// full or its day is over. Always true.
+    bool updateVideoFile(const QImage &image);
+
+    /// Names the next video. False, with an empty name, if the day's directory cannot be made.
+    bool initNewVideoFile();
+
+    /// Hands the open batch to the encoder; resets nothing.
+    void convertRemainedImagesToVideo();
+
+    /// Whether today lies after the day that the counters belong to.
+    bool shouldTurnToTomorrow();
+
+    /// Forgets the current video and its batch.
+    void resetVideoStates();
+
+    /// The encoder; it lives on a thread of its own.
+    VideoComposer *videoComposer() const { return m_videoComposer; }
+
+    /// Takes the day's frame count and last application from the database.
+    void initTodayData();
+
+    /// Two further ways of counting today's frames: by the newest row, and by the videos' own
+    /// counts.
+    void getTodayFrameNumFromDB();
+    void getTodayVideoFrameNum();
+
+public Q_SLOTS:
+    void setRecordingMemory(bool isRecordingMemory);
+    /// @p interval in seconds.
+    void setScreenshotInterval(uint interval);
+    void onScreenLockSignal();
+    void onScreenUnLockSignal();
+    void processScreenShot();
+    /// @p imageChangeRate is the compositor's; it has already applied the threshold.
+    void screenContentChangedSlot(double imageChangeRate);
+
+Q_SIGNALS:
+    void todayFrameNumberChanged(uint frameNumber);
+    void activeAppChanged(QString appDesktopEntry);
+    /// A new video file begins: the moment to look at the storage ceiling.
+    void requestCheckStorage();
+    /// The clock stands before the last check that passed.
+    void backInTimeDetected();
+
+private:
+    void initComposer();
+    void initTimer();
+    void connectCompositor();
+    void requestContentChanges();
+    void onCompositorOwnerChanged(const QString &service, const QString &oldOwner,
+                                  const QString &newOwner);
+    void recoverLeftImages();
+    void onIntervalElapsed();
+    void turnToNewDay();
+    void storeFrame(const QImage &image, const QString &appEntry);
+
+    bool m_intervalElapsed = false; ///< the next content change may take a frame
+    bool m_timerOnly = false;       ///< no usable change signal: the timer alone triggers
+    bool m_isWayland;
+    bool m_isScreenLocked = false;
+    uint m_todayFrameNumber = 0;
+    int m_videoFrameNumber = 0;
+    int m_maxFramesPerVideo = 100;
+    QTimer m_screenshotTimer;
+    QString m_videoStorageDir;
+    QString m_videoFile; ///< absolute path of the current video, empty if none is open
+    QString m_today;     ///< "yyyy-MM-dd", the day the counters belong to
+    QString m_currentApp;
+    QImage m_lastFrame;
+    QThread m_composerThread;
+    VideoComposer *m_videoComposer = nullptr; ///< lives on m_composerThread, deletes itself there
+    QVector<QImage> m_images;
+    DatabaseManager *m_databaseManager = nullptr;
+    QDateTime m_lastCheckTime; ///< when the last clock check passed
+};
