@@ -1,0 +1,217 @@
+// The tracker's channel to the compositor and the screensaver on the session bus: subscriptions,
+// one frame through a pipe, the application in front.
+
+#include "capture/screenhistorytracker.h"
+
+#include "appinfo/appinfohelper.h"
+#include "capture/busnames.h"
+#include "capture/uniquefd.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusInterface>
+#include <QDBusMessage>
+#include <QDBusReply>
+#include <QDBusServiceWatcher>
+#include <QDBusUnixFileDescriptor>
+#include <QDebug>
+#include <QGuiApplication>
+#include <QScreen>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/select.h>
+
+namespace
+{
+// The compositor's own scale: the share of the screen that has to differ before it tells.
+constexpr double contentChangeThreshold = 90.0;
+constexpr int firstByteTimeoutSeconds = 5;
+// A compositor that dies right after its start is asked, and so started by the bus, no oftener.
+constexpr int compositorRestartMs = 1000;
+
+struct PipeHeader {
+    qint32 width;
+    qint32 height;
+    qint32 format; ///< a QImage::Format value
+};
+static_assert(sizeof(PipeHeader) == 12, "the compositor sends three 32-bit integers unpadded");
+
+enum class ReadResult { Complete, EndOfFile, Error };
+
+ReadResult readFully(int fd, void *buffer, qint64 size)
+{
+    qint64 done = 0;
+    while (done < size) {
+        const ssize_t got =
+            ::read(fd, static_cast<char *>(buffer) + done, static_cast<size_t>(size - done));
+        if (got == -1 && errno == EAGAIN) {
+            continue;
+        }
+        if (got == -1) {
+            return ReadResult::Error;
+        }
+        if (got == 0) {
+            return ReadResult::EndOfFile;
+        }
+        done += got;
+    }
+    return ReadResult::Complete;
+}
+
+bool waitForFirstByte(int fd)
+{
+    fd_set readable;
+    FD_ZERO(&readable);
+    FD_SET(fd, &readable);
+    timeval timeout{firstByteTimeoutSeconds, 0};
+    const int ready = ::select(fd + 1, &readable, nullptr, nullptr, &timeout);
+    if (ready == -1) {
+        qWarning() << "select() failed: " << strerror(errno);
+    } else if (ready == 0) {
+        qWarning() << "select() timeout, no data available";
+    }
+    return ready > 0;
+}
+
+bool readHeader(int fd, PipeHeader *header)
+{
+    if (!waitForFirstByte(fd)) {
+        return false;
+    }
+    switch (readFully(fd, header, sizeof(*header))) {
+    case ReadResult::Complete:
+        return true;
+    case ReadResult::Error:
+        qWarning() << "Error reading metadata: " << strerror(errno);
+        return false;
+    case ReadResult::EndOfFile:
+        qWarning() << "Reached EOF before reading all metadata.";
+        return false;
+    }
+    return false;
+}
+
+// Null for what no image can have. QImage itself divides by the depth of the format, which is 0 for
+// a number that is none.
+QImage emptyImage(const PipeHeader &header)
+{
+    if (header.format <= QImage::Format_Invalid || header.format >= QImage::NImageFormats) {
+        return {};
+    }
+    return {header.width, header.height, static_cast<QImage::Format>(header.format)};
+}
+
+QImage readImage(int fd, const PipeHeader &header)
+{
+    QImage image = emptyImage(header);
+    switch (readFully(fd, image.bits(), image.sizeInBytes())) {
+    case ReadResult::Complete:
+        break;
+    case ReadResult::Error:
+        qWarning() << "Error reading image data: " << strerror(errno);
+        return {};
+    case ReadResult::EndOfFile:
+        qWarning() << "Reached EOF before reading all image data.";
+        return {};
+    }
+    if (image.isNull()) {
+        qWarning() << "Failed to create QImage.";
+    }
+    return image;
+}
+} // namespace
+
+void ScreenHistoryTracker::connectCompositor()
+{
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    bus.connect(windowManagerService, windowMangerPath, windowManagerInterface,
+                screenContentChangedSignal, this, SLOT(screenContentChangedSlot(double)));
+    bus.connect(screensaverService, screensaverPath, screensaverinterface, lockSignal, this,
+                SLOT(onScreenLockSignal()));
+    bus.connect(screensaverService, screensaverPath, screensaverinterface, unlockSignal, this,
+                SLOT(onScreenUnLockSignal()));
+
+    requestContentChanges();
+
+    auto *owner = new QDBusServiceWatcher(windowManagerService, bus,
+                                          QDBusServiceWatcher::WatchForOwnerChange, this);
+    connect(owner, &QDBusServiceWatcher::serviceOwnerChanged, this,
+            &ScreenHistoryTracker::onCompositorOwnerChanged);
+}
+
+void ScreenHistoryTracker::requestContentChanges()
+{
+    QDBusInterface windowManager(windowManagerService, windowMangerPath, windowManagerInterface,
+                                 QDBusConnection::sessionBus());
+    const QDBusReply<void> reply =
+        windowManager.call(QStringLiteral("setContentChangeThreshold"), contentChangeThreshold);
+    m_timerOnly = !reply.isValid();
+    if (m_timerOnly) {
+        qWarning() << "setContentChangeThreshold error:" << reply.error();
+    }
+}
+
+void ScreenHistoryTracker::onCompositorOwnerChanged(const QString &service, const QString &oldOwner,
+                                                    const QString &newOwner)
+{
+    Q_UNUSED(service)
+    // Its watch went with the compositor: without a new request no change would ever be told
+    // again. One that came while the timer alone triggered has not been asked yet.
+    if (!oldOwner.isEmpty() || (m_timerOnly && !newOwner.isEmpty())) {
+        QTimer::singleShot(compositorRestartMs, this, &ScreenHistoryTracker::requestContentChanges);
+    }
+}
+
+int ScreenHistoryTracker::screenIndex(const QList<QScreen *> &screens, QScreen *screen)
+{
+    return screens.indexOf(screen);
+}
+
+QImage ScreenHistoryTracker::getScreenShotFromWM()
+{
+    std::array<int, 2> ends{};
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+        qWarning() << "pipe2 failed";
+        return {};
+    }
+    const UniqueFd readEnd(ends[0]);
+    UniqueFd writeEnd(ends[1]);
+
+    QDBusInterface compositor(windowManagerService, screenshotPath, screenshotInterface,
+                              QDBusConnection::sessionBus());
+    // Not looked at: a failed call leaves nobody who holds the write end, and the read tells.
+    compositor.call(QStringLiteral("screenshotFullscreen"),
+                    QVariant::fromValue(QDBusUnixFileDescriptor(writeEnd.get())), true,
+                    screenIndex(QGuiApplication::screens(), QGuiApplication::primaryScreen()));
+    writeEnd.reset();
+
+    PipeHeader header{};
+    if (!readHeader(readEnd.get(), &header)) {
+        qWarning() << "Failed to load image metadata.";
+        return {};
+    }
+    return readImage(readEnd.get(), header);
+}
+
+QString ScreenHistoryTracker::getAppDesktopEntry() const
+{
+    QDBusInterface windowManager(windowManagerService, windowMangerPath, windowManagerInterface,
+                                 QDBusConnection::sessionBus());
+    const QDBusMessage reply = windowManager.call(QStringLiteral("getActiveWindowPid"));
+    if (reply.type() == QDBusMessage::ErrorMessage) {
+        return {};
+    }
+    // Compositors differ in the integer type they send; a value that is no number counts as 0.
+    const uint pid = reply.arguments().value(0).toUInt();
+    if (pid == static_cast<uint>(QCoreApplication::applicationPid())) {
+        qDebug() << "The active window is itself, do nothing!";
+        return {};
+    }
+    AppInfoHelper &apps = AppInfoHelper::getInstance();
+    std::string cmdline = apps.getCmdlineFromPid(pid);
+    cmdline.erase(cmdline.find_last_not_of(" \n\r\t") + 1);
+    return QString::fromLatin1(apps.getDesktopFileFromCmdline(cmdline).c_str());
+}
