@@ -9,6 +9,7 @@
 namespace
 {
 std::atomic<qint64> offsetSeconds{0};
+std::atomic<qint64> frozenSeconds{0}; // 0: the clock runs
 
 int realClock(clockid_t clock, timespec *time)
 {
@@ -26,7 +27,12 @@ int clock_gettime(clockid_t clock, timespec *time) noexcept
 {
     const int result = realClock(clock, time);
     if (result == 0 && isWallClock(clock)) {
-        time->tv_sec += offsetSeconds.load(std::memory_order_relaxed);
+        const qint64 frozen = frozenSeconds.load(std::memory_order_relaxed);
+        if (frozen != 0) {
+            *time = {static_cast<time_t>(frozen), 0};
+        } else {
+            time->tv_sec += offsetSeconds.load(std::memory_order_relaxed);
+        }
     }
     return result;
 }
@@ -58,16 +64,27 @@ void set(const QDateTime &moment)
 {
     timespec now{};
     realClock(CLOCK_REALTIME, &now);
+    frozenSeconds = 0;
     offsetSeconds = moment.toSecsSinceEpoch() - now.tv_sec;
+}
+
+void freeze(const QDateTime &moment)
+{
+    frozenSeconds = moment.toSecsSinceEpoch();
 }
 
 void advance(qint64 seconds)
 {
-    offsetSeconds += seconds;
+    if (frozenSeconds != 0) {
+        frozenSeconds += seconds;
+    } else {
+        offsetSeconds += seconds;
+    }
 }
 
 void reset()
 {
     offsetSeconds = 0;
+    frozenSeconds = 0;
 }
 } // namespace FakeClock

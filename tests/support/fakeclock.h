@@ -10,6 +10,9 @@ namespace FakeClock
 /// From now on the wall clock shows @p moment and runs on from there.
 void set(const QDateTime &moment);
 
+/// From now on the wall clock shows @p moment and stands still, until it is moved or reset.
+void freeze(const QDateTime &moment);
+
 /// Moves the wall clock by @p seconds, backwards if negative.
 void advance(qint64 seconds);
 
