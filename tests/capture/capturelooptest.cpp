@@ -1,0 +1,419 @@
+// When the tracker takes a frame, and what it does with it.
+
+#include "ai/imageutils.h"
+#include "capture/capturefixture.h"
+#include "capture/screenhistorytracker.h"
+#include "desktopbridge/fake/fakedesktop.h"
+#include "support/fakeclock.h"
+#include "support/logcapture.h"
+#include "support/pictures.h"
+
+#include <QLineEdit>
+#include <QPainter>
+#include <QRandomGenerator>
+#include <QSignalSpy>
+#include <QTest>
+
+using CaptureFixture::Application;
+using CaptureFixture::storedRows;
+using CaptureFixture::todayDirectory;
+
+namespace
+{
+// Shapes apart from each other, each the home of key points of its own. Leaving some out takes
+// their key points away and no others.
+QImage shapes(quint32 seed, int count)
+{
+    QImage image(640, 480, QImage::Format_RGB32);
+    image.fill(Qt::white);
+    QPainter painter(&image);
+    QRandomGenerator random(seed);
+    for (int shape = 0; shape < count; ++shape) {
+        const QPoint corner(80 + (shape % 4) * 130, 70 + (shape / 4) * 110);
+        painter.fillRect(QRect(corner, QSize(random.bounded(12, 40), random.bounded(12, 40))),
+                         QColor(random.bounded(160), random.bounded(160), random.bounded(160)));
+    }
+    return image;
+}
+
+struct Pair {
+    QImage first;
+    QImage second;
+};
+
+Pair pairOfSimilarity(double similarity)
+{
+    for (quint32 seed = 1; seed < 400; ++seed) {
+        const QImage all = shapes(seed, 12);
+        for (int count = 11; count >= 8; --count) {
+            const QImage fewer = shapes(seed, count);
+            if (calculateSimilar(all, fewer) == similarity) {
+                return {all, fewer};
+            }
+        }
+    }
+    return {};
+}
+} // namespace
+
+class TestCaptureLoop : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void anHourWithoutChangeTakesNoFrameAndTheFirstChangeTakesOneAtOnce();
+    void twoChangesWithinOneIntervalTakeOneFrame();
+    void aPauseWithTheIntervalElapsedStillTakesOneMoreFrame();
+    void aTickDuringTheLockLosesOnlyThatAttempt();
+    void theOwnWindowInFocusTakesNoFrameAndUsesUpTheFlag();
+    void similarityExactlyAtTheLimitKeepsTheFrame();
+    void anApplicationSwitchOnANearlyIdenticalScreenIsDropped();
+    void theFirstFrameAfterAStartIsNotCompared();
+    void slowDriftAddsUpUntilItCounts();
+
+    void aRefusedThresholdLeavesTheTimerAlone();
+    void aCompositorThatComesBackIsAskedAnew();
+    void aClockBehindTheLastCheckTakesNoFrameUntilItHasPassedItAgain();
+    void noDesktopEntryDropsTheFrameAndKeepsTheLastOne();
+    void noPictureIsTold();
+    void aKeptFrameHasItsSafetyCopyAndItsRow();
+    void aFailedSafetyCopyKeepsTheRow();
+    void theApplicationIsToldWhenItChangesOnly();
+    void theRecordingSwitchAndTheIntervalAreLogged();
+    void theEndConvertsTheOpenBatch();
+    void aStartConvertsWhatAFormerRunLeft();
+
+private:
+    void show(int picture);
+    void elapse();
+    void change();
+    int frames() const { return storedRows().size(); }
+
+    std::unique_ptr<FakeDesktop> m_desktop;
+    std::unique_ptr<Application> m_application;
+    std::unique_ptr<ScreenHistoryTracker> m_tracker;
+};
+
+void TestCaptureLoop::initTestCase()
+{
+    m_application = std::make_unique<Application>(Application::FileManager);
+}
+
+void TestCaptureLoop::init()
+{
+    CaptureFixture::eraseEverything();
+    m_desktop = std::make_unique<FakeDesktop>();
+    m_desktop->setActivePid(m_application->pid());
+    show(1);
+    m_tracker = std::make_unique<ScreenHistoryTracker>();
+}
+
+void TestCaptureLoop::cleanup()
+{
+    m_tracker.reset();
+    m_desktop.reset();
+    FakeClock::reset();
+}
+
+void TestCaptureLoop::show(int picture)
+{
+    m_desktop->setImage(Pictures::numbered(picture));
+}
+
+void TestCaptureLoop::elapse()
+{
+    m_tracker->setScreenshotInterval(0); // runs out at the next turn of the event loop
+    m_tracker->setRecordingMemory(true);
+    QTest::qWait(20);
+    m_tracker->setRecordingMemory(false);
+}
+
+void TestCaptureLoop::change()
+{
+    m_tracker->screenContentChangedSlot(95.0);
+}
+
+void TestCaptureLoop::anHourWithoutChangeTakesNoFrameAndTheFirstChangeTakesOneAtOnce()
+{
+    elapse();
+    FakeClock::advance(3600);
+    elapse();
+    QCOMPARE(frames(), 0);
+    QVERIFY(m_desktop->screenshotCalls().isEmpty());
+
+    m_desktop->emitScreenContentChanged(95.0);
+    QTRY_COMPARE(frames(), 1);
+}
+
+void TestCaptureLoop::twoChangesWithinOneIntervalTakeOneFrame()
+{
+    elapse();
+    change();
+    show(2);
+    change();
+    QCOMPARE(frames(), 1);
+    QCOMPARE(m_desktop->screenshotCalls().size(), 1);
+
+    elapse();
+    change();
+    QCOMPARE(frames(), 2);
+}
+
+void TestCaptureLoop::aPauseWithTheIntervalElapsedStillTakesOneMoreFrame()
+{
+    elapse(); // ends paused, with the flag set
+    change();
+    QCOMPARE(frames(), 1);
+    show(2);
+    change();
+    QCOMPARE(frames(), 1);
+}
+
+void TestCaptureLoop::aTickDuringTheLockLosesOnlyThatAttempt()
+{
+    m_desktop->emitLock();
+    QTRY_VERIFY(!m_tracker->shouldTakeScreenShot());
+    elapse();
+    change();
+    QCOMPARE(frames(), 0);
+
+    m_desktop->emitUnlock();
+    QTRY_VERIFY(m_tracker->shouldTakeScreenShot());
+    change(); // nothing is caught up: the flag was used up during the lock
+    QCOMPARE(frames(), 0);
+
+    elapse();
+    change();
+    QCOMPARE(frames(), 1);
+}
+
+void TestCaptureLoop::theOwnWindowInFocusTakesNoFrameAndUsesUpTheFlag()
+{
+    elapse();
+    {
+        QLineEdit window;
+        window.show();
+        window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        window.setFocus();
+        QTRY_VERIFY(QGuiApplication::focusObject());
+        change();
+        QCOMPARE(frames(), 0);
+    }
+    QTRY_VERIFY(!QGuiApplication::focusObject());
+    change();
+    QCOMPARE(frames(), 0);
+
+    elapse();
+    change();
+    QCOMPARE(frames(), 1);
+}
+
+void TestCaptureLoop::similarityExactlyAtTheLimitKeepsTheFrame()
+{
+    const Pair pair = pairOfSimilarity(0.8);
+    QVERIFY2(!pair.first.isNull(), "no two pictures of similarity 0.8 were found");
+    m_tracker->screenshotReady(pair.first);
+    m_tracker->screenshotReady(pair.second);
+    QCOMPARE(frames(), 2);
+}
+
+void TestCaptureLoop::anApplicationSwitchOnANearlyIdenticalScreenIsDropped()
+{
+    const Application other(Application::VolumeControl);
+    QSignalSpy switches(m_tracker.get(), &ScreenHistoryTracker::activeAppChanged);
+    m_tracker->screenshotReady(Pictures::numbered(1));
+    QCOMPARE(switches.count(), 1);
+
+    m_desktop->setActivePid(other.pid());
+    m_tracker->screenshotReady(Pictures::numbered(1));
+    QCOMPARE(frames(), 1);
+    QCOMPARE(switches.count(), 1);
+}
+
+void TestCaptureLoop::theFirstFrameAfterAStartIsNotCompared()
+{
+    m_tracker->screenshotReady(Pictures::numbered(1));
+    m_tracker = std::make_unique<ScreenHistoryTracker>();
+    m_tracker->screenshotReady(Pictures::numbered(1));
+    QCOMPARE(frames(), 2);
+}
+
+void TestCaptureLoop::slowDriftAddsUpUntilItCounts()
+{
+    m_tracker->screenshotReady(shapes(1, 12));
+    int steps = 0;
+    for (int count = 11; count > 0 && frames() == 1; --count, ++steps) {
+        m_tracker->screenshotReady(shapes(1, count));
+    }
+    QCOMPARE(frames(), 2);
+    QVERIFY2(steps > 1, "one step alone was enough: nothing added up");
+}
+
+void TestCaptureLoop::aRefusedThresholdLeavesTheTimerAlone()
+{
+    m_tracker.reset();
+    m_desktop->setThresholdError(true);
+    const LogCapture log;
+    m_tracker = std::make_unique<ScreenHistoryTracker>();
+    QCOMPARE(log.count(QtWarningMsg, QStringLiteral("setContentChangeThreshold error:")), 1);
+    m_tracker->setScreenshotInterval(0);
+    m_tracker->setRecordingMemory(true);
+    QTRY_COMPARE(frames(), 1);
+}
+
+void TestCaptureLoop::aCompositorThatComesBackIsAskedAnew()
+{
+    const LogCapture log;
+    QVERIFY(m_desktop->setNames(FakeDesktop::NoName));
+    QTRY_COMPARE(log.count(QtWarningMsg, QStringLiteral("setContentChangeThreshold error:")), 1);
+    m_tracker->setScreenshotInterval(0);
+    m_tracker->setRecordingMemory(true);
+    const int failed = m_desktop->screenshotCalls().size();
+
+    QVERIFY(m_desktop->setNames(FakeDesktop::WindowManager));
+    QTRY_COMPARE(m_desktop->thresholds().size(), 2);
+    m_tracker->setRecordingMemory(false);
+    const int asked = m_desktop->screenshotCalls().size();
+    QVERIFY(asked > failed); // the timer alone triggered in between
+
+    elapse();
+    QCOMPARE(m_desktop->screenshotCalls().size(), asked); // changes trigger again
+    change();
+    QCOMPARE(m_desktop->screenshotCalls().size(), asked + 1);
+}
+
+void TestCaptureLoop::aClockBehindTheLastCheckTakesNoFrameUntilItHasPassedItAgain()
+{
+    QVERIFY(m_tracker->shouldTakeScreenShot());
+    QSignalSpy back(m_tracker.get(), &ScreenHistoryTracker::backInTimeDetected);
+    const LogCapture log;
+    FakeClock::advance(-60);
+    QVERIFY(!m_tracker->shouldTakeScreenShot());
+    FakeClock::advance(30);
+    QVERIFY(!m_tracker->shouldTakeScreenShot());
+    QCOMPARE(back.count(), 2);
+    QCOMPARE(log.count(QtWarningMsg, QStringLiteral("Warning: Time travel detected")), 2);
+
+    FakeClock::advance(31);
+    QVERIFY(m_tracker->shouldTakeScreenShot());
+    QCOMPARE(back.count(), 2);
+}
+
+void TestCaptureLoop::noDesktopEntryDropsTheFrameAndKeepsTheLastOne()
+{
+    m_tracker->screenshotReady(Pictures::numbered(1));
+    m_desktop->setActivePidError(true);
+    m_tracker->screenshotReady(Pictures::numbered(2));
+    QCOMPARE(frames(), 1);
+
+    // Still compared with the first picture, so the second one is new.
+    m_desktop->setActivePidError(false);
+    m_tracker->screenshotReady(Pictures::numbered(1));
+    QCOMPARE(frames(), 1);
+    m_tracker->screenshotReady(Pictures::numbered(2));
+    QCOMPARE(frames(), 2);
+}
+
+void TestCaptureLoop::noPictureIsTold()
+{
+    m_desktop->setScreenshot(FakeDesktop::Screenshot::CloseAfter7Bytes);
+    if (!m_tracker->takeScreenShot().isNull()) {
+        QSKIP("the platform plug-in grabs a picture without a screen");
+    }
+    const LogCapture log;
+    m_tracker->processScreenShot();
+    QCOMPARE(log.count(QtWarningMsg, QStringLiteral("Failed to take screenshot")), 1);
+    QCOMPARE(frames(), 0);
+}
+
+void TestCaptureLoop::aKeptFrameHasItsSafetyCopyAndItsRow()
+{
+    const QDateTime before = QDateTime::currentDateTime();
+    for (int picture = 1; picture <= 7; ++picture) {
+        m_tracker->screenshotReady(Pictures::numbered(picture));
+    }
+    const QVector<ScreenShotData> rows = storedRows();
+    QCOMPARE(rows.size(), 7);
+    const ScreenShotData &last = rows.last();
+    QVERIFY(isValidVideoNameFormat(last.videoName));
+    QCOMPARE(last.frameIndexOfVideo, 7U);
+    QCOMPARE(last.frameIndexOfDay, 7U);
+    QCOMPARE(last.desktopFilePath, m_application->desktopEntry());
+    QVERIFY(last.ocrText.isEmpty());
+    QVERIFY(last.realTime >= before.toSecsSinceEpoch());
+
+    const QImage copy(todayDirectory() + QLatin1Char('/') + last.videoName +
+                      QLatin1String("_007.png"));
+    QCOMPARE(copy.convertToFormat(QImage::Format_RGB32), Pictures::numbered(7));
+}
+
+void TestCaptureLoop::aFailedSafetyCopyKeepsTheRow()
+{
+    m_tracker->screenshotReady(Pictures::numbered(1));
+    // A directory stands where the copy would go.
+    const QString blocked = todayDirectory() + QLatin1Char('/') + storedRows().last().videoName +
+                            QLatin1String("_002.png");
+    QVERIFY(QDir().mkpath(blocked));
+    m_tracker->screenshotReady(Pictures::numbered(2));
+    QCOMPARE(frames(), 2);
+    QVERIFY(QDir().rmdir(blocked));
+}
+
+void TestCaptureLoop::theApplicationIsToldWhenItChangesOnly()
+{
+    const Application other(Application::VolumeControl);
+    QSignalSpy switches(m_tracker.get(), &ScreenHistoryTracker::activeAppChanged);
+    m_tracker->screenshotReady(Pictures::numbered(1));
+    m_tracker->screenshotReady(Pictures::numbered(2));
+    m_desktop->setActivePid(other.pid());
+    m_tracker->screenshotReady(Pictures::numbered(3));
+    QCOMPARE(switches.count(), 2);
+    QCOMPARE(switches.at(0).at(0).toString(), m_application->desktopEntry());
+    QCOMPARE(switches.at(1).at(0).toString(), other.desktopEntry());
+    QCOMPARE(storedRows().last().desktopFilePath, other.desktopEntry());
+}
+
+void TestCaptureLoop::theRecordingSwitchAndTheIntervalAreLogged()
+{
+    const LogCapture log;
+    m_tracker->setScreenshotInterval(7);
+    m_tracker->setRecordingMemory(true);
+    m_tracker->setRecordingMemory(false);
+    QCOMPARE(log.texts(QtDebugMsg),
+             QStringList({QStringLiteral("ScreenHistoryTracker setScreenshotInterval to 7"),
+                          QStringLiteral("ScreenHistoryTracker setRecordingMemory to true"),
+                          QStringLiteral("ScreenHistoryTracker setRecordingMemory to false")}));
+}
+
+void TestCaptureLoop::theEndConvertsTheOpenBatch()
+{
+    for (int picture = 1; picture <= 3; ++picture) {
+        m_tracker->screenshotReady(Pictures::numbered(picture));
+    }
+    const QString video = storedRows().last().videoName;
+    m_tracker.reset();
+    QCOMPARE(CaptureFixture::filesIn(todayDirectory(), QStringLiteral("*")), QStringList(video));
+}
+
+void TestCaptureLoop::aStartConvertsWhatAFormerRunLeft()
+{
+    m_tracker.reset();
+    const QString name = QDate::currentDate().toString(QStringLiteral("yyyy-MM-dd")) +
+                         QLatin1String("_00-00-01.mp4");
+    QVERIFY(QDir().mkpath(todayDirectory()));
+    for (int picture = 1; picture <= 3; ++picture) {
+        QVERIFY(Pictures::numbered(picture).save(
+            QStringLiteral("%1/%2_00%3.png").arg(todayDirectory(), name).arg(picture)));
+    }
+    m_tracker = std::make_unique<ScreenHistoryTracker>();
+    // Done before the constructor returns.
+    QCOMPARE(CaptureFixture::filesIn(todayDirectory(), QStringLiteral("*")), QStringList(name));
+}
+
+QTEST_MAIN(TestCaptureLoop)
+#include "capturelooptest.moc"
