@@ -1,0 +1,58 @@
+// Process entry: one recording instance a session, from the log's set-up to the exit status.
+
+#include "app/startup.h"
+#include "app/yestermarkbackend.h"
+
+#include "log/vesklog4qt.h"
+#include "singleapplication/qtsingleapplication.h"
+
+#include <QIcon>
+#include <QTimer>
+#include <QTranslator>
+
+#include <sys/stat.h>
+
+namespace
+{
+constexpr int messageTimeoutMs = 5000;
+
+int passOn(QtSingleApplication *application)
+{
+    const QStringList arguments = application->arguments();
+    const QString message =
+        arguments.size() >= 2 ? arguments.at(1) : QCoreApplication::applicationFilePath();
+    application->sendMessage(message, messageTimeoutMs);
+    return 0;
+}
+} // namespace
+
+int main(int argc, char **argv)
+{
+    initVeskLog4qt(QStringLiteral("tavel-ai-yestermark"));
+    ::umask(0077); // what is recorded is nobody else's to read
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
+    QtSingleApplication application(argc, argv, true);
+    addPrivatePluginPath();
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/image/taskbarappicon.svg")));
+    if (application.isRunning()) {
+        return passOn(&application);
+    }
+
+    QTranslator translator;
+    installTranslation(&translator);
+    installSignalHandlers();
+    registerMetaTypes();
+
+    YestermarkBackend backend;
+    QObject::connect(
+        &backend, &YestermarkBackend::programExit, &application, [] { QCoreApplication::quit(); },
+        Qt::DirectConnection);
+    QObject::connect(&application, &QtSingleApplication::messageReceived, &backend,
+                     &YestermarkBackend::activateYestermark);
+    QTimer::singleShot(0, &application, [] {
+        if (wasInterrupted()) {
+            QCoreApplication::exit(0);
+        }
+    });
+    return QApplication::exec();
+}

@@ -1,0 +1,56 @@
+#include "app/startup.h"
+
+#include "database/screenshotdata.h"
+
+#include <QCoreApplication>
+#include <QDebug>
+#include <QLocale>
+#include <QTranslator>
+
+#include <csignal>
+
+namespace
+{
+volatile std::sig_atomic_t interrupted = 0;
+}
+
+void addPrivatePluginPath()
+{
+    QCoreApplication::addLibraryPath(QCoreApplication::applicationDirPath() +
+                                     QLatin1String("/../" YESTERMARK_PLUGINDIR));
+}
+
+void installTranslation(QTranslator *translator)
+{
+    const QString file = QLatin1String("/usr/share/tavel-ai-yestermark/translations/") +
+                         QCoreApplication::applicationName() + QLatin1Char('_') +
+                         QLocale::system().name();
+    if (translator->load(file, QString(), QString(), QString())) {
+        QCoreApplication::installTranslator(translator);
+    }
+}
+
+void installSignalHandlers()
+{
+    std::signal(SIGTERM, signalHandler);
+    std::signal(SIGINT, signalHandler);
+    std::signal(SIGHUP, signalHandler);
+}
+
+void signalHandler(int signal)
+{
+    interrupted = 1;
+    qDebug() << "Interrupt signal (" << signal << ") received.";
+    QCoreApplication::exit(0);
+}
+
+bool wasInterrupted()
+{
+    return interrupted != 0;
+}
+
+void registerMetaTypes()
+{
+    qRegisterMetaType<ScreenShotData>("ScreenShotData");
+    qRegisterMetaType<ScreenShotData>("ScreenShotData&");
+}

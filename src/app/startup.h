@@ -1,0 +1,25 @@
+#pragma once
+// The steps of the program's start that need no object of their own. Main thread, called by main
+// in its order.
+
+class QTranslator;
+
+/// Makes our own image plug-ins known, which lie in a folder beside the installed or built
+/// executable that no other program reads.
+void addPrivatePluginPath();
+
+/// Loads the translation of the system's language and installs it. A missing one is no error.
+void installTranslation(QTranslator *translator);
+
+/// SIGTERM, SIGINT and SIGHUP end the event loop.
+void installSignalHandlers();
+
+/// Ends the event loop with 0. Runs inside the signal, on whichever thread takes it.
+void signalHandler(int signal);
+
+/// Whether signalHandler() ran: QCoreApplication::exit() has no effect before the event loop
+/// runs, so main asks once more when it does.
+bool wasInterrupted();
+
+/// Registers the records that cross threads in queued signals.
+void registerMetaTypes();
