@@ -1,0 +1,274 @@
+// The program as a whole, with the real desktop bridge, on an X display with real windows.
+
+#include "capture/capturefixture.h"
+#include "database/databasemanager.h"
+#include "system/recordedsession.h"
+#include "video/videocomposer.h"
+
+#include <QDBusConnection>
+#include <QDir>
+#include <QDirIterator>
+#include <QElapsedTimer>
+#include <QTest>
+
+#include <csignal>
+
+using CaptureFixture::filesIn;
+using CaptureFixture::storedRows;
+using CaptureFixture::todayDirectory;
+using namespace RecordedSession;
+
+class TestProgram : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+
+    void aSecondStartComesToAnEndAndTellsTheFirst_data();
+    void aSecondStartComesToAnEndAndTellsTheFirst();
+    void aStartAfterAKillTakesTheSession();
+    void aSignalEndsItInOrder_data();
+    void aSignalEndsItInOrder();
+    void realWindowsAreRecordedUnderTheirApplication();
+    void aKeyWrittenFromOutsideStartsAndPausesRecording();
+    void aStoredFrameNewerThanTheClockSwitchesRecordingOff();
+    void recordingGoesOnAfterTheBridgeWasKilled();
+    void withoutTheBridgeTheTimerTakesFrames();
+    void theLogHoldsNothingThatStoodOnTheScreen();
+    void whatIsWrittenIsForTheUserOnly();
+
+private:
+    static bool waitForRows(int count, int milliseconds = 20000);
+};
+
+bool TestProgram::waitForRows(int count, int milliseconds)
+{
+    return QTest::qWaitFor([count] { return storedRows().size() >= count; }, milliseconds);
+}
+
+void TestProgram::initTestCase()
+{
+    QVERIFY(setSetting(QStringLiteral("screenshot-interval"), QStringLiteral("1")));
+}
+
+void TestProgram::init()
+{
+    CaptureFixture::eraseEverything();
+    QVERIFY(setSetting(QStringLiteral("recording-memory"), QStringLiteral("false")));
+}
+
+void TestProgram::aSecondStartComesToAnEndAndTellsTheFirst_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::newRow("with an argument") << QStringList{QStringLiteral("show")};
+    QTest::newRow("without") << QStringList();
+}
+
+void TestProgram::aSecondStartComesToAnEndAndTellsTheFirst()
+{
+    QFETCH(QStringList, arguments);
+    Program first;
+    QVERIFY(first.start());
+    Program second;
+    second.launch(arguments);
+    QVERIFY(second.waitForEnd(6000));
+    QCOMPARE(second.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(second.exitCode(), 0);
+    QVERIFY(!second.log().contains(QStringLiteral("ScreenHistoryTracker")));
+    QVERIFY(first.waitForLog(QStringLiteral("asked to come to the front")));
+}
+
+void TestProgram::aStartAfterAKillTakesTheSession()
+{
+    Program killed;
+    QVERIFY(killed.start());
+    killed.sendSignal(SIGKILL);
+    QVERIFY(killed.waitForEnd());
+
+    Program next;
+    QVERIFY(next.start());
+    next.sendSignal(SIGTERM);
+    QVERIFY(next.waitForEnd());
+    QCOMPARE(next.exitCode(), 0);
+}
+
+void TestProgram::aSignalEndsItInOrder_data()
+{
+    QTest::addColumn<int>("number");
+    QTest::newRow("SIGTERM") << SIGTERM;
+    QTest::newRow("SIGINT") << SIGINT;
+    QTest::newRow("SIGHUP") << SIGHUP;
+}
+
+void TestProgram::aSignalEndsItInOrder()
+{
+    QFETCH(int, number);
+    const BusyTerminal terminal;
+    QVERIFY(setSetting(QStringLiteral("recording-memory"), QStringLiteral("true")));
+    Program program;
+    QVERIFY(program.start());
+    QVERIFY(waitForRows(2));
+    program.sendSignal(number);
+    QVERIFY(program.waitForEnd());
+    QCOMPARE(program.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(program.exitCode(), 0);
+    QVERIFY(
+        program.log().contains(QStringLiteral("Interrupt signal ( %1 ) received.").arg(number)));
+    QCOMPARE(filesIn(todayDirectory(), QStringLiteral("*")).size(), 1); // the open batch's video
+}
+
+void TestProgram::realWindowsAreRecordedUnderTheirApplication()
+{
+    QVERIFY(setSetting(QStringLiteral("recording-memory"), QStringLiteral("true")));
+    Program program;
+    QVERIFY(program.start());
+    const BusyTerminal terminal;
+    QVERIFY(waitForRows(4));
+    program.sendSignal(SIGTERM);
+    QVERIFY(program.waitForEnd());
+
+    const QVector<ScreenShotData> rows = storedRows();
+    for (const ScreenShotData &row : rows) {
+        QCOMPARE(row.desktopFilePath, BusyTerminal::desktopEntry());
+    }
+    const QString video = todayDirectory() + QLatin1Char('/') + rows.last().videoName;
+    QCOMPARE(VideoComposer::getFrameNumberFromVideo(video), rows.last().frameIndexOfVideo);
+}
+
+void TestProgram::aKeyWrittenFromOutsideStartsAndPausesRecording()
+{
+    const BusyTerminal terminal;
+    Program program;
+    QVERIFY(program.start());
+    QTest::qWait(2500); // more than two intervals, in which nothing may happen
+    QCOMPARE(storedRows().size(), 0);
+
+    QVERIFY(setSetting(QStringLiteral("recording-memory"), QStringLiteral("true")));
+    QVERIFY(waitForRows(2));
+    QVERIFY(setSetting(QStringLiteral("recording-memory"), QStringLiteral("false")));
+    QVERIFY(program.waitForLog(QStringLiteral("ScreenHistoryTracker setRecordingMemory to false")));
+    QTest::qWait(1500); // one more change may still take a frame
+    const int paused = storedRows().size();
+    QTest::qWait(2500);
+    QCOMPARE(storedRows().size(), paused);
+}
+
+void TestProgram::aStoredFrameNewerThanTheClockSwitchesRecordingOff()
+{
+    ScreenShotData future;
+    future.videoName = QStringLiteral("2024-03-05_14-07-31.mp4");
+    future.frameIndexOfVideo = 1;
+    future.frameIndexOfDay = 1;
+    future.realTime = QDateTime::currentDateTime().addDays(40).toSecsSinceEpoch();
+    future.ocrText = QLatin1String("");
+    QVERIFY(DatabaseManager::getInstance()->saveScreenShotData(future));
+    QVERIFY(setSetting(QStringLiteral("recording-memory"), QStringLiteral("true")));
+    const BusyTerminal terminal;
+    Program program;
+    QVERIFY(program.start());
+    QVERIFY(program.log().contains(QStringLiteral("back in time detected")));
+    QVERIFY(program.log().contains(QStringLiteral("asked to come to the front")));
+    QCOMPARE(setting(QStringLiteral("recording-memory")), QStringLiteral("false"));
+    QTest::qWait(2500);
+    QCOMPARE(storedRows().size(), 1);
+}
+
+void TestProgram::recordingGoesOnAfterTheBridgeWasKilled()
+{
+    const BusyTerminal terminal;
+    QVERIFY(setSetting(QStringLiteral("recording-memory"), QStringLiteral("true")));
+    Program program;
+    QVERIFY(program.start());
+    QVERIFY(waitForRows(2));
+    for (int round = 0; round < 3; ++round) {
+        const uint bridge = ownerOf(QStringLiteral("org.vesk.KWin"));
+        QVERIFY(bridge != 0);
+        QCOMPARE(::kill(static_cast<pid_t>(bridge), SIGKILL), 0);
+        const int before = storedRows().size();
+        QVERIFY(waitForRows(before + 2, 6000));
+    }
+}
+
+void TestProgram::withoutTheBridgeTheTimerTakesFrames()
+{
+    // Somebody else owns the name and knows none of its methods.
+    const BusyTerminal terminal;
+    const uint bridge = ownerOf(QStringLiteral("org.vesk.KWin"));
+    if (bridge != 0) {
+        QCOMPARE(::kill(static_cast<pid_t>(bridge), SIGKILL), 0);
+        QTRY_COMPARE(ownerOf(QStringLiteral("org.vesk.KWin")), 0U);
+    }
+    QVERIFY(QDBusConnection::sessionBus().registerService(QStringLiteral("org.vesk.KWin")));
+    QVERIFY(setSetting(QStringLiteral("recording-memory"), QStringLiteral("true")));
+    Program program;
+    QVERIFY(program.start());
+    QVERIFY(program.log().contains(QStringLiteral("setContentChangeThreshold error:")));
+    // Frames are grabbed, and dropped for want of an application in front.
+    QVERIFY(program.waitForLog(QStringLiteral("Failed to load image metadata.")));
+    QVERIFY(QDBusConnection::sessionBus().unregisterService(QStringLiteral("org.vesk.KWin")));
+    // The name is free again: the bus starts the bridge, and changes are told.
+    QVERIFY(waitForRows(2));
+}
+
+void TestProgram::theLogHoldsNothingThatStoodOnTheScreen()
+{
+    const QString marker = QStringLiteral("zanzibarmarker");
+    QVERIFY(setSetting(QStringLiteral("recording-memory"), QStringLiteral("true")));
+    Program program;
+    QVERIFY(program.start());
+    QProcess terminal;
+    terminal.start(QStringLiteral("xterm"),
+                   {QStringLiteral("-fullscreen"), QStringLiteral("-title"), marker,
+                    QStringLiteral("-e"), QStringLiteral("sh")});
+    QVERIFY(terminal.waitForStarted());
+    QCOMPARE(QProcess::execute(QStringLiteral("xdotool"),
+                               {QStringLiteral("search"), QStringLiteral("--sync"),
+                                QStringLiteral("--name"), marker, QStringLiteral("windowactivate"),
+                                QStringLiteral("--sync")}),
+             0);
+    QCOMPARE(QProcess::execute(
+                 QStringLiteral("xdotool"),
+                 {QStringLiteral("type"), QStringLiteral("yes %1 | head -n 60\n").arg(marker)}),
+             0);
+    QVERIFY(waitForRows(1));
+    program.sendSignal(SIGTERM);
+    QVERIFY(program.waitForEnd());
+    terminal.kill();
+    terminal.waitForFinished();
+
+    QVERIFY(!program.log().contains(marker));
+    QDirIterator logs(QDir::homePath() + QLatin1String("/.cache/tavel-ai-yestermark"),
+                      {QStringLiteral("*.log")}, QDir::Files, QDirIterator::Subdirectories);
+    int read = 0;
+    while (logs.hasNext()) {
+        QFile file(logs.next());
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray text = file.readAll();
+        QVERIFY(text.contains("ScreenHistoryTracker"));
+        QVERIFY(!text.contains(marker.toUtf8()));
+        ++read;
+    }
+    QVERIFY(read > 0);
+}
+
+void TestProgram::whatIsWrittenIsForTheUserOnly()
+{
+    const BusyTerminal terminal;
+    QVERIFY(setSetting(QStringLiteral("recording-memory"), QStringLiteral("true")));
+    Program program;
+    QVERIFY(program.start());
+    QVERIFY(waitForRows(1));
+    program.sendSignal(SIGTERM);
+    QVERIFY(program.waitForEnd());
+    QVERIFY(!filesIn(todayDirectory(), QStringLiteral("*.mp4")).isEmpty());
+    QDirIterator files(todayDirectory(), QDir::Files);
+    while (files.hasNext()) {
+        QCOMPARE(QFile::permissions(files.next()) & (QFile::ReadGroup | QFile::ReadOther),
+                 QFile::Permissions());
+    }
+}
+
+QTEST_GUILESS_MAIN(TestProgram)
+#include "programtest.moc"

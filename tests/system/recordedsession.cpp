@@ -1,0 +1,108 @@
+#include "system/recordedsession.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusReply>
+#include <QElapsedTimer>
+#include <QTest>
+
+#include <csignal>
+
+namespace RecordedSession
+{
+namespace
+{
+const QString schema = QStringLiteral("com.tavel.yestermark");
+}
+
+Program::Program()
+{
+    m_process.setProgram(QStringLiteral(PROGRAM));
+    m_process.setProcessChannelMode(QProcess::MergedChannels);
+    QObject::connect(&m_process, &QProcess::readyRead, &m_process,
+                     [this] { m_output += m_process.readAll(); });
+}
+
+Program::~Program()
+{
+    if (m_process.state() != QProcess::NotRunning) {
+        m_process.kill();
+        m_process.waitForFinished();
+    }
+}
+
+bool Program::start(const QStringList &arguments)
+{
+    launch(arguments);
+    return waitForLog(QStringLiteral("ScreenHistoryTracker setScreenshotInterval to"));
+}
+
+void Program::launch(const QStringList &arguments)
+{
+    m_output.clear();
+    m_process.setArguments(arguments);
+    m_process.start();
+    m_process.waitForStarted();
+}
+
+bool Program::waitForLog(const QString &text, int milliseconds)
+{
+    return QTest::qWaitFor([&] { return log().contains(text); }, milliseconds);
+}
+
+void Program::sendSignal(int number)
+{
+    ::kill(static_cast<pid_t>(m_process.processId()), number);
+}
+
+bool Program::waitForEnd(int milliseconds)
+{
+    return QTest::qWaitFor([&] { return m_process.state() == QProcess::NotRunning; }, milliseconds);
+}
+
+QString Program::log() const
+{
+    return QString::fromUtf8(m_output);
+}
+
+bool setSetting(const QString &key, const QString &value)
+{
+    return QProcess::execute(QStringLiteral("gsettings"),
+                             {QStringLiteral("set"), schema, key, value}) == 0;
+}
+
+QString setting(const QString &key)
+{
+    QProcess reader;
+    reader.start(QStringLiteral("gsettings"), {QStringLiteral("get"), schema, key});
+    reader.waitForFinished();
+    return QString::fromUtf8(reader.readAllStandardOutput()).trimmed();
+}
+
+BusyTerminal::BusyTerminal()
+{
+    m_process.start(QStringLiteral("xterm"),
+                    {QStringLiteral("-fullscreen"), QStringLiteral("-e"), QStringLiteral("sh"),
+                     QStringLiteral("-c"),
+                     QStringLiteral("while :; do clear; head -c 5000 /dev/urandom | base64; "
+                                    "sleep 0.5; done")});
+    m_process.waitForStarted();
+}
+
+BusyTerminal::~BusyTerminal()
+{
+    m_process.terminate();
+    m_process.waitForFinished();
+}
+
+QString BusyTerminal::desktopEntry()
+{
+    return QStringLiteral("/usr/share/applications/debian-xterm.desktop");
+}
+
+uint ownerOf(const QString &service)
+{
+    const QDBusReply<uint> pid = QDBusConnection::sessionBus().interface()->servicePid(service);
+    return pid.isValid() ? pid.value() : 0;
+}
+} // namespace RecordedSession
