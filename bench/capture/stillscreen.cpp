@@ -1,0 +1,65 @@
+// What the recorder and the bridge cost together while nothing on the screen changes. An argument
+// sets another span than 60 seconds.
+
+#include "capture/capturefixture.h"
+#include "support/figure.h"
+#include "system/recordedsession.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+#include <csignal>
+
+namespace
+{
+constexpr double goalMs = 60.0;
+constexpr int defaultSeconds = 60;
+
+// CPU time of a process in milliseconds: the scheduler's nanoseconds of all its threads. The clock
+// ticks of /proc/PID/stat are too coarse for what is measured here.
+double cpuOf(uint process)
+{
+    double nanoseconds = 0.0;
+    const QString tasks = QStringLiteral("/proc/%1/task").arg(process);
+    for (const QString &task : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile file(QStringLiteral("%1/%2/schedstat").arg(tasks, task));
+        if (file.open(QIODevice::ReadOnly)) {
+            nanoseconds += file.readAll().split(' ').value(0).toDouble();
+        }
+    }
+    return nanoseconds / 1e6;
+}
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    const int seconds = arguments.size() > 1 ? arguments.at(1).toInt() : defaultSeconds;
+
+    RecordedSession::setSetting(QStringLiteral("screenshot-interval"), QStringLiteral("5"));
+    RecordedSession::setSetting(QStringLiteral("recording-memory"), QStringLiteral("true"));
+    RecordedSession::Program program;
+    if (!program.start()) {
+        qCritical("the program did not start");
+        return 1;
+    }
+    {
+        const RecordedSession::BusyTerminal terminal;
+        if (!QTest::qWaitFor([] { return !CaptureFixture::storedRows().isEmpty(); }, 20000)) {
+            qCritical("nothing was recorded");
+            return 1;
+        }
+    }
+    QTest::qWait(12000); // the closed window's own change has been taken by then
+    const uint bridge = RecordedSession::ownerOf(QStringLiteral("org.vesk.KWin"));
+    const double before = cpuOf(program.processId()) + cpuOf(bridge);
+    QTest::qWait(seconds * 1000);
+    const double spent = cpuOf(program.processId()) + cpuOf(bridge) - before;
+    Bench::print({QStringLiteral("still screen, recorder and bridge, %1 s").arg(seconds), spent,
+                  QStringLiteral("ms"), goalMs * seconds / defaultSeconds, 0.0, QString()});
+    program.sendSignal(SIGTERM);
+    return program.waitForEnd() ? 0 : 1;
+}
