@@ -16,6 +16,18 @@ namespace
 {
 // A hundred frames take more than a second: videos are named by the second of their first frame.
 constexpr int frameMs = 12;
+
+// As the tracker counts: many frames share a second here, so the newest row is not told by it.
+uint framesOfToday()
+{
+    uint frames = 0;
+    const QList<ActiveAppInfo> runs =
+        DatabaseManager::getInstance()->getAppListOfDay(DayText::ofDate(QDate::currentDate()));
+    for (const ActiveAppInfo &run : runs) {
+        frames += run.frameCount;
+    }
+    return frames;
+}
 } // namespace
 
 int main(int argc, char **argv)
@@ -29,8 +41,7 @@ int main(int argc, char **argv)
     if (arguments.at(3) == QLatin1String("recover")) {
         return 0;
     }
-    uint next =
-        DatabaseManager::getInstance()->getFrameNumOfDay(DayText::ofDate(QDate::currentDate()));
+    uint next = framesOfToday();
     QTimer timer;
     QObject::connect(&timer, &QTimer::timeout, &tracker, [&tracker, &next] {
         tracker.screenshotReady(Pictures::numbered(static_cast<int>(++next)));

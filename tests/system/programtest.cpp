@@ -28,6 +28,8 @@ private Q_SLOTS:
 
     void aSecondStartComesToAnEndAndTellsTheFirst_data();
     void aSecondStartComesToAnEndAndTellsTheFirst();
+    void theMessageIsTheFirstArgumentElseTheExecutable_data();
+    void theMessageIsTheFirstArgumentElseTheExecutable();
     void aStartAfterAKillTakesTheSession();
     void aSignalEndsItInOrder_data();
     void aSignalEndsItInOrder();
@@ -78,6 +80,34 @@ void TestProgram::aSecondStartComesToAnEndAndTellsTheFirst()
     QCOMPARE(second.exitCode(), 0);
     QVERIFY(!second.log().contains(QStringLiteral("ScreenHistoryTracker")));
     QVERIFY(first.waitForLog(QStringLiteral("asked to come to the front")));
+}
+
+void TestProgram::theMessageIsTheFirstArgumentElseTheExecutable_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("one") << QStringList{QStringLiteral("看")} << QStringLiteral("看");
+    QTest::newRow("two") << QStringList{QStringLiteral("a b"), QStringLiteral("c")}
+                         << QStringLiteral("a b");
+    QTest::newRow("none") << QStringList() << Program().path();
+}
+
+void TestProgram::theMessageIsTheFirstArgumentElseTheExecutable()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, message);
+    QProcess first;
+    first.start(QStringLiteral(FIRST_INSTANCE), QStringList());
+    QVERIFY(first.waitForReadyRead());
+    QCOMPARE(first.readLine(), QByteArray("first\n"));
+    Program second;
+    second.launch(arguments);
+    QVERIFY(second.waitForEnd(6000));
+    QCOMPARE(second.exitCode(), 0);
+    QVERIFY(first.canReadLine() || first.waitForReadyRead());
+    QCOMPARE(QString::fromUtf8(first.readLine()), message + QLatin1Char('\n'));
+    first.terminate();
+    QVERIFY(first.waitForFinished());
 }
 
 void TestProgram::aStartAfterAKillTakesTheSession()

@@ -31,6 +31,7 @@ public:
     bool waitForEnd(int milliseconds = 30000);
 
     QString log() const;
+    QString path() const { return m_process.program(); }
     uint processId() const { return static_cast<uint>(m_process.processId()); }
     int exitCode() const { return m_process.exitCode(); }
     QProcess::ExitStatus exitStatus() const { return m_process.exitStatus(); }
