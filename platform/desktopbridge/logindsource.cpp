@@ -30,12 +30,21 @@ LogindSource::LogindSource(const QDBusConnection &bus) : m_bus(bus)
     }
     m_watcher.setConnection(m_bus);
     m_watcher.addWatchedService(SERVICE);
-    connect(&m_watcher, &QDBusServiceWatcher::serviceRegistered, this, &LogindSource::findSession);
-    connect(&m_watcher, &QDBusServiceWatcher::serviceUnregistered, this, [this] {
+    connect(&m_watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
+            &LogindSource::onOwnerChanged);
+    findSession();
+}
+
+void LogindSource::onOwnerChanged(const QString & /*name*/, const QString &before,
+                                  const QString &now)
+{
+    if (!before.isEmpty()) {
         unfollow();
         Q_EMIT left();
-    });
-    findSession();
+    }
+    if (!now.isEmpty()) {
+        findSession();
+    }
 }
 
 // A process that the user's service manager started is in no session of its own: the environment
@@ -71,10 +80,11 @@ void LogindSource::askManager(const QString &method, const QVariant &argument,
 
 void LogindSource::follow(const QString &session)
 {
-    unfollow();
-    if (session.isEmpty()) {
+    // Asked at the start and again when the service came, both may be answered.
+    if (session.isEmpty() || session == m_session) {
         return;
     }
+    unfollow();
     m_session = session;
     m_bus.connect(SERVICE, m_session, SESSION_INTERFACE, QStringLiteral("Lock"), this,
                   SLOT(onLock()));

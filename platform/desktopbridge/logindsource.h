@@ -30,6 +30,7 @@ private Q_SLOTS:
 private:
     using PathHandler = std::function<void(const QString &path)>;
 
+    void onOwnerChanged(const QString &name, const QString &before, const QString &now);
     void findSession();
     void askManager(const QString &method, const QVariant &argument, const PathHandler &handler);
     void follow(const QString &session);

@@ -8,17 +8,26 @@ ScreenSaverSource::ScreenSaverSource(const QDBusConnection &bus, const QString &
                                      const QStringList &paths)
     : m_bus(bus), m_name(name), m_statePath(paths.first()), m_watcher(name, bus)
 {
-    connect(&m_watcher, &QDBusServiceWatcher::serviceRegistered, this,
-            &ScreenSaverSource::askState);
-    connect(&m_watcher, &QDBusServiceWatcher::serviceUnregistered, this, [this] {
-        ++m_events;
-        Q_EMIT left();
-    });
+    connect(&m_watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
+            &ScreenSaverSource::onOwnerChanged);
     for (const QString &path : paths) {
         m_bus.connect(name, path, name, QStringLiteral("ActiveChanged"), this,
                       SLOT(onActiveChanged(bool)));
     }
     askState();
+}
+
+// One that replaces another begins anew.
+void ScreenSaverSource::onOwnerChanged(const QString & /*name*/, const QString &before,
+                                       const QString &now)
+{
+    ++m_events;
+    if (!before.isEmpty()) {
+        Q_EMIT left();
+    }
+    if (!now.isEmpty()) {
+        askState();
+    }
 }
 
 void ScreenSaverSource::onActiveChanged(bool active)

@@ -24,6 +24,7 @@ private Q_SLOTS:
     void onActiveChanged(bool active);
 
 private:
+    void onOwnerChanged(const QString &name, const QString &before, const QString &now);
     void askState();
 
     QDBusConnection m_bus;

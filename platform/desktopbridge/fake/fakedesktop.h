@@ -73,3 +73,4 @@ private:
 
 Q_DECLARE_OPERATORS_FOR_FLAGS(FakeDesktop::Names)
 Q_DECLARE_METATYPE(FakeDesktop::Screenshot)
+Q_DECLARE_METATYPE(FakeDesktop::Names)

@@ -97,3 +97,9 @@ QImage PipeReader::picture(int screen)
     }
     return image(reader.readAll());
 }
+
+bool PipeReader::hasHungUp(int readEnd)
+{
+    pollfd waiting{readEnd, 0, 0};
+    return ::poll(&waiting, 1, 0) == 1 && (waiting.revents & POLLHUP) != 0;
+}

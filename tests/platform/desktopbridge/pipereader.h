@@ -28,6 +28,9 @@ public:
     /// Call and read in one.
     static QImage picture(int screen);
 
+    /// True once every write end of the pipe is closed, whatever it still holds.
+    static bool hasHungUp(int readEnd);
+
     bool sawEnd() const { return m_sawEnd; }
     int readEnd() const { return m_ends[0]; }
     void closeReadEnd();

@@ -1,0 +1,85 @@
+#include "bridgeprocess.h"
+
+#include <QDBusConnectionInterface>
+#include <QDBusReply>
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+#include <csignal>
+
+namespace Bridge
+{
+const QString WINDOW_MANAGER = QStringLiteral("org.vesk.KWin");
+const QString SCREEN_SAVER = QStringLiteral("org.vesk.ScreenSaver");
+
+QDBusMessage call(const QString &method, const QVariantList &arguments, const QDBusConnection &bus)
+{
+    QDBusMessage message = QDBusMessage::createMethodCall(WINDOW_MANAGER, QStringLiteral("/KWin"),
+                                                          WINDOW_MANAGER, method);
+    message.setArguments(arguments);
+    return bus.call(message);
+}
+
+uint ownerOf(const QString &name, const QDBusConnection &bus)
+{
+    const QDBusReply<uint> reply = bus.interface()->servicePid(name);
+    return reply.isValid() ? reply.value() : 0;
+}
+
+void killOwners()
+{
+    for (const QString &name : {WINDOW_MANAGER, SCREEN_SAVER}) {
+        const uint process = ownerOf(name);
+        if (process != 0 && process != uint(QCoreApplication::applicationPid())) {
+            ::kill(pid_t(process), SIGKILL);
+        }
+        QTRY_COMPARE(ownerOf(name), 0U);
+    }
+}
+
+qint64 wakeUps(uint process)
+{
+    qint64 sum = 0;
+    const QString folder = QStringLiteral("/proc/%1/task").arg(process);
+    const QStringList tasks = QDir(folder).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    for (const QString &task : tasks) {
+        QFile file(folder + QLatin1Char('/') + task + QStringLiteral("/status"));
+        if (!file.open(QFile::ReadOnly)) {
+            continue;
+        }
+        const QList<QByteArray> lines = file.readAll().split('\n');
+        for (const QByteArray &line : lines) {
+            if (line.startsWith("voluntary_ctxt_switches:")) {
+                sum += line.split('\t').last().toLongLong();
+            }
+        }
+    }
+    return sum;
+}
+
+QString programOf(uint process)
+{
+    return QFile::symLinkTarget(QStringLiteral("/proc/%1/exe").arg(process));
+}
+} // namespace Bridge
+
+BridgeProcess::BridgeProcess(const QStringList &arguments, const QProcessEnvironment &environment)
+{
+    m_process.setProcessEnvironment(environment);
+    m_process.setProcessChannelMode(QProcess::ForwardedChannels);
+    m_process.start(QStringLiteral(BRIDGE_PROGRAM), arguments);
+    m_process.waitForStarted();
+}
+
+BridgeProcess::~BridgeProcess()
+{
+    m_process.kill();
+    m_process.waitForFinished();
+}
+
+bool BridgeProcess::waitForName(const QString &name)
+{
+    return QTest::qWaitFor([&] { return Bridge::ownerOf(name) == uint(m_process.processId()); },
+                           10000);
+}

@@ -1,0 +1,26 @@
+#pragma once
+// A message bus of the test's own beside the session bus, such as a stand-in for the system bus.
+// Gone with this object. Test thread only.
+
+#include <QDBusConnection>
+#include <QProcess>
+#include <QProcessEnvironment>
+
+class PrivateBus
+{
+public:
+    explicit PrivateBus(
+        const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment());
+    ~PrivateBus();
+
+    QString address() const { return m_address; }
+
+    /// A new connection of that name; the caller disconnects it.
+    QDBusConnection connect(const QString &name) const;
+
+    void stop();
+
+private:
+    QProcess m_process;
+    QString m_address;
+};
