@@ -68,7 +68,11 @@ void OcrScreenshotDatabase::forgetConnections()
 {
     // Under the lock: an open that is under way elsewhere must not put the old map back.
     const std::lock_guard<std::mutex> lock(m_openMutex);
-    std::atomic_store(&m_connections, std::make_shared<const ConnectionMap>());
+    const std::shared_ptr<const ConnectionMap> former =
+        std::atomic_exchange(&m_connections, std::make_shared<const ConnectionMap>());
+    for (const auto &entry : *former) {
+        entry.second->retire(); // a reader may still hold it
+    }
 }
 
 bool OcrScreenshotDatabase::hasValidDatabaseAndTable()

@@ -89,5 +89,6 @@ private:
     std::shared_ptr<SQLite3Connection> m_currentConnection; ///< null: the month has no file
     /// By month. A map is never changed once it stands here, only replaced, and is taken and put
     /// with std::atomic_load and std::atomic_store: look-ups need no lock.
-    mutable std::shared_ptr<const ConnectionMap> m_connections;
+    mutable std::shared_ptr<const ConnectionMap> m_connections =
+        std::make_shared<const ConnectionMap>();
 };

@@ -19,6 +19,11 @@ public:
     /// tells the reason.
     int open(const QByteArray &path);
 
+    /// From now on no statement can begin on this connection; one that has begun goes on. To be
+    /// called before another file takes the name of the connection's: a read that begins later
+    /// would mistake that file's journal for one left by a crash, and remove it.
+    void retire();
+
     /// Null before open() and if SQLite had no memory for a handle.
     sqlite3 *handle() const { return m_handle; }
 

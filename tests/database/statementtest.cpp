@@ -90,6 +90,22 @@ private Q_SLOTS:
         QVERIFY(!QByteArray(none.errorText()).isEmpty());
     }
 
+    void onARetiredConnectionNothingBegins()
+    {
+        SQLite3Connection connection;
+        QCOMPARE(connection.open(":memory:"), SQLITE_OK);
+        Statement running(&connection, "VALUES (1), (2);");
+        QCOMPARE(running.step(), SQLITE_ROW);
+        Statement prepared(&connection, "SELECT 1;");
+        QVERIFY(prepared.isPrepared());
+        connection.retire();
+        QCOMPARE(running.step(), SQLITE_ROW);
+        QCOMPARE(running.int32(0), 2);
+        QCOMPARE(prepared.step(), SQLITE_AUTH);
+        QVERIFY(!Statement(&connection, "SELECT 1;").isPrepared());
+        SQLite3Connection().retire(); // nothing to retire is no harm
+    }
+
 private:
     SQLite3Connection m_memory;
 };
