@@ -2,6 +2,7 @@
 
 #include <QtEndian>
 
+#include <algorithm>
 #include <cstring>
 
 #ifdef __x86_64__
@@ -142,30 +143,46 @@ QImage PngRows::converted(int first, int count) const
     return rows.convertToFormat(QImage::Format_ARGB32).convertToFormat(QImage::Format_RGBA8888);
 }
 
+int PngRows::rowsAtOnce() const
+{
+    // From this many bytes on QImage spreads a conversion over a thread pool, which costs the
+    // recorder more than it gains.
+    constexpr int threaded = 128 << 10;
+    const int rowSize = std::max(m_image.bytesPerLine(), m_image.width() * 4);
+    return std::max(1, (threaded - 1) / rowSize);
+}
+
 void PngRows::pack(int first, int count, uchar *out) const
 {
-    const QImage rows = converted(first, count);
-    const size_t size = rowBytes();
-    for (int y = 0; y < count; ++y) {
-        const uchar *row = rows.constScanLine(y);
-        switch (rows.format()) {
-        case QImage::Format_RGB32:
-            packRgb32(reinterpret_cast<const QRgb *>(row), rows.width(), out);
-            break;
-        case QImage::Format_MonoLSB:
-            packMonoLsb(row, size, out);
-            break;
-        case QImage::Format_RGBX64:
-            packRgbx64(row, rows.width(), out);
-            break;
-        case QImage::Format_RGBA64:
-        case QImage::Format_Grayscale16:
-            qToBigEndian<quint16>(row, static_cast<qsizetype>(size / 2), out);
-            break;
-        default:
-            std::memcpy(out, row, size);
-            break;
+    const int step = rowsAtOnce();
+    for (int done = 0; done < count; done += step) {
+        const QImage rows = converted(first + done, std::min(step, count - done));
+        for (int y = 0; y < rows.height(); ++y) {
+            packRow(rows, y, out);
+            out += rowBytes();
         }
-        out += size;
+    }
+}
+
+void PngRows::packRow(const QImage &rows, int y, uchar *out) const
+{
+    const uchar *row = rows.constScanLine(y);
+    switch (rows.format()) {
+    case QImage::Format_RGB32:
+        packRgb32(reinterpret_cast<const QRgb *>(row), rows.width(), out);
+        break;
+    case QImage::Format_MonoLSB:
+        packMonoLsb(row, rowBytes(), out);
+        break;
+    case QImage::Format_RGBX64:
+        packRgbx64(row, rows.width(), out);
+        break;
+    case QImage::Format_RGBA64:
+    case QImage::Format_Grayscale16:
+        qToBigEndian<quint16>(row, static_cast<qsizetype>(rowBytes() / 2), out);
+        break;
+    default:
+        std::memcpy(out, row, rowBytes());
+        break;
     }
 }

@@ -25,7 +25,9 @@ public:
     void pack(int first, int count, uchar *out) const;
 
 private:
+    int rowsAtOnce() const;
     QImage converted(int first, int count) const;
+    void packRow(const QImage &rows, int y, uchar *out) const;
 
     const QImage &m_image;
     PngColour m_colour = PngColour::Rgb;
