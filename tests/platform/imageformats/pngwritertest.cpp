@@ -52,6 +52,19 @@ QImage picture(const QSize &size, quint32 seed)
     return image;
 }
 
+/// @p image so many times below each other. Larger pictures are made like this, since QImage's
+/// conversion of large ones runs in threads that the thread sanitizer cannot follow.
+QImage stacked(const QImage &image, int times)
+{
+    QImage result(image.width(), image.height() * times, image.format());
+    result.setColorTable(image.colorTable());
+    for (int y = 0; y < result.height(); ++y) {
+        std::copy_n(image.constScanLine(y % image.height()), image.bytesPerLine(),
+                    result.scanLine(y));
+    }
+    return result;
+}
+
 QByteArray formatName(int format)
 {
     return "format " + QByteArray::number(format);
@@ -208,7 +221,7 @@ void PngWriterTest::everyFormatReadsBackAsFromQt()
     // that are handled together.
     const QVector<QSize> sizes{{1, 1},   {2, 1},    {1, 2},    {3, 5},   {5, 63},  {6, 64},
                                {7, 65},  {8, 128},  {9, 130},  {15, 7},  {16, 16}, {17, 33},
-                               {31, 31}, {64, 200}, {300, 90}, {1000, 3}};
+                               {31, 31}, {64, 200}, {200, 80}, {1000, 3}};
     for (const QSize &size : sizes) {
         const QImage image = picture(size, static_cast<quint32>(size.width()))
                                  .convertToFormat(static_cast<QImage::Format>(format));
@@ -236,7 +249,7 @@ void PngWriterTest::randomPicturesReadBackAsFromQt()
 {
     for (quint32 seed = 0; seed < 150; ++seed) {
         QRandomGenerator random(seed);
-        const QSize size(random.bounded(1, 200), random.bounded(1, 150));
+        const QSize size(random.bounded(1, 120), random.bounded(1, 130));
         const auto format =
             static_cast<QImage::Format>(random.bounded(1, static_cast<int>(QImage::NImageFormats)));
         const QString different = difference(picture(size, seed).convertToFormat(format));
@@ -494,7 +507,8 @@ void PngWriterTest::streamIsValidAndComplete()
     QFETCH(int, format);
     QFETCH(int, rowBytes);
     QFETCH(QList<QByteArray>, types);
-    QImage image = picture({603, 301}, 8).convertToFormat(static_cast<QImage::Format>(format));
+    QImage image =
+        stacked(picture({603, 27}, 8).convertToFormat(static_cast<QImage::Format>(format)), 11);
     image.setOffset({1, 1});
     image.setText(QStringLiteral("Title"), QStringLiteral("picture"));
     const PngStream stream(writtenByPlugin(image));
@@ -502,7 +516,7 @@ void PngWriterTest::streamIsValidAndComplete()
     for (const PngStream::Chunk &chunk : stream.chunks) {
         QVERIFY2(chunk.crcRight, chunk.type.constData());
     }
-    QCOMPARE(stream.data("IHDR").left(8), QByteArray("\x00\x00\x02\x5b\x00\x00\x01\x2d", 8));
+    QCOMPARE(stream.data("IHDR").left(8), QByteArray("\x00\x00\x02\x5b\x00\x00\x01\x29", 8));
     const QByteArray rows = stream.rows();
     QCOMPARE(rows.size(), (rowBytes + 1) * image.height());
     for (int y = 0; y < image.height(); ++y) {
@@ -629,7 +643,7 @@ void PngWriterTest::missingDeviceFails()
 
 void PngWriterTest::twoThreadsWriteTheSame()
 {
-    const QImage image = picture({500, 300}, 12).convertToFormat(QImage::Format_RGB32);
+    const QImage image = stacked(picture({250, 60}, 12).convertToFormat(QImage::Format_RGB32), 5);
     const QByteArray expected = writtenByPlugin(image);
     QByteArray other;
     std::thread thread([&] { other = writtenByPlugin(image); });
