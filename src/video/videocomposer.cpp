@@ -74,19 +74,13 @@ bool writeHeader(AVFormatContext *output)
     return true;
 }
 
-/// Writes the trailer and closes the file. A write error anywhere before shows here at the
-/// latest: the io remembers it, while closing alone would forget it.
+/// Writes the trailer and closes the file. A write error anywhere before fails the trailer too: the
+/// io remembers it.
 bool finishFile(AVFormatContext *output)
 {
-    int result = av_write_trailer(output);
-    avio_flush(output->pb);
-    if (result >= 0) {
-        result = output->pb->error;
-    }
+    const int trailer = av_write_trailer(output);
     const int closed = avio_closep(&output->pb);
-    if (result >= 0) {
-        result = closed;
-    }
+    const int result = trailer < 0 ? trailer : closed;
     if (result < 0) {
         qDebug() << "Error: Could not finish output file" << avErrorText(result);
     }

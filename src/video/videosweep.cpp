@@ -89,6 +89,7 @@ bool VideoComposer::keepFinishedVideo(const QString &videoFile, int readableImag
     }
     const unsigned int intact = StoredVideo::intactFrames(videoFile);
     if (intact < declared) {
+        qDebug() << "Error: Video is damaged:" << videoFile;
         return intact > readable;
     }
     if (syncToDisk(videoFile)) {

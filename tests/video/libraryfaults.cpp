@@ -35,6 +35,23 @@ QStringList &notedCalls()
     return calls;
 }
 
+QString &notedStream()
+{
+    static QString stream;
+    return stream;
+}
+
+QVector<double> &notedDurations()
+{
+    static QVector<double> durations;
+    return durations;
+}
+
+QString rationalText(AVRational value)
+{
+    return QStringLiteral("%1/%2").arg(value.num).arg(value.den);
+}
+
 /// The libraries call one another through the same names; only the program's calls count.
 bool isCallOfThisProgram(const void *returnAddress)
 {
@@ -83,11 +100,22 @@ void disarm()
 {
     armedCalls().clear();
     notedCalls().clear();
+    notedDurations().clear();
 }
 
 QStringList finishingCalls()
 {
     return notedCalls();
+}
+
+QString streamAtHeader()
+{
+    return notedStream();
+}
+
+QVector<double> packetDurations()
+{
+    return notedDurations();
 }
 } // namespace LibraryFaults
 
@@ -130,6 +158,9 @@ int avio_open(AVIOContext **context, const char *url, int flags)
 
 int avformat_write_header(AVFormatContext *context, AVDictionary **options)
 {
+    notedStream() = QStringLiteral("time base %1, average rate %2")
+                        .arg(rationalText(context->streams[0]->time_base),
+                             rationalText(context->streams[0]->avg_frame_rate));
     return FAILS(avformat_write_header) ? AVERROR(EIO)
                                         : NEXT(avformat_write_header)(context, options);
 }
@@ -193,6 +224,8 @@ int avcodec_receive_packet(AVCodecContext *context, AVPacket *packet)
 
 int av_interleaved_write_frame(AVFormatContext *context, AVPacket *packet)
 {
+    notedDurations() += static_cast<double>(packet->duration) *
+                        av_q2d(context->streams[packet->stream_index]->time_base);
     return FAILS(av_interleaved_write_frame) ? AVERROR(EINVAL)
                                              : NEXT(av_interleaved_write_frame)(context, packet);
 }

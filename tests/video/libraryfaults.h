@@ -4,6 +4,7 @@
 // libraries, so the code under test is the real one. For one thread at a time.
 
 #include <QStringList>
+#include <QVector>
 
 namespace LibraryFaults
 {
@@ -22,4 +23,11 @@ void disarm();
 /// The calls since disarm() of the functions that belong to the finishing of a batch, in order;
 /// fsync and unlink with the name of their file.
 QStringList finishingCalls();
+
+/// What stood in the stream when the last header was written, such as
+/// "time base 1/1, average rate 1/1".
+QString streamAtHeader();
+
+/// The durations in seconds of the packets handed over for writing since disarm().
+QVector<double> packetDurations();
 } // namespace LibraryFaults

@@ -90,6 +90,7 @@ private Q_SLOTS:
     void libraryMessagesReachTheQtLog();
     void fileHasOneH264StreamInMp4();
     void frameStandsAtTheSecondOfItsIndex();
+    void drainedPacketsLastASecond();
     void everyTenthFrameIsAKeyFrame();
     void encoderKeepsItsDefaults();
     void pictureOfEachFrameIsThatOfTheBatch();
@@ -169,6 +170,7 @@ void VideoComposerTest::fileHasOneH264StreamInMp4()
     QCOMPARE(video.averageFrameRate, 1.0);
     QCOMPARE(video.declaredFrames, 12);
     QVERIFY(video.hasGlobalHeader);
+    QCOMPARE(LibraryFaults::streamAtHeader(), QStringLiteral("time base 1/1, average rate 1/1"));
 }
 
 void VideoComposerTest::frameStandsAtTheSecondOfItsIndex()
@@ -176,9 +178,18 @@ void VideoComposerTest::frameStandsAtTheSecondOfItsIndex()
     QVERIFY(convert(numberedBatch(33)));
     const VideoFacts video = facts();
     QCOMPARE(video.seconds.size(), 33);
+    QCOMPARE(video.duration, 33.0);
     for (int index = 0; index < video.seconds.size(); ++index) {
         QCOMPARE(video.seconds.at(index), static_cast<double>(index));
     }
+}
+
+void VideoComposerTest::drainedPacketsLastASecond()
+{
+    // So few frames are all in the encoder still when the batch ends.
+    LibraryFaults::disarm();
+    QVERIFY(convert(numberedBatch(3)));
+    QCOMPARE(LibraryFaults::packetDurations(), (QVector<double>{1.0, 1.0, 1.0}));
 }
 
 void VideoComposerTest::everyTenthFrameIsAKeyFrame()
@@ -191,7 +202,7 @@ void VideoComposerTest::everyTenthFrameIsAKeyFrame()
 void VideoComposerTest::encoderKeepsItsDefaults()
 {
     QVERIFY(convert(numberedBatch(3)));
-    const QByteArray settings = facts().encoderSettings;
+    const QByteArray settings = facts().firstPacket;
     if (!settings.contains("x264 - core")) {
         QSKIP("the H.264 encoder of this machine says nothing about its settings");
     }

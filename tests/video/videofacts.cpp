@@ -3,6 +3,8 @@
 #include "support/pictures.h"
 #include "video/avhandles.h"
 
+#include <QtEndian>
+
 namespace
 {
 QImage toImage(const AVFrame *frame)
@@ -41,14 +43,26 @@ void readStream(VideoFacts &facts, AVFormatContext *input, const AVStream *strea
     }
     const AvPacketPtr packet(av_packet_alloc());
     while (av_read_frame(input, packet.get()) >= 0) {
-        if (facts.encoderSettings.isEmpty()) {
-            facts.encoderSettings =
+        if (facts.firstPacket.isEmpty()) {
+            facts.firstPacket =
                 QByteArray(reinterpret_cast<const char *>(packet->data), packet->size);
         }
         readFrames(facts, decoder.get(), packet.get(), stream);
         av_packet_unref(packet.get());
     }
     readFrames(facts, decoder.get(), nullptr, stream);
+}
+/// Whether a unit of @p packet, each behind its length in four bytes, is a parameter set.
+bool holdsParameterSet(const QByteArray &packet)
+{
+    constexpr int sequenceParameterSet = 7;
+    for (int place = 0; place + 4 < packet.size();) {
+        if ((packet.at(place + 4) & 0x1f) == sequenceParameterSet) {
+            return true;
+        }
+        place += 4 + qFromBigEndian<qint32>(packet.constData() + place);
+    }
+    return false;
 }
 } // namespace
 
@@ -75,8 +89,10 @@ VideoFacts VideoFacts::of(const QString &file)
     facts.size = {stream->codecpar->width, stream->codecpar->height};
     facts.averageFrameRate = av_q2d(stream->avg_frame_rate);
     facts.declaredFrames = static_cast<int>(stream->nb_frames);
-    facts.hasGlobalHeader = stream->codecpar->extradata_size > 0;
+    facts.duration = static_cast<double>(stream->duration) * av_q2d(stream->time_base);
     readStream(facts, opened, stream);
+    facts.hasGlobalHeader =
+        stream->codecpar->extradata_size > 0 && !holdsParameterSet(facts.firstPacket);
     return facts;
 }
 

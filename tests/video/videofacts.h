@@ -15,11 +15,13 @@ struct VideoFacts {
     QSize size;
     double averageFrameRate = 0.0;
     int declaredFrames = 0;
+    double duration = 0.0;  ///< of the stream, in seconds
+    QByteArray firstPacket; ///< as it lies in the file
+    /// The parameter sets are in the container's header and not in the first packet as well.
     bool hasGlobalHeader = false;
-    QByteArray encoderSettings; ///< what the encoder wrote about itself, if it did
-    QVector<double> seconds;    ///< each frame's time, in order of time
-    QVector<int> keyFrames;     ///< places of the key frames in that order, from 0
-    QVector<QImage> pictures;   ///< decoded, in order of time
+    QVector<double> seconds;  ///< each frame's time, in order of time
+    QVector<int> keyFrames;   ///< places of the key frames in that order, from 0
+    QVector<QImage> pictures; ///< decoded, in order of time
 
     /// Reads the whole file.
     static VideoFacts of(const QString &file);

@@ -244,10 +244,10 @@ void VideoFailuresTest::lostPacketsDoNotFailTheBatch()
     // The second packet of the loop; a batch of this length has packets before the flush.
     LibraryFaults::arm(function, 2);
     LogCapture log;
-    QVERIFY(convert(60));
+    QVERIFY(convert(30));
     QCOMPARE(log.texts(QtDebugMsg), QStringList{words});
     LibraryFaults::disarm();
-    QCOMPARE(VideoFacts::of(video()).declaredFrames, 59);
+    QCOMPARE(VideoFacts::of(video()).declaredFrames, 29);
     QVERIFY(!QFile::exists(image(1)));
 }
 
@@ -347,7 +347,7 @@ void VideoFailuresTest::fullDiskFailsTheBatchAndLeavesNoHalfWrittenVideo()
 {
     QFETCH(int, room);
     QFETCH(QString, words);
-    constexpr int frames = 60;
+    constexpr int frames = 30;
     const QString other = path(QStringLiteral("other.mp4"));
     QVERIFY(convert(frames, other));
     const int wholeSize = static_cast<int>(QFileInfo(other).size());
