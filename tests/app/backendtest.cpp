@@ -24,6 +24,8 @@ private Q_SLOTS:
 
     void recordingStartsByItselfIfItIsOnInTheSettings();
     void settingsReachTheTracker();
+    void aSettingThatDoesNotChangeReachesNobody();
+    void framesOfExcludedApplicationsAreKeptAllTheSame();
     void aNewerFrameAtTheStartSwitchesRecordingOffBeforeAnyFrame();
     void aClockGoneBackDuringCaptureSwitchesRecordingOff();
     void theClockIsAskedEveryFiveSecondsUntilItIsRight();
@@ -99,6 +101,32 @@ void TestBackend::settingsReachTheTracker()
     m_settings->setRecordingMemory(false);
     QTRY_VERIFY(log.contains(QtDebugMsg,
                              QStringLiteral("ScreenHistoryTracker setRecordingMemory to false")));
+}
+
+void TestBackend::aSettingThatDoesNotChangeReachesNobody()
+{
+    m_settings->setRecordingMemory(true);
+    const YestermarkBackend backend;
+    QTest::qWait(100); // the notification of the line above
+    const LogCapture log;
+    m_settings->setRecordingMemory(true);
+    m_settings->setScreenshotInterval(1);
+    QTest::qWait(300);
+    QCOMPARE(log.texts().filter(QStringLiteral("ScreenHistoryTracker")), QStringList());
+}
+
+void TestBackend::framesOfExcludedApplicationsAreKeptAllTheSame()
+{
+    m_settings->setRecordingMemory(true);
+    const YestermarkBackend backend;
+    QSignalSpy excluded(m_settings.get(), &ConfigManager::excludeAppsChanged);
+    m_settings->setExcludeApps({m_application->desktopEntry()});
+    QTRY_COMPARE(excluded.count(), 1);
+    m_desktop->setImage(Pictures::numbered(2));
+    QTest::qWait(1200);
+    m_desktop->emitScreenContentChanged(95.0);
+    QTRY_COMPARE(storedRows().size(), 1);
+    QCOMPARE(storedRows().first().desktopFilePath, m_application->desktopEntry());
 }
 
 void TestBackend::aNewerFrameAtTheStartSwitchesRecordingOffBeforeAnyFrame()

@@ -70,7 +70,7 @@ private:
 
 QStringList TestKilledRecorder::argumentsOfRun(int run, const QString &mode) const
 {
-    const qint64 moment = m_start.toSecsSinceEpoch() + run * secondsBetweenRuns;
+    const qint64 moment = m_start.addSecs(qint64{run} * secondsBetweenRuns).toSecsSinceEpoch();
     return {QString::number(moment), QString::number(m_application.pid()), mode};
 }
 
