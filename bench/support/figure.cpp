@@ -48,6 +48,7 @@ double medianMilliseconds(int rounds, const std::function<void()> &work)
 {
     work();
     std::vector<double> values;
+    values.reserve(static_cast<std::size_t>(rounds));
     for (int round = 0; round < rounds; ++round) {
         values.push_back(milliseconds(work));
     }
