@@ -164,6 +164,7 @@ void ProgramPathTest::theProgramIsTheFirstToken()
     QFETCH(QString, commandLine);
     QFETCH(QString, program);
     m_world->program("bin/editor");
+    m_world->program("bin/%U"); // not to be taken for a field code's program
     const std::string expected =
         program.isEmpty() ? std::string() : m_world->path(program.toStdString());
     QCOMPARE(QString::fromStdString(helper().getFullCommandLine(commandLine.toStdString())),
