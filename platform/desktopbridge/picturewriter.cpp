@@ -1,7 +1,6 @@
 #include "desktopbridge/picturewriter.h"
 
 #include <QDebug>
-#include <QRunnable>
 
 #include <algorithm>
 #include <cerrno>
@@ -9,31 +8,29 @@
 #include <poll.h>
 #include <pthread.h>
 #include <sys/eventfd.h>
+#include <system_error>
 #include <vector>
 
 namespace
 {
-constexpr int PIPE_BYTES =
-    1 << 20; // with the 64 KiB of a new pipe a 1080p frame takes 3.5 times as long
-constexpr int PART_PIXELS =
-    32 << 10;                      // 128 KiB: stays in the second-level cache until it is written
+// With the 64 KiB of a new pipe a 1080p frame takes 3.5 times as long.
+constexpr int PIPE_BYTES = 1 << 20;
+
+// 128 KiB: what is made opaque stays in the second-level cache until it is written.
+constexpr size_t PART_PIXELS = 32 << 10;
+
 constexpr qint32 FORMAT_RGB32 = 4; // QImage::Format_RGB32: 0xffRRGGBB
 constexpr quint32 OPAQUE = 0xff000000;
 
-class PictureJob : public QRunnable
+class PictureJob
 {
 public:
-    PictureJob(FileDescriptor pipe, const PicturePtr &picture, int stop, int patience,
-               std::atomic_int &underWay)
-        : m_pipe(std::move(pipe))
-        , m_picture(picture)
-        , m_stop(stop)
-        , m_patience(patience)
-        , m_underWay(underWay)
+    PictureJob(FileDescriptor pipe, const PicturePtr &picture, int stop, int patience)
+        : m_pipe(std::move(pipe)), m_picture(picture), m_stop(stop), m_patience(patience)
     {
     }
 
-    void run() override;
+    void run();
 
 private:
     bool writeAll(const void *bytes, size_t count);
@@ -45,7 +42,6 @@ private:
     PicturePtr m_picture;
     int m_stop;
     int m_patience;
-    std::atomic_int &m_underWay;
 };
 
 void PictureJob::run()
@@ -56,10 +52,7 @@ void PictureJob::run()
     if (writeHeader()) {
         writePixels();
     }
-    // Before the end of the file: who saw that finds room for the next picture.
     m_picture.reset();
-    --m_underWay;
-    m_pipe = FileDescriptor();
 }
 
 bool PictureJob::writeHeader()
@@ -72,7 +65,7 @@ bool PictureJob::writePixels()
 {
     const quint32 *pixels = m_picture->pixels.get();
     const size_t count = size_t(m_picture->area.width()) * size_t(m_picture->area.height());
-    std::vector<quint32> part(std::min<size_t>(count, PART_PIXELS));
+    std::vector<quint32> part(std::min(count, PART_PIXELS));
     for (size_t begin = 0; begin < count; begin += part.size()) {
         const size_t length = std::min(part.size(), count - begin);
         std::transform(pixels + begin, pixels + begin + length, part.begin(),
@@ -120,21 +113,44 @@ bool PictureJob::waitForReader() const
 PictureWriter::PictureWriter(int patience)
     : m_patience(patience), m_stop(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
-    m_threads.setMaxThreadCount(MOST_PICTURES);
-    m_threads.setExpiryTimeout(-1); // an expiring thread would wake a still desktop once more
 }
 
 PictureWriter::~PictureWriter()
 {
     ::eventfd_write(m_stop.get(), 1);
-    m_threads.waitForDone();
+    for (Place &place : m_places) {
+        if (place.thread.joinable()) {
+            place.thread.join();
+        }
+    }
+}
+
+int PictureWriter::underWay() const
+{
+    return int(std::count_if(m_places.begin(), m_places.end(),
+                             [](const Place &place) { return place.busy.load(); }));
 }
 
 void PictureWriter::write(FileDescriptor pipe, const PicturePtr &picture)
 {
-    if (!hasRoom()) {
+    const auto place = std::find_if(m_places.begin(), m_places.end(),
+                                    [](const Place &candidate) { return !candidate.busy; });
+    if (place == m_places.end()) {
         return;
     }
-    ++m_underWay;
-    m_threads.start(new PictureJob(std::move(pipe), picture, m_stop.get(), m_patience, m_underWay));
+    if (place->thread.joinable()) {
+        place->thread.join();
+    }
+    place->busy = true;
+    try {
+        place->thread = std::thread([place, job = PictureJob(std::move(pipe), picture, m_stop.get(),
+                                                             m_patience)]() mutable {
+            job.run();
+            // Free before the end of the file: who saw that finds room for the next picture.
+            place->busy = false;
+        });
+    } catch (const std::system_error &error) {
+        qWarning("No thread to write a picture: %s", error.what());
+        place->busy = false;
+    }
 }

@@ -5,9 +5,11 @@
 #include "desktopbridge/filedescriptor.h"
 #include "desktopbridge/picture.h"
 
-#include <QThreadPool>
+#include <QtGlobal>
 
+#include <array>
 #include <atomic>
+#include <thread>
 
 class PictureWriter
 {
@@ -22,16 +24,20 @@ public:
     ~PictureWriter();
     Q_DISABLE_COPY(PictureWriter)
 
-    bool hasRoom() const { return m_underWay < MOST_PICTURES; }
-    int underWay() const { return m_underWay; }
+    bool hasRoom() const { return underWay() < MOST_PICTURES; }
+    int underWay() const;
 
     /// Starts to write header and pixels to @p pipe, which becomes non-blocking and, as far as the
     /// system allows, 1 MiB large; closes it at the end. Without room it is closed at once.
     void write(FileDescriptor pipe, const PicturePtr &picture);
 
 private:
+    struct Place {
+        std::thread thread;
+        std::atomic_bool busy{false}; // cleared by the thread
+    };
+
     int m_patience;
     FileDescriptor m_stop; // an event counter; readable once this object goes
-    std::atomic_int m_underWay{0};
-    QThreadPool m_threads;
+    std::array<Place, MOST_PICTURES> m_places;
 };

@@ -20,6 +20,12 @@ public:
     Q_DISABLE_COPY(SharedSegment)
 
     bool isValid() const { return m_id != XCB_NONE; }
+
+    /// Whether a picture shows this memory. The end of it, on whatever thread the picture is freed,
+    /// comes after that thread's last look at the pixels.
+    bool isHeld() const { return m_held.load(std::memory_order_acquire); }
+    void setHeld(bool held) { m_held.store(held, std::memory_order_release); }
+
     size_t bytes() const { return m_bytes; }
     xcb_shm_seg_t id() const { return m_id; }
     const quint32 *pixels() const { return static_cast<const quint32 *>(m_memory); }
@@ -29,6 +35,7 @@ private:
     size_t m_bytes;
     void *m_memory = MAP_FAILED;
     xcb_shm_seg_t m_id = XCB_NONE;
+    std::atomic_bool m_held{false};
 };
 
 SharedSegment::SharedSegment(const XcbConnection &connection, size_t bytes)
@@ -139,17 +146,16 @@ std::shared_ptr<SharedSegment> X11Grabber::idleSegment(size_t bytes)
 {
     size_t idle = 0;
     const auto surplus = [&](const std::shared_ptr<SharedSegment> &segment) {
-        return segment.use_count() == 1 &&
-               (segment->bytes() < bytes || ++idle > MOST_IDLE_SEGMENTS);
+        return !segment->isHeld() && (segment->bytes() < bytes || ++idle > MOST_IDLE_SEGMENTS);
     };
     m_segments.erase(std::remove_if(m_segments.begin(), m_segments.end(), surplus),
                      m_segments.end());
-    for (const auto &segment : m_segments) {
-        if (segment.use_count() == 1) {
-            // Pairs with the last reader's release: it is done reading before we overwrite.
-            std::atomic_thread_fence(std::memory_order_acquire);
-            return segment;
-        }
+    const auto free = std::find_if(
+        m_segments.begin(), m_segments.end(),
+        [](const std::shared_ptr<SharedSegment> &segment) { return !segment->isHeld(); });
+    // One freed since then may be too small.
+    if (free != m_segments.end() && (*free)->bytes() >= bytes) {
+        return *free;
     }
     // Always for a whole screen: memory that is not written to costs nothing.
     auto segment = std::make_shared<SharedSegment>(m_connection, m_largest);
@@ -175,8 +181,10 @@ PicturePtr X11Grabber::fetchShared(const QRect &area)
     if (!reply || reply->size < pictureBytes(area)) {
         return nullptr;
     }
+    segment->setHeld(true);
+    const auto giveBack = [segment](const quint32 * /*pixels*/) { segment->setHeld(false); };
     return std::make_shared<const Picture>(
-        Picture{area, std::shared_ptr<const quint32>(segment, segment->pixels())});
+        Picture{area, std::shared_ptr<const quint32>(segment->pixels(), giveBack)});
 }
 
 PicturePtr X11Grabber::fetchThroughSocket(const QRect &area)

@@ -47,7 +47,7 @@ public:
     std::function<void()> m_beforeFetch;
 
 private:
-    std::vector<quint32> m_pixels = std::vector<quint32>(640 * 480, 0);
+    std::vector<quint32> m_pixels = std::vector<quint32>(size_t(640) * 480, 0);
     QVector<QRect> m_damage;
     bool m_reported = false;
 };
@@ -63,7 +63,7 @@ PicturePtr PaintedBackend::fetch(const QRect &area)
     }
     auto memory = std::make_shared<std::vector<quint32>>();
     for (int y = area.top(); y <= area.bottom(); ++y) {
-        const auto row = m_pixels.begin() + y * m_screen.width();
+        const auto row = m_pixels.begin() + qptrdiff(y) * m_screen.width();
         memory->insert(memory->end(), row + area.left(), row + area.right() + 1);
     }
     return std::make_shared<const Picture>(
@@ -79,7 +79,7 @@ QVector<QRect> PaintedBackend::takeDamage()
 void PaintedBackend::paint(const QRect &area, quint32 colour)
 {
     for (int y = area.top(); y <= area.bottom(); ++y) {
-        const auto row = m_pixels.begin() + y * m_screen.width();
+        const auto row = m_pixels.begin() + qptrdiff(y) * m_screen.width();
         std::fill(row + area.left(), row + area.right() + 1, colour);
     }
     if (m_watching) {

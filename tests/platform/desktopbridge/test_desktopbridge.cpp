@@ -129,6 +129,9 @@ void TestDesktopBridge::init()
 
 void TestDesktopBridge::cleanup()
 {
+    // A test that failed half-way may have left them.
+    QDBusConnection::sessionBus().unregisterService(Bridge::WINDOW_MANAGER);
+    QDBusConnection::sessionBus().unregisterService(Bridge::SCREEN_SAVER);
     Bridge::killOwners();
     m_screen.reset();
 }
