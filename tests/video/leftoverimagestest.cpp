@@ -234,10 +234,12 @@ void LeftoverImagesTest::imageOfAnyDepthKeepsItsColours_data()
 void LeftoverImagesTest::imageOfAnyDepthKeepsItsColours()
 {
     QFETCH(int, format);
-    QImage picture(320, 240, QImage::Format_RGB32);
+    // So small that Qt converts it without its thread pool, whose locks the thread sanitizer
+    // can't see.
+    QImage picture(160, 100, QImage::Format_RGB32);
     picture.fill(QColor(200, 40, 40));
     QPainter painter(&picture);
-    painter.fillRect(160, 0, 160, 240, QColor(40, 60, 190));
+    painter.fillRect(80, 0, 80, 100, QColor(40, 60, 190));
     painter.end();
     picture = picture.convertToFormat(static_cast<QImage::Format>(format), Qt::ThresholdDither);
     QVERIFY(picture.save(image(1)));

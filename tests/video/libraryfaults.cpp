@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <csignal>
 #include <dlfcn.h>
+#include <mutex>
 #include <unistd.h>
 
 extern char __executable_start; // NOLINT(bugprone-reserved-identifier): the linker's name
@@ -23,28 +24,25 @@ struct Armed {
     Fault fault = Fault::Fails;
 };
 
-QMap<QString, Armed> &armedCalls()
+/// What all calls share, on whichever thread they are made.
+struct State {
+    std::mutex mutex; // not QMutex, whose locking the thread sanitizer can't see
+    QMap<QString, Armed> armed;
+    QStringList finishingCalls;
+    QString streamAtHeader;
+    QVector<double> packetDurations;
+};
+
+State &state()
 {
-    static QMap<QString, Armed> armed;
-    return armed;
+    static State shared;
+    return shared;
 }
 
-QStringList &notedCalls()
+void note(const QString &call)
 {
-    static QStringList calls;
-    return calls;
-}
-
-QString &notedStream()
-{
-    static QString stream;
-    return stream;
-}
-
-QVector<double> &notedDurations()
-{
-    static QVector<double> durations;
-    return durations;
+    const std::lock_guard<std::mutex> lock(state().mutex);
+    state().finishingCalls += call;
 }
 
 QString rationalText(AVRational value)
@@ -60,8 +58,9 @@ bool isCallOfThisProgram(const void *returnAddress)
 
 bool strikes(const char *function, Fault fault)
 {
-    const auto armed = armedCalls().find(QLatin1String(function));
-    if (armed == armedCalls().end() || armed->fault != fault) {
+    const std::lock_guard<std::mutex> lock(state().mutex);
+    const auto armed = state().armed.find(QLatin1String(function));
+    if (armed == state().armed.end() || armed->fault != fault) {
         return false;
     }
     ++armed->calls;
@@ -93,29 +92,34 @@ namespace LibraryFaults
 {
 void arm(const QString &function, int number, Fault fault)
 {
-    armedCalls().insert(function, {number, 0, fault});
+    const std::lock_guard<std::mutex> lock(state().mutex);
+    state().armed.insert(function, {number, 0, fault});
 }
 
 void disarm()
 {
-    armedCalls().clear();
-    notedCalls().clear();
-    notedDurations().clear();
+    const std::lock_guard<std::mutex> lock(state().mutex);
+    state().armed.clear();
+    state().finishingCalls.clear();
+    state().packetDurations.clear();
 }
 
 QStringList finishingCalls()
 {
-    return notedCalls();
+    const std::lock_guard<std::mutex> lock(state().mutex);
+    return state().finishingCalls;
 }
 
 QString streamAtHeader()
 {
-    return notedStream();
+    const std::lock_guard<std::mutex> lock(state().mutex);
+    return state().streamAtHeader;
 }
 
 QVector<double> packetDurations()
 {
-    return notedDurations();
+    const std::lock_guard<std::mutex> lock(state().mutex);
+    return state().packetDurations;
 }
 } // namespace LibraryFaults
 
@@ -158,9 +162,12 @@ int avio_open(AVIOContext **context, const char *url, int flags)
 
 int avformat_write_header(AVFormatContext *context, AVDictionary **options)
 {
-    notedStream() = QStringLiteral("time base %1, average rate %2")
-                        .arg(rationalText(context->streams[0]->time_base),
-                             rationalText(context->streams[0]->avg_frame_rate));
+    {
+        const std::lock_guard<std::mutex> lock(state().mutex);
+        state().streamAtHeader = QStringLiteral("time base %1, average rate %2")
+                                     .arg(rationalText(context->streams[0]->time_base),
+                                          rationalText(context->streams[0]->avg_frame_rate));
+    }
     return FAILS(avformat_write_header) ? AVERROR(EIO)
                                         : NEXT(avformat_write_header)(context, options);
 }
@@ -224,21 +231,24 @@ int avcodec_receive_packet(AVCodecContext *context, AVPacket *packet)
 
 int av_interleaved_write_frame(AVFormatContext *context, AVPacket *packet)
 {
-    notedDurations() += static_cast<double>(packet->duration) *
-                        av_q2d(context->streams[packet->stream_index]->time_base);
+    {
+        const std::lock_guard<std::mutex> lock(state().mutex);
+        state().packetDurations += static_cast<double>(packet->duration) *
+                                   av_q2d(context->streams[packet->stream_index]->time_base);
+    }
     return FAILS(av_interleaved_write_frame) ? AVERROR(EINVAL)
                                              : NEXT(av_interleaved_write_frame)(context, packet);
 }
 
 int av_write_trailer(AVFormatContext *context)
 {
-    notedCalls() += QStringLiteral("av_write_trailer");
+    note(QStringLiteral("av_write_trailer"));
     return FAILS(av_write_trailer) ? AVERROR(EIO) : NEXT(av_write_trailer)(context);
 }
 
 int avio_closep(AVIOContext **context)
 {
-    notedCalls() += QStringLiteral("avio_closep");
+    note(QStringLiteral("avio_closep"));
     const bool failing = FAILS(avio_closep);
     const int result = NEXT(avio_closep)(context);
     return failing ? AVERROR(EIO) : result;
@@ -246,7 +256,7 @@ int avio_closep(AVIOContext **context)
 
 int fsync(int descriptor)
 {
-    notedCalls() += QStringLiteral("fsync ") + nameOf(descriptor);
+    note(QStringLiteral("fsync ") + nameOf(descriptor));
     if (FAILS(fsync)) {
         errno = EIO;
         return -1;
@@ -257,8 +267,7 @@ int fsync(int descriptor)
 /// Called by Qt's library for the program, so from outside.
 int unlink(const char *path) noexcept
 {
-    notedCalls() +=
-        QStringLiteral("unlink ") + QFile::decodeName(path).section(QLatin1Char('/'), -1);
+    note(QStringLiteral("unlink ") + QFile::decodeName(path).section(QLatin1Char('/'), -1));
     if (fails("unlink")) {
         errno = EACCES;
         return -1;

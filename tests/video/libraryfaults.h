@@ -1,7 +1,7 @@
 #pragma once
 // The FFmpeg and C library calls of a test program, which fail or kill the process on command and
 // note the order in which they were made. The program's own definitions stand before those of the
-// libraries, so the code under test is the real one. For one thread at a time.
+// libraries, so the code under test is the real one. Any thread.
 
 #include <QStringList>
 #include <QVector>
