@@ -12,6 +12,15 @@ namespace
 constexpr uint32_t MOST_RESOURCE_WORDS = 64 * 1024 / 4;
 constexpr double UNSCALED_DPI = 96.0;
 
+// Newer ones tell what they are and name their outputs like any other server.
+bool hasXwaylandExtension(const XcbConnection &connection)
+{
+    const char name[] = "XWAYLAND";
+    const auto reply = xcbReply(connection, xcb_query_extension_reply,
+                                xcb_query_extension(connection.get(), sizeof(name) - 1, name));
+    return reply && reply->present != 0;
+}
+
 QRect rootArea(const XcbConnection &connection, xcb_window_t root)
 {
     const auto geometry =
@@ -111,7 +120,7 @@ X11Layout readX11Layout(const XcbConnection &connection, xcb_window_t root, bool
         outputs = readOutputs(connection, root);
     }
     layout.screens = orderScreens(outputs, layout.virtualScreen);
-    layout.isXwayland = looksLikeXwayland(outputs);
+    layout.isXwayland = hasXwaylandExtension(connection) || looksLikeXwayland(outputs);
     return layout;
 }
 

@@ -30,8 +30,8 @@ struct X11Layout {
 /// without any, the whole virtual screen as one screen. Areas are cut at the virtual screen.
 QVector<QRect> orderScreens(const QVector<X11Output> &outputs, const QRect &virtualScreen);
 
-/// True if these are the outputs of an X server inside a Wayland compositor, which sees only the
-/// windows of its own clients.
+/// True if these are the outputs of an X server inside a Wayland compositor, as they were named
+/// until version 23.1. Such a server sees only the windows of its own clients.
 bool looksLikeXwayland(const QVector<X11Output> &outputs);
 
 /// Scale of the desktop from the text of the RESOURCE_MANAGER property: "Xft.dpi" over 96 rounded

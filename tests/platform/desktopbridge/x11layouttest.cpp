@@ -19,7 +19,7 @@ X11Output output(const QRect &area, bool primary = false, bool on = true)
 
 Q_DECLARE_METATYPE(QVector<X11Output>)
 
-class TestX11Layout : public QObject
+class X11LayoutTest : public QObject
 {
     Q_OBJECT
 
@@ -31,7 +31,7 @@ private Q_SLOTS:
     void scale();
 };
 
-void TestX11Layout::order_data()
+void X11LayoutTest::order_data()
 {
     QTest::addColumn<QVector<X11Output>>("outputs");
     QTest::addColumn<QVector<QRect>>("screens");
@@ -53,20 +53,20 @@ void TestX11Layout::order_data()
         << Outputs{output(QRect(4000, 0, 1000, 1000))} << Screens{QRect(4000, 0, 480, 1000)};
 }
 
-void TestX11Layout::order()
+void X11LayoutTest::order()
 {
     QFETCH(QVector<X11Output>, outputs);
     QFETCH(QVector<QRect>, screens);
     QCOMPARE(orderScreens(outputs, ALL), screens);
 }
 
-void TestX11Layout::knowsXwaylandByItsOutputs()
+void X11LayoutTest::knowsXwaylandByItsOutputs()
 {
     QVERIFY(!looksLikeXwayland({output(LEFT)}));
     QVERIFY(looksLikeXwayland({{QByteArrayLiteral("XWAYLAND0"), false, true, LEFT}}));
 }
 
-void TestX11Layout::scale_data()
+void X11LayoutTest::scale_data()
 {
     QTest::addColumn<QByteArray>("resources");
     QTest::addColumn<int>("scale");
@@ -84,12 +84,12 @@ void TestX11Layout::scale_data()
     QTest::newRow("another key") << QByteArray("MyXft.dpi:\t192") << 1;
 }
 
-void TestX11Layout::scale()
+void X11LayoutTest::scale()
 {
     QFETCH(QByteArray, resources);
     QFETCH(int, scale);
     QCOMPARE(scaleFromResources(resources), scale);
 }
 
-QTEST_GUILESS_MAIN(TestX11Layout)
-#include "test_x11layout.moc"
+QTEST_GUILESS_MAIN(X11LayoutTest)
+#include "x11layouttest.moc"

@@ -1,8 +1,8 @@
 // The X11 backend on real X servers: pixels, damage, sizes, the active window's process, and what
 // happens without an extension or without a server.
 
-#include "desktopbridge/backendloader.h"
 #include "desktopbridge/x11/x11backend.h"
+#include "desktopbridge/backendloader.h"
 #include "xclient.h"
 
 #include <QProcess>
@@ -50,7 +50,7 @@ QRect boundsOf(const QVector<QRect> &areas)
 }
 } // namespace
 
-class TestX11Backend : public QObject
+class X11BackendTest : public QObject
 {
     Q_OBJECT
 
@@ -81,7 +81,7 @@ private Q_SLOTS:
     void loaderCanBeForced();
 };
 
-void TestX11Backend::pixelsEqualAnotherGrab_data()
+void X11BackendTest::pixelsEqualAnotherGrab_data()
 {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<bool>("shared");
@@ -90,7 +90,7 @@ void TestX11Backend::pixelsEqualAnotherGrab_data()
         << QStringList{QStringLiteral("-extension"), QStringLiteral("MIT-SHM")} << false;
 }
 
-void TestX11Backend::pixelsEqualAnotherGrab()
+void X11BackendTest::pixelsEqualAnotherGrab()
 {
     QFETCH(QStringList, arguments);
     QFETCH(bool, shared);
@@ -113,7 +113,7 @@ void TestX11Backend::pixelsEqualAnotherGrab()
              QRgb(0xff000000 | ((12 * 7919 + 11 * 104729) & 0xffffff)));
 }
 
-void TestX11Backend::pointerIsNotInThePicture()
+void X11BackendTest::pointerIsNotInThePicture()
 {
     XClient client;
     client.makeWindow(QRect(200, 200, 200, 200), 0x123456);
@@ -125,7 +125,7 @@ void TestX11Backend::pointerIsNotInThePicture()
     QCOMPARE(image, plain);
 }
 
-void TestX11Backend::picturesOutliveTheBackend()
+void X11BackendTest::picturesOutliveTheBackend()
 {
     XClient client;
     client.makeWindow(QRect(0, 0, 64, 64), 0x445566);
@@ -134,7 +134,7 @@ void TestX11Backend::picturesOutliveTheBackend()
     picture.reset();
 }
 
-void TestX11Backend::aPictureDoesNotChangeWhenTheNextIsFetched()
+void X11BackendTest::aPictureDoesNotChangeWhenTheNextIsFetched()
 {
     XClient client;
     const auto window = client.makeWindow(QRect(0, 0, 64, 64), 0x111111);
@@ -149,7 +149,7 @@ void TestX11Backend::aPictureDoesNotChangeWhenTheNextIsFetched()
     }
 }
 
-void TestX11Backend::areaBeyondTheScreenGivesNothing()
+void X11BackendTest::areaBeyondTheScreenGivesNothing()
 {
     const auto backend = connected();
     QVERIFY(!backend->fetch(QRect(1900, 1000, 100, 100)));
@@ -157,7 +157,7 @@ void TestX11Backend::areaBeyondTheScreenGivesNothing()
     QVERIFY(backend->fetch(QRect(0, 0, 1920, 1080)));
 }
 
-void TestX11Backend::reportsDamageOnceUntilItIsTaken()
+void X11BackendTest::reportsDamageOnceUntilItIsTaken()
 {
     XClient client;
     const auto window = client.makeWindow(QRect(400, 300, 200, 200));
@@ -176,7 +176,7 @@ void TestX11Backend::reportsDamageOnceUntilItIsTaken()
     QCOMPARE(backend->takeDamage(), QVector<QRect>{QRect(401, 301, 1, 1)});
 }
 
-void TestX11Backend::seesDamageInAChildWindow()
+void X11BackendTest::seesDamageInAChildWindow()
 {
     const auto backend = connected();
     startAndSettle(*backend);
@@ -187,7 +187,7 @@ void TestX11Backend::seesDamageInAChildWindow()
     QCOMPARE(boundsOf(backend->takeDamage()), QRect(700, 500, 50, 60));
 }
 
-void TestX11Backend::noDamageReportsUnlessWatching()
+void X11BackendTest::noDamageReportsUnlessWatching()
 {
     XClient client;
     const auto window = client.makeWindow(QRect(0, 0, 100, 100));
@@ -204,7 +204,7 @@ void TestX11Backend::noDamageReportsUnlessWatching()
     QCOMPARE(backend->takeDamage(), QVector<QRect>());
 }
 
-void TestX11Backend::watchesAgainAfterStopping()
+void X11BackendTest::watchesAgainAfterStopping()
 {
     XClient client;
     const auto window = client.makeWindow(QRect(0, 0, 100, 100));
@@ -218,7 +218,7 @@ void TestX11Backend::watchesAgainAfterStopping()
     QVERIFY(damaged.wait(5000));
 }
 
-void TestX11Backend::newSizeIsTold()
+void X11BackendTest::newSizeIsTold()
 {
     const PrivateXServer server({}, QStringLiteral("1024x768x24"));
     const DisplayVariable variable(server.display());
@@ -236,7 +236,7 @@ void TestX11Backend::newSizeIsTold()
     QVERIFY(!backend->fetch(QRect(0, 0, 1024, 768)));
 }
 
-void TestX11Backend::scaleComesFromTheResources()
+void X11BackendTest::scaleComesFromTheResources()
 {
     const PrivateXServer server({}, QStringLiteral("640x480x24"));
     const DisplayVariable variable(server.display());
@@ -249,7 +249,7 @@ void TestX11Backend::scaleComesFromTheResources()
     QCOMPARE(backend->tileEdge(), 16);
 }
 
-void TestX11Backend::processIdByTheServer()
+void X11BackendTest::processIdByTheServer()
 {
     const auto backend = connected();
     QProcess terminal;
@@ -263,7 +263,7 @@ void TestX11Backend::processIdByTheServer()
     QTRY_COMPARE(backend->activeWindowPid().value_or(1), 0U);
 }
 
-void TestX11Backend::processIdByTheWindow()
+void X11BackendTest::processIdByTheWindow()
 {
     const PrivateXServer server({QStringLiteral("-extension"), QStringLiteral("X-Resource")},
                                 QStringLiteral("640x480x24"));
@@ -280,7 +280,7 @@ void TestX11Backend::processIdByTheWindow()
     QCOMPARE(backend->activeWindowPid().value_or(1), 0U); // of a wrong type
 }
 
-void TestX11Backend::serverBeatsTheWindow()
+void X11BackendTest::serverBeatsTheWindow()
 {
     const PrivateXServer server({}, QStringLiteral("640x480x24"));
     const DisplayVariable variable(server.display());
@@ -292,14 +292,14 @@ void TestX11Backend::serverBeatsTheWindow()
              quint32(QCoreApplication::applicationPid()));
 }
 
-void TestX11Backend::noActiveWindowGivesZero_data()
+void X11BackendTest::noActiveWindowGivesZero_data()
 {
     QTest::addColumn<bool>("property");
     QTest::newRow("property is none") << true;
     QTest::newRow("no property") << false;
 }
 
-void TestX11Backend::noActiveWindowGivesZero()
+void X11BackendTest::noActiveWindowGivesZero()
 {
     QFETCH(bool, property);
     const PrivateXServer server({}, QStringLiteral("640x480x24"));
@@ -311,7 +311,7 @@ void TestX11Backend::noActiveWindowGivesZero()
     QCOMPARE(connected()->activeWindowPid().value_or(1), 0U);
 }
 
-void TestX11Backend::vanishedActiveWindowGivesZero()
+void X11BackendTest::vanishedActiveWindowGivesZero()
 {
     const PrivateXServer server({}, QStringLiteral("640x480x24"));
     const DisplayVariable variable(server.display());
@@ -332,7 +332,7 @@ void TestX11Backend::vanishedActiveWindowGivesZero()
     QVERIFY(backend->fetch(QRect(0, 0, 10, 10)));
 }
 
-void TestX11Backend::withoutDamageItCannotWatch()
+void X11BackendTest::withoutDamageItCannotWatch()
 {
     const PrivateXServer server({QStringLiteral("-extension"), QStringLiteral("DAMAGE")},
                                 QStringLiteral("640x480x24"));
@@ -344,7 +344,7 @@ void TestX11Backend::withoutDamageItCannotWatch()
     QVERIFY(backend->fetch(QRect(0, 0, 640, 480)));
 }
 
-void TestX11Backend::withoutRandrThereIsOneScreen()
+void X11BackendTest::withoutRandrThereIsOneScreen()
 {
     const PrivateXServer server({QStringLiteral("-extension"), QStringLiteral("RANDR")},
                                 QStringLiteral("640x480x24"));
@@ -354,7 +354,7 @@ void TestX11Backend::withoutRandrThereIsOneScreen()
     QCOMPARE(backend->screens(), QVector<QRect>{QRect(0, 0, 640, 480)});
 }
 
-void TestX11Backend::refusesOtherThan24BitColours()
+void X11BackendTest::refusesOtherThan24BitColours()
 {
     const PrivateXServer server({}, QStringLiteral("640x480x16"));
     const DisplayVariable variable(server.display());
@@ -363,7 +363,7 @@ void TestX11Backend::refusesOtherThan24BitColours()
     QVERIFY2(problem.contains(QStringLiteral("24 bit")), qPrintable(problem));
 }
 
-void TestX11Backend::serverThatDiesIsToldOnce()
+void X11BackendTest::serverThatDiesIsToldOnce()
 {
     PrivateXServer server({}, QStringLiteral("640x480x24"));
     const DisplayVariable variable(server.display());
@@ -379,7 +379,7 @@ void TestX11Backend::serverThatDiesIsToldOnce()
     QCOMPARE(lost.count(), 1);
 }
 
-void TestX11Backend::unreachableDisplayGivesNull()
+void X11BackendTest::unreachableDisplayGivesNull()
 {
     for (const QByteArray &display : {QByteArray(), QByteArrayLiteral(":54321")}) {
         const DisplayVariable variable(display);
@@ -392,7 +392,7 @@ void TestX11Backend::unreachableDisplayGivesNull()
     }
 }
 
-void TestX11Backend::loaderCanBeForced()
+void X11BackendTest::loaderCanBeForced()
 {
     QVERIFY(loadScreenBackend(BackendChoice::Automatic)->problem().isEmpty());
     QVERIFY(loadScreenBackend(BackendChoice::X11)->problem().isEmpty());
@@ -403,5 +403,5 @@ void TestX11Backend::loaderCanBeForced()
     QVERIFY(!backendChoiceFromWord(QStringLiteral("X11 ")));
 }
 
-QTEST_GUILESS_MAIN(TestX11Backend)
-#include "test_x11backend.moc"
+QTEST_GUILESS_MAIN(X11BackendTest)
+#include "x11backendtest.moc"

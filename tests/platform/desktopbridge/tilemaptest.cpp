@@ -26,7 +26,7 @@ constexpr quint32 GREY = 0x00808080;
 const QRect SCREEN(0, 0, 1920, 1080);
 } // namespace
 
-class TestTileMap : public QObject
+class TileMapTest : public QObject
 {
     Q_OBJECT
 
@@ -47,7 +47,7 @@ private Q_SLOTS:
     void doubleScaleHasLargeTiles();
 };
 
-void TestTileMap::rateOfTiles_data()
+void TileMapTest::rateOfTiles_data()
 {
     QTest::addColumn<int>("tiles");
     QTest::addColumn<double>("rate");
@@ -60,20 +60,20 @@ void TestTileMap::rateOfTiles_data()
     QTest::newRow("just at") << 18 << 90.0;
 }
 
-void TestTileMap::rateOfTiles()
+void TileMapTest::rateOfTiles()
 {
     QFETCH(int, tiles);
     QFETCH(double, rate);
     QCOMPARE(TileMap::changeRate(tiles), rate);
 }
 
-void TestTileMap::ninetyMeansExactlyEighteenTiles()
+void TileMapTest::ninetyMeansExactlyEighteenTiles()
 {
     QVERIFY(TileMap::changeRate(17) < 90.0);
     QVERIFY(TileMap::changeRate(18) >= 90.0); // no rounding error may make it less
 }
 
-void TestTileMap::nothingDiffersAtFirst()
+void TileMapTest::nothingDiffersAtFirst()
 {
     TileMap map;
     map.setReference(filled(SCREEN, GREY), 16);
@@ -81,7 +81,7 @@ void TestTileMap::nothingDiffersAtFirst()
     QCOMPARE(map.tileCount(), 120 * 68);
 }
 
-void TestTileMap::withoutAPictureEveryTileDiffers()
+void TileMapTest::withoutAPictureEveryTileDiffers()
 {
     TileMap map;
     map.clear(SCREEN, 16);
@@ -91,7 +91,7 @@ void TestTileMap::withoutAPictureEveryTileDiffers()
     QCOMPARE(map.differing(), 0);
 }
 
-void TestTileMap::growsToWholeTiles_data()
+void TileMapTest::growsToWholeTiles_data()
 {
     QTest::addColumn<QRect>("area");
     QTest::addColumn<QRect>("tiles");
@@ -104,7 +104,7 @@ void TestTileMap::growsToWholeTiles_data()
     QTest::newRow("left of all") << QRect(-20, 5, 21, 1) << QRect(0, 0, 16, 16);
 }
 
-void TestTileMap::growsToWholeTiles()
+void TileMapTest::growsToWholeTiles()
 {
     QFETCH(QRect, area);
     QFETCH(QRect, tiles);
@@ -113,7 +113,7 @@ void TestTileMap::growsToWholeTiles()
     QCOMPARE(map.wholeTiles(area), tiles);
 }
 
-void TestTileMap::onePixelMakesOneTile()
+void TileMapTest::onePixelMakesOneTile()
 {
     TileMap map;
     map.setReference(filled(SCREEN, GREY), 16);
@@ -126,7 +126,7 @@ void TestTileMap::onePixelMakesOneTile()
     QCOMPARE(map.differing(), 2);
 }
 
-void TestTileMap::topByteDoesNotCount()
+void TileMapTest::topByteDoesNotCount()
 {
     TileMap map;
     map.setReference(filled(SCREEN, GREY), 16);
@@ -134,7 +134,7 @@ void TestTileMap::topByteDoesNotCount()
     QCOMPARE(map.differing(), 0);
 }
 
-void TestTileMap::aChangeTakenBackNoLongerCounts()
+void TileMapTest::aChangeTakenBackNoLongerCounts()
 {
     TileMap map;
     map.setReference(filled(SCREEN, GREY), 16);
@@ -144,7 +144,7 @@ void TestTileMap::aChangeTakenBackNoLongerCounts()
     QCOMPARE(map.differing(), 80);
 }
 
-void TestTileMap::countsATileOnceHoweverOften()
+void TileMapTest::countsATileOnceHoweverOften()
 {
     TileMap map;
     map.setReference(filled(SCREEN, GREY), 16);
@@ -154,7 +154,7 @@ void TestTileMap::countsATileOnceHoweverOften()
     QCOMPARE(map.differing(), 1);
 }
 
-void TestTileMap::lastRowOfTilesIsCutOff()
+void TileMapTest::lastRowOfTilesIsCutOff()
 {
     TileMap map;
     map.setReference(filled(SCREEN, GREY), 16);
@@ -164,7 +164,7 @@ void TestTileMap::lastRowOfTilesIsCutOff()
     QCOMPARE(map.differing(), map.tileCount());
 }
 
-void TestTileMap::otherScreenHasItsOwnGrid()
+void TileMapTest::otherScreenHasItsOwnGrid()
 {
     const QRect right(1925, 7, 640, 480);
     TileMap map;
@@ -175,7 +175,7 @@ void TestTileMap::otherScreenHasItsOwnGrid()
     QCOMPARE(map.differing(), 1);
 }
 
-void TestTileMap::doubleScaleHasLargeTiles()
+void TileMapTest::doubleScaleHasLargeTiles()
 {
     TileMap map;
     map.setReference(filled(QRect(0, 0, 3840, 2160), GREY), 32);
@@ -184,5 +184,5 @@ void TestTileMap::doubleScaleHasLargeTiles()
     QCOMPARE(map.differing(), 2);
 }
 
-QTEST_GUILESS_MAIN(TestTileMap)
-#include "test_tilemap.moc"
+QTEST_GUILESS_MAIN(TileMapTest)
+#include "tilemaptest.moc"

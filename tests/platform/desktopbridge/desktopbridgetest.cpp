@@ -32,7 +32,7 @@ QString errorOf(const QDBusMessage &reply)
 }
 } // namespace
 
-class TestDesktopBridge : public QObject
+class DesktopBridgeTest : public QObject
 {
     Q_OBJECT
 
@@ -95,7 +95,7 @@ private:
     QStringList m_locks;
 };
 
-void TestDesktopBridge::onChanged(double rate)
+void DesktopBridgeTest::onChanged(double rate)
 {
     if (m_rates.isEmpty()) {
         m_sinceFirst.start();
@@ -103,12 +103,12 @@ void TestDesktopBridge::onChanged(double rate)
     m_rates.append(rate);
 }
 
-bool TestDesktopBridge::wait(int signalCount, int timeout)
+bool DesktopBridgeTest::wait(int signalCount, int timeout)
 {
     return QTest::qWaitFor([&] { return m_rates.size() >= signalCount; }, timeout);
 }
 
-void TestDesktopBridge::initTestCase()
+void DesktopBridgeTest::initTestCase()
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
     QVERIFY(bus.connect(Bridge::WINDOW_MANAGER, QStringLiteral("/KWin"), Bridge::WINDOW_MANAGER,
@@ -119,7 +119,7 @@ void TestDesktopBridge::initTestCase()
                         QStringLiteral("unlock"), this, SLOT(onUnlock())));
 }
 
-void TestDesktopBridge::init()
+void DesktopBridgeTest::init()
 {
     m_screen = std::make_unique<XClient>();
     QVERIFY(m_screen->isConnected());
@@ -127,7 +127,7 @@ void TestDesktopBridge::init()
     m_locks.clear();
 }
 
-void TestDesktopBridge::cleanup()
+void DesktopBridgeTest::cleanup()
 {
     // A test that failed half-way may have left them.
     QDBusConnection::sessionBus().unregisterService(Bridge::WINDOW_MANAGER);
@@ -136,14 +136,14 @@ void TestDesktopBridge::cleanup()
     m_screen.reset();
 }
 
-void TestDesktopBridge::pictureEqualsAnotherGrab_data()
+void DesktopBridgeTest::pictureEqualsAnotherGrab_data()
 {
     QTest::addColumn<int>("screen");
     QTest::newRow("primary screen") << 0;
     QTest::newRow("all screens") << -1;
 }
 
-void TestDesktopBridge::pictureEqualsAnotherGrab()
+void DesktopBridgeTest::pictureEqualsAnotherGrab()
 {
     QFETCH(int, screen);
     const auto window = m_screen->makeWindow(QRect(500, 300, 401, 303));
@@ -155,7 +155,7 @@ void TestDesktopBridge::pictureEqualsAnotherGrab()
     QCOMPARE(picture.pixel(501, 300), QRgb(0xff000000 | 7919));
 }
 
-void TestDesktopBridge::pictureWithPointerIsThePictureWithout()
+void DesktopBridgeTest::pictureWithPointerIsThePictureWithout()
 {
     m_screen->makeWindow(QRect(0, 0, 200, 200), 0x202020);
     m_screen->movePointer(QPoint(100, 100));
@@ -167,7 +167,7 @@ void TestDesktopBridge::pictureWithPointerIsThePictureWithout()
     QCOMPARE(picture, plain);
 }
 
-void TestDesktopBridge::indexOfNoScreenIsAnError_data()
+void DesktopBridgeTest::indexOfNoScreenIsAnError_data()
 {
     QTest::addColumn<int>("screen");
     QTest::newRow("one too many") << 1;
@@ -175,7 +175,7 @@ void TestDesktopBridge::indexOfNoScreenIsAnError_data()
     QTest::newRow("below all screens") << -2;
 }
 
-void TestDesktopBridge::indexOfNoScreenIsAnError()
+void DesktopBridgeTest::indexOfNoScreenIsAnError()
 {
     QFETCH(int, screen);
     PipeReader reader;
@@ -184,7 +184,7 @@ void TestDesktopBridge::indexOfNoScreenIsAnError()
     QVERIFY(reader.sawEnd());
 }
 
-void TestDesktopBridge::readerThatNeverReadsBlocksNobody()
+void DesktopBridgeTest::readerThatNeverReadsBlocksNobody()
 {
     PipeReader stuck;
     QElapsedTimer timer;
@@ -203,7 +203,7 @@ void TestDesktopBridge::readerThatNeverReadsBlocksNobody()
     QVERIFY(stuck.readAll().size() < 12 + SCREEN_SIZE.width() * SCREEN_SIZE.height() * 4);
 }
 
-void TestDesktopBridge::readersThatNeverReadAreBounded()
+void DesktopBridgeTest::readersThatNeverReadAreBounded()
 {
     PipeReader readers[4];
     for (int index = 0; index < 3; ++index) {
@@ -214,7 +214,7 @@ void TestDesktopBridge::readersThatNeverReadAreBounded()
     QTRY_COMPARE(PipeReader::picture(0).size(), SCREEN_SIZE);
 }
 
-void TestDesktopBridge::twoRequestsAtOnce()
+void DesktopBridgeTest::twoRequestsAtOnce()
 {
     const auto window = m_screen->makeWindow(QRect(0, 0, 300, 300));
     m_screen->fillWithPattern(window, QSize(300, 300));
@@ -240,7 +240,7 @@ void TestDesktopBridge::twoRequestsAtOnce()
     QCOMPARE(PipeReader::image(readers[0].readAll()), expected);
 }
 
-void TestDesktopBridge::readerThatClosesEarlyDoesNoHarm()
+void DesktopBridgeTest::readerThatClosesEarlyDoesNoHarm()
 {
     {
         PipeReader reader;
@@ -258,7 +258,7 @@ void TestDesktopBridge::readerThatClosesEarlyDoesNoHarm()
     QCOMPARE(Bridge::ownerOf(Bridge::WINDOW_MANAGER), process);
 }
 
-void TestDesktopBridge::firstPictureOnAStillScreen()
+void DesktopBridgeTest::firstPictureOnAStillScreen()
 {
     QCOMPARE(errorOf(Bridge::call(QStringLiteral("setContentChangeThreshold"), {90.0})), QString());
     QVERIFY(wait(2));
@@ -269,7 +269,7 @@ void TestDesktopBridge::firstPictureOnAStillScreen()
     QVERIFY(!wait(1, SILENCE));
 }
 
-void TestDesktopBridge::thresholdOnTheScreen_data()
+void DesktopBridgeTest::thresholdOnTheScreen_data()
 {
     QTest::addColumn<QVector<QRect>>("drawn");
     QTest::addColumn<int>("tiles"); // 0: no signal
@@ -285,7 +285,7 @@ void TestDesktopBridge::thresholdOnTheScreen_data()
     QTest::newRow("typed block") << Areas{QRect(8, 8, 300, 60)} << 20 * 5;
 }
 
-void TestDesktopBridge::thresholdOnTheScreen()
+void DesktopBridgeTest::thresholdOnTheScreen()
 {
     QFETCH(QVector<QRect>, drawn);
     QFETCH(int, tiles);
@@ -306,7 +306,7 @@ void TestDesktopBridge::thresholdOnTheScreen()
     }
 }
 
-void TestDesktopBridge::aChangeThatFinishedBeforeIsSignalledEverySecond()
+void DesktopBridgeTest::aChangeThatFinishedBeforeIsSignalledEverySecond()
 {
     const auto window = m_screen->makeWindow(QRect(160, 160, 640, 320));
     QCOMPARE(errorOf(Bridge::call(QStringLiteral("setContentChangeThreshold"), {90.0})), QString());
@@ -323,7 +323,7 @@ void TestDesktopBridge::aChangeThatFinishedBeforeIsSignalledEverySecond()
     QVERIFY(!wait(1, SILENCE));
 }
 
-void TestDesktopBridge::threshold_data()
+void DesktopBridgeTest::threshold_data()
 {
     QTest::addColumn<double>("value");
     QTest::addColumn<bool>("accepted");
@@ -335,7 +335,7 @@ void TestDesktopBridge::threshold_data()
     QTest::newRow("no number") << std::numeric_limits<double>::quiet_NaN() << false;
 }
 
-void TestDesktopBridge::threshold()
+void DesktopBridgeTest::threshold()
 {
     QFETCH(double, value);
     QFETCH(bool, accepted);
@@ -343,7 +343,7 @@ void TestDesktopBridge::threshold()
              accepted ? QString() : QDBusError::errorString(QDBusError::InvalidArgs));
 }
 
-void TestDesktopBridge::lowestThresholdOfAllCallersCounts()
+void DesktopBridgeTest::lowestThresholdOfAllCallersCounts()
 {
     const auto window = m_screen->makeWindow(QRect(160, 160, 640, 320));
     QDBusConnection other =
@@ -363,7 +363,7 @@ void TestDesktopBridge::lowestThresholdOfAllCallersCounts()
     QVERIFY(!wait(1, SILENCE)); // still two tiles, but only the higher threshold is left
 }
 
-void TestDesktopBridge::stillScreenCausesNoWakeUps()
+void DesktopBridgeTest::stillScreenCausesNoWakeUps()
 {
     const auto window = m_screen->makeWindow(QRect(160, 160, 640, 320));
     QCOMPARE(errorOf(Bridge::call(QStringLiteral("setContentChangeThreshold"), {90.0})), QString());
@@ -380,7 +380,7 @@ void TestDesktopBridge::stillScreenCausesNoWakeUps()
     QTRY_VERIFY(Bridge::wakeUps(process) > before);
 }
 
-void TestDesktopBridge::noWakeUpsOnceTheCallerHasLeft()
+void DesktopBridgeTest::noWakeUpsOnceTheCallerHasLeft()
 {
     const auto window = m_screen->makeWindow(QRect(160, 160, 640, 320));
     QDBusConnection caller =
@@ -402,7 +402,7 @@ void TestDesktopBridge::noWakeUpsOnceTheCallerHasLeft()
     QVERIFY(m_rates.isEmpty());
 }
 
-void TestDesktopBridge::newSizeOfTheScreen()
+void DesktopBridgeTest::newSizeOfTheScreen()
 {
     const PrivateXServer server({}, QStringLiteral("1024x768x24"));
     const DisplayVariable variable(server.display());
@@ -420,7 +420,7 @@ void TestDesktopBridge::newSizeOfTheScreen()
     QCOMPARE(PipeReader::picture(-1).size(), QSize(800, 592));
 }
 
-void TestDesktopBridge::processOfTheActiveWindow()
+void DesktopBridgeTest::processOfTheActiveWindow()
 {
     const auto pid = [] {
         return QDBusReply<uint>(Bridge::call(QStringLiteral("getActiveWindowPid"))).value();
@@ -435,7 +435,7 @@ void TestDesktopBridge::processOfTheActiveWindow()
     QTRY_COMPARE(pid(), 0U);
 }
 
-void TestDesktopBridge::lockAndUnlock()
+void DesktopBridgeTest::lockAndUnlock()
 {
     FakeFreedesktopSaver saver;
     QDBusConnection bus = QDBusConnection::sessionBus();
@@ -455,7 +455,7 @@ void TestDesktopBridge::lockAndUnlock()
     bus.unregisterObject(QStringLiteral("/org/freedesktop/ScreenSaver"));
 }
 
-void TestDesktopBridge::leavesNamesToTheirOwners_data()
+void DesktopBridgeTest::leavesNamesToTheirOwners_data()
 {
     QTest::addColumn<FakeDesktop::Names>("owned");
     QTest::addColumn<QString>("left");
@@ -464,7 +464,7 @@ void TestDesktopBridge::leavesNamesToTheirOwners_data()
     QTest::newRow("screen saver") << Names(FakeDesktop::ScreenSaver) << Bridge::WINDOW_MANAGER;
 }
 
-void TestDesktopBridge::leavesNamesToTheirOwners()
+void DesktopBridgeTest::leavesNamesToTheirOwners()
 {
     QFETCH(FakeDesktop::Names, owned);
     QFETCH(QString, left);
@@ -480,7 +480,7 @@ void TestDesktopBridge::leavesNamesToTheirOwners()
     QCOMPARE(queue.value().size(), 1);
 }
 
-void TestDesktopBridge::endsWhereBothNamesAreServed()
+void DesktopBridgeTest::endsWhereBothNamesAreServed()
 {
     const FakeDesktop desktop;
     BridgeProcess bridge;
@@ -490,7 +490,7 @@ void TestDesktopBridge::endsWhereBothNamesAreServed()
     QCOMPARE(bridge.process().exitCode(), 0);
 }
 
-void TestDesktopBridge::givesWayToAServiceThatReplacesIt()
+void DesktopBridgeTest::givesWayToAServiceThatReplacesIt()
 {
     BridgeProcess bridge;
     QVERIFY(bridge.waitForName(Bridge::WINDOW_MANAGER));
@@ -518,7 +518,7 @@ void TestDesktopBridge::givesWayToAServiceThatReplacesIt()
     bus->unregisterService(Bridge::SCREEN_SAVER);
 }
 
-void TestDesktopBridge::withoutADisplayEveryCallIsAnError_data()
+void DesktopBridgeTest::withoutADisplayEveryCallIsAnError_data()
 {
     QTest::addColumn<QByteArray>("display");
     QTest::addColumn<QStringList>("arguments");
@@ -528,7 +528,7 @@ void TestDesktopBridge::withoutADisplayEveryCallIsAnError_data()
                             << QStringList{QStringLiteral("--backend"), QStringLiteral("null")};
 }
 
-void TestDesktopBridge::withoutADisplayEveryCallIsAnError()
+void DesktopBridgeTest::withoutADisplayEveryCallIsAnError()
 {
     QFETCH(QByteArray, display);
     QFETCH(QStringList, arguments);
@@ -548,7 +548,7 @@ void TestDesktopBridge::withoutADisplayEveryCallIsAnError()
     QCOMPARE(bridge.process().state(), QProcess::Running);
 }
 
-void TestDesktopBridge::displayWithoutDamageRefusesTheThreshold()
+void DesktopBridgeTest::displayWithoutDamageRefusesTheThreshold()
 {
     const PrivateXServer server({QStringLiteral("-extension"), QStringLiteral("DAMAGE")},
                                 QStringLiteral("640x480x24"));
@@ -560,7 +560,7 @@ void TestDesktopBridge::displayWithoutDamageRefusesTheThreshold()
     QCOMPARE(PipeReader::picture(0).size(), QSize(640, 480));
 }
 
-void TestDesktopBridge::startedAgainByTheBusAfterAKill()
+void DesktopBridgeTest::startedAgainByTheBusAfterAKill()
 {
     QCOMPARE(PipeReader::picture(0).size(), SCREEN_SIZE);
     const uint first = Bridge::ownerOf(Bridge::WINDOW_MANAGER);
@@ -572,14 +572,14 @@ void TestDesktopBridge::startedAgainByTheBusAfterAKill()
     QCOMPARE(Bridge::ownerOf(Bridge::SCREEN_SAVER), second);
 }
 
-void TestDesktopBridge::eitherNameStartsIt_data()
+void DesktopBridgeTest::eitherNameStartsIt_data()
 {
     QTest::addColumn<QString>("name");
     QTest::newRow("window manager") << Bridge::WINDOW_MANAGER;
     QTest::newRow("screen saver") << Bridge::SCREEN_SAVER;
 }
 
-void TestDesktopBridge::eitherNameStartsIt()
+void DesktopBridgeTest::eitherNameStartsIt()
 {
     QFETCH(QString, name);
     QVERIFY(QDBusConnection::sessionBus().interface()->startService(name).isValid());
@@ -589,7 +589,7 @@ void TestDesktopBridge::eitherNameStartsIt()
              QFileInfo(QStringLiteral(BRIDGE_PROGRAM)).canonicalFilePath());
 }
 
-void TestDesktopBridge::endsWithTheXServer()
+void DesktopBridgeTest::endsWithTheXServer()
 {
     PrivateXServer server({}, QStringLiteral("640x480x24"));
     const DisplayVariable variable(server.display());
@@ -603,7 +603,7 @@ void TestDesktopBridge::endsWithTheXServer()
     QCOMPARE(bridge.process().exitCode(), 0);
 }
 
-void TestDesktopBridge::endsWithTheBus()
+void DesktopBridgeTest::endsWithTheBus()
 {
     PrivateBus bus;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -618,7 +618,7 @@ void TestDesktopBridge::endsWithTheBus()
     QDBusConnection::disconnectFromBus(QStringLiteral("other bus"));
 }
 
-void TestDesktopBridge::unknownBackendIsRefused()
+void DesktopBridgeTest::unknownBackendIsRefused()
 {
     BridgeProcess bridge({QStringLiteral("--backend"), QStringLiteral("mirror")});
     QVERIFY(bridge.process().state() == QProcess::NotRunning ||
@@ -626,7 +626,7 @@ void TestDesktopBridge::unknownBackendIsRefused()
     QCOMPARE(bridge.process().exitCode(), 1);
 }
 
-void TestDesktopBridge::installedServiceIsStartedFromItsPrefix_data()
+void DesktopBridgeTest::installedServiceIsStartedFromItsPrefix_data()
 {
     QTest::addColumn<QString>("prefix");
     QTest::addColumn<QString>("stage");
@@ -634,7 +634,7 @@ void TestDesktopBridge::installedServiceIsStartedFromItsPrefix_data()
     QTest::newRow("staged") << QStringLiteral("/usr") << QStringLiteral("/stage");
 }
 
-void TestDesktopBridge::installedServiceIsStartedFromItsPrefix()
+void DesktopBridgeTest::installedServiceIsStartedFromItsPrefix()
 {
     QFETCH(QString, prefix);
     QFETCH(QString, stage);
@@ -679,5 +679,5 @@ void TestDesktopBridge::installedServiceIsStartedFromItsPrefix()
     QDBusConnection::disconnectFromBus(QStringLiteral("installed"));
 }
 
-QTEST_GUILESS_MAIN(TestDesktopBridge)
-#include "test_desktopbridge.moc"
+QTEST_GUILESS_MAIN(DesktopBridgeTest)
+#include "desktopbridgetest.moc"

@@ -38,7 +38,7 @@ QDBusMessage callWindowManager(const QString &method, const QVariantList &argume
 }
 } // namespace
 
-class TestFakeDesktop : public QObject
+class FakeDesktopTest : public QObject
 {
     Q_OBJECT
 
@@ -68,7 +68,7 @@ private:
     QStringList m_locks;
 };
 
-void TestFakeDesktop::takesAndGivesUpNames()
+void FakeDesktopTest::takesAndGivesUpNames()
 {
     FakeDesktop desktop(FakeDesktop::ScreenSaver);
     QCOMPARE(desktop.ownsNames(), FakeDesktop::Names(FakeDesktop::ScreenSaver));
@@ -83,7 +83,7 @@ void TestFakeDesktop::takesAndGivesUpNames()
              QDBusMessage::ErrorMessage);
 }
 
-void TestFakeDesktop::leavesANameToItsOwner()
+void FakeDesktopTest::leavesANameToItsOwner()
 {
     FakeDesktop first(FakeDesktop::WindowManager);
     FakeDesktop second;
@@ -91,7 +91,7 @@ void TestFakeDesktop::leavesANameToItsOwner()
     QVERIFY(!second.setNames(FakeDesktop::WindowManager));
 }
 
-void TestFakeDesktop::sendsThePicture_data()
+void FakeDesktopTest::sendsThePicture_data()
 {
     QTest::addColumn<QImage>("image");
     QTest::newRow("32 bit") << coloured();
@@ -101,7 +101,7 @@ void TestFakeDesktop::sendsThePicture_data()
         << coloured().scaled(1600, 1200).convertToFormat(QImage::Format_RGB32);
 }
 
-void TestFakeDesktop::sendsThePicture()
+void FakeDesktopTest::sendsThePicture()
 {
     QFETCH(QImage, image);
     FakeDesktop desktop;
@@ -109,7 +109,7 @@ void TestFakeDesktop::sendsThePicture()
     QCOMPARE(PipeReader::picture(0), image);
 }
 
-void TestFakeDesktop::breaksThePicture_data()
+void FakeDesktopTest::breaksThePicture_data()
 {
     QTest::addColumn<FakeDesktop::Screenshot>("behaviour");
     QTest::addColumn<int>("bytes");
@@ -120,7 +120,7 @@ void TestFakeDesktop::breaksThePicture_data()
     QTest::newRow("bad format") << FakeDesktop::Screenshot::BadFormat << 12 + pixels;
 }
 
-void TestFakeDesktop::breaksThePicture()
+void FakeDesktopTest::breaksThePicture()
 {
     QFETCH(FakeDesktop::Screenshot, behaviour);
     QFETCH(int, bytes);
@@ -139,7 +139,7 @@ void TestFakeDesktop::breaksThePicture()
     }
 }
 
-void TestFakeDesktop::silentKeepsThePipeOpen()
+void FakeDesktopTest::silentKeepsThePipeOpen()
 {
     FakeDesktop desktop;
     desktop.setScreenshot(FakeDesktop::Screenshot::Silent);
@@ -152,7 +152,7 @@ void TestFakeDesktop::silentKeepsThePipeOpen()
     QVERIFY(reader.sawEnd());
 }
 
-void TestFakeDesktop::slowComesLate()
+void FakeDesktopTest::slowComesLate()
 {
     FakeDesktop desktop;
     desktop.setImage(coloured());
@@ -164,7 +164,7 @@ void TestFakeDesktop::slowComesLate()
     QVERIFY2(timer.elapsed() >= 230, qPrintable(QString::number(timer.elapsed())));
 }
 
-void TestFakeDesktop::errorReplyClosesThePipe()
+void FakeDesktopTest::errorReplyClosesThePipe()
 {
     FakeDesktop desktop;
     desktop.setScreenshot(FakeDesktop::Screenshot::ReplyError);
@@ -174,7 +174,7 @@ void TestFakeDesktop::errorReplyClosesThePipe()
     QVERIFY(reader.sawEnd());
 }
 
-void TestFakeDesktop::survivesAReaderThatCloses()
+void FakeDesktopTest::survivesAReaderThatCloses()
 {
     FakeDesktop desktop;
     desktop.setImage(coloured());
@@ -184,7 +184,7 @@ void TestFakeDesktop::survivesAReaderThatCloses()
     QTRY_COMPARE(desktop.screenshotsClosed(), 1);
 }
 
-void TestFakeDesktop::remembersTheArguments()
+void FakeDesktopTest::remembersTheArguments()
 {
     FakeDesktop desktop;
     PipeReader().call(-1, true);
@@ -197,7 +197,7 @@ void TestFakeDesktop::remembersTheArguments()
     QCOMPARE(calls.at(1).withoutPointer, false);
 }
 
-void TestFakeDesktop::answersThePid()
+void FakeDesktopTest::answersThePid()
 {
     const QString method = QStringLiteral("getActiveWindowPid");
     FakeDesktop desktop;
@@ -212,7 +212,7 @@ void TestFakeDesktop::answersThePid()
     QCOMPARE(desktop.activePidCalls(), 3);
 }
 
-void TestFakeDesktop::answersTheThreshold()
+void FakeDesktopTest::answersTheThreshold()
 {
     const QString method = QStringLiteral("setContentChangeThreshold");
     FakeDesktop desktop;
@@ -222,7 +222,7 @@ void TestFakeDesktop::answersTheThreshold()
     QCOMPARE(desktop.thresholds(), (QVector<double>{90.0, 50.5}));
 }
 
-void TestFakeDesktop::emitsSignals()
+void FakeDesktopTest::emitsSignals()
 {
     FakeDesktop desktop;
     QDBusConnection bus = QDBusConnection::sessionBus();
@@ -239,5 +239,5 @@ void TestFakeDesktop::emitsSignals()
     QCOMPARE(m_rates, QVector<double>{95.5});
 }
 
-QTEST_GUILESS_MAIN(TestFakeDesktop)
-#include "test_fakedesktop.moc"
+QTEST_GUILESS_MAIN(FakeDesktopTest)
+#include "fakedesktoptest.moc"

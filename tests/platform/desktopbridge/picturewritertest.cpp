@@ -47,7 +47,7 @@ FileDescriptor writeEndOf(PipeReader &reader)
 }
 } // namespace
 
-class TestPictureWriter : public QObject
+class PictureWriterTest : public QObject
 {
     Q_OBJECT
 
@@ -67,7 +67,7 @@ private Q_SLOTS:
     void readOnlyDescriptorIsHarmless();
 };
 
-void TestPictureWriter::writesHeaderAndPixels_data()
+void PictureWriterTest::writesHeaderAndPixels_data()
 {
     QTest::addColumn<QRect>("area");
     QTest::newRow("one pixel") << QRect(5, 5, 1, 1);
@@ -76,7 +76,7 @@ void TestPictureWriter::writesHeaderAndPixels_data()
     QTest::newRow("1080p") << QRect(0, 0, 1920, 1080);
 }
 
-void TestPictureWriter::writesHeaderAndPixels()
+void PictureWriterTest::writesHeaderAndPixels()
 {
     QFETCH(QRect, area);
     const PicturePtr picture = pattern(area);
@@ -94,7 +94,7 @@ void TestPictureWriter::writesHeaderAndPixels()
     QTRY_COMPARE(writer.underWay(), 0);
 }
 
-void TestPictureWriter::undefinedTopByteBecomesOpaque()
+void PictureWriterTest::undefinedTopByteBecomesOpaque()
 {
     PipeReader reader;
     PictureWriter writer;
@@ -106,7 +106,7 @@ void TestPictureWriter::undefinedTopByteBecomesOpaque()
     }
 }
 
-void TestPictureWriter::raisesThePipeToOneMebibyte()
+void PictureWriterTest::raisesThePipeToOneMebibyte()
 {
     PipeReader reader;
     PictureWriter writer;
@@ -115,7 +115,7 @@ void TestPictureWriter::raisesThePipeToOneMebibyte()
     QCOMPARE(::fcntl(reader.readEnd(), F_GETFL) & O_NONBLOCK, 0); // the reader's end is its own
 }
 
-void TestPictureWriter::neverBlocksTheCaller()
+void PictureWriterTest::neverBlocksTheCaller()
 {
     PipeReader reader;
     PictureWriter writer;
@@ -127,7 +127,7 @@ void TestPictureWriter::neverBlocksTheCaller()
     QCOMPARE(writer.underWay(), 1);
 }
 
-void TestPictureWriter::givesUpOnAReaderThatNeverReads()
+void PictureWriterTest::givesUpOnAReaderThatNeverReads()
 {
     LogCapture log;
     PipeReader reader;
@@ -143,7 +143,7 @@ void TestPictureWriter::givesUpOnAReaderThatNeverReads()
     QVERIFY(held.size() <= 1 << 20);
 }
 
-void TestPictureWriter::slowReaderIsNotGivenUp()
+void PictureWriterTest::slowReaderIsNotGivenUp()
 {
     const PicturePtr picture = pattern(AREA);
     PipeReader reader;
@@ -162,7 +162,7 @@ void TestPictureWriter::slowReaderIsNotGivenUp()
     QCOMPARE(PipeReader::image(bytes), expected(picture));
 }
 
-void TestPictureWriter::readerThatClosesEarlyEndsTheWriting()
+void PictureWriterTest::readerThatClosesEarlyEndsTheWriting()
 {
     PipeReader reader;
     PictureWriter writer;
@@ -173,7 +173,7 @@ void TestPictureWriter::readerThatClosesEarlyEndsTheWriting()
     QTRY_COMPARE_WITH_TIMEOUT(writer.underWay(), 0, 1000);
 }
 
-void TestPictureWriter::threePicturesAtOnceAndNoMore()
+void PictureWriterTest::threePicturesAtOnceAndNoMore()
 {
     const PicturePtr picture = pattern(AREA);
     PipeReader readers[4];
@@ -190,7 +190,7 @@ void TestPictureWriter::threePicturesAtOnceAndNoMore()
     QVERIFY(writer.hasRoom());
 }
 
-void TestPictureWriter::twoReadersDoNotWaitForEachOther()
+void PictureWriterTest::twoReadersDoNotWaitForEachOther()
 {
     const PicturePtr picture = pattern(AREA);
     PipeReader stuck;
@@ -204,7 +204,7 @@ void TestPictureWriter::twoReadersDoNotWaitForEachOther()
     QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
 }
 
-void TestPictureWriter::endsAtOnceWithAStuckReader()
+void PictureWriterTest::endsAtOnceWithAStuckReader()
 {
     PipeReader reader;
     QElapsedTimer timer;
@@ -217,7 +217,7 @@ void TestPictureWriter::endsAtOnceWithAStuckReader()
     QVERIFY2(timer.elapsed() < 1000, qPrintable(QString::number(timer.elapsed())));
 }
 
-void TestPictureWriter::readOnlyDescriptorIsHarmless()
+void PictureWriterTest::readOnlyDescriptorIsHarmless()
 {
     PipeReader reader;
     PictureWriter writer;
@@ -225,5 +225,5 @@ void TestPictureWriter::readOnlyDescriptorIsHarmless()
     QTRY_COMPARE_WITH_TIMEOUT(writer.underWay(), 0, 1000);
 }
 
-QTEST_GUILESS_MAIN(TestPictureWriter)
-#include "test_picturewriter.moc"
+QTEST_GUILESS_MAIN(PictureWriterTest)
+#include "picturewritertest.moc"

@@ -107,7 +107,7 @@ void PaintedBackend::resize(const QSize &size)
 }
 } // namespace
 
-class TestContentWatch : public QObject
+class ContentWatchTest : public QObject
 {
     Q_OBJECT
 
@@ -145,21 +145,21 @@ private:
     std::unique_ptr<QSignalSpy> m_signals;
 };
 
-void TestContentWatch::init()
+void ContentWatchTest::init()
 {
     m_display = std::make_unique<PaintedBackend>();
     m_watch = std::make_unique<ContentWatch>(*m_display, INTERVAL);
     m_signals = std::make_unique<QSignalSpy>(m_watch.get(), &ContentWatch::changed);
 }
 
-void TestContentWatch::cleanup()
+void ContentWatchTest::cleanup()
 {
     m_signals.reset();
     m_watch.reset();
     m_display.reset();
 }
 
-void TestContentWatch::takeFirstPicture()
+void ContentWatchTest::takeFirstPicture()
 {
     QVERIFY(m_watch->watch(NINETY));
     QVERIFY(m_watch->takePicture(SCREEN));
@@ -167,7 +167,7 @@ void TestContentWatch::takeFirstPicture()
     m_signals->clear();
 }
 
-void TestContentWatch::stillScreenCanBeTakenTheFirstTime()
+void ContentWatchTest::stillScreenCanBeTakenTheFirstTime()
 {
     QVERIFY(m_watch->watch(NINETY));
     QVERIFY(m_signals->wait(PATIENCE));
@@ -178,7 +178,7 @@ void TestContentWatch::stillScreenCanBeTakenTheFirstTime()
     QVERIFY(!m_signals->wait(SILENCE));
 }
 
-void TestContentWatch::thresholdRule_data()
+void ContentWatchTest::thresholdRule_data()
 {
     QTest::addColumn<int>("tiles");
     QTest::addColumn<bool>("signalled");
@@ -190,7 +190,7 @@ void TestContentWatch::thresholdRule_data()
     QTest::newRow("typed block") << 60 << true;
 }
 
-void TestContentWatch::thresholdRule()
+void ContentWatchTest::thresholdRule()
 {
     QFETCH(int, tiles);
     QFETCH(bool, signalled);
@@ -203,7 +203,7 @@ void TestContentWatch::thresholdRule()
     }
 }
 
-void TestContentWatch::repeatsOnceAnIntervalUntilAPictureIsTaken()
+void ContentWatchTest::repeatsOnceAnIntervalUntilAPictureIsTaken()
 {
     takeFirstPicture();
     m_display->paintTiles(30, 1);
@@ -217,7 +217,7 @@ void TestContentWatch::repeatsOnceAnIntervalUntilAPictureIsTaken()
     QVERIFY(!m_signals->wait(SILENCE));
 }
 
-void TestContentWatch::aChangeThatFinishedBeforeIsNotMissed()
+void ContentWatchTest::aChangeThatFinishedBeforeIsNotMissed()
 {
     takeFirstPicture();
     m_display->paintTiles(40, 1);
@@ -226,7 +226,7 @@ void TestContentWatch::aChangeThatFinishedBeforeIsNotMissed()
     QVERIFY(m_signals->wait(PATIENCE));
 }
 
-void TestContentWatch::smallChangesAddUp()
+void ContentWatchTest::smallChangesAddUp()
 {
     takeFirstPicture();
     m_display->paintTiles(9, 1);
@@ -236,7 +236,7 @@ void TestContentWatch::smallChangesAddUp()
     QCOMPARE(m_signals->first().first().toDouble(), NINETY);
 }
 
-void TestContentWatch::aChangeTakenBackEndsTheSignal()
+void ContentWatchTest::aChangeTakenBackEndsTheSignal()
 {
     takeFirstPicture();
     m_display->paintTiles(30, 1);
@@ -246,7 +246,7 @@ void TestContentWatch::aChangeTakenBackEndsTheSignal()
     QVERIFY(!m_signals->wait(SILENCE));
 }
 
-void TestContentWatch::countsInLargeTilesAtScaleTwo()
+void ContentWatchTest::countsInLargeTilesAtScaleTwo()
 {
     m_display->m_edge = 32;
     takeFirstPicture();
@@ -256,7 +256,7 @@ void TestContentWatch::countsInLargeTilesAtScaleTwo()
     QVERIFY(m_signals->wait(PATIENCE));
 }
 
-void TestContentWatch::comparesAVideoOnceAnInterval()
+void ContentWatchTest::comparesAVideoOnceAnInterval()
 {
     takeFirstPicture();
     QTimer video;
@@ -271,7 +271,7 @@ void TestContentWatch::comparesAVideoOnceAnInterval()
     QCOMPARE(m_signals->count(), 0); // 15 tiles
 }
 
-void TestContentWatch::fetchesOnlyWhatWasDamaged()
+void ContentWatchTest::fetchesOnlyWhatWasDamaged()
 {
     takeFirstPicture();
     m_display->paint(QRect(20, 20, 5, 5), 1);
@@ -280,7 +280,7 @@ void TestContentWatch::fetchesOnlyWhatWasDamaged()
     QCOMPARE(m_display->m_fetched.size(), 1);
 }
 
-void TestContentWatch::manySmallAreasAreFetchedAsOne()
+void ContentWatchTest::manySmallAreasAreFetchedAsOne()
 {
     takeFirstPicture();
     for (int line = 0; line < 25; ++line) {
@@ -291,7 +291,7 @@ void TestContentWatch::manySmallAreasAreFetchedAsOne()
     QCOMPARE(m_signals->first().first().toDouble(), 100.0 * 25 / 27);
 }
 
-void TestContentWatch::asksForNothingOnAStillScreen()
+void ContentWatchTest::asksForNothingOnAStillScreen()
 {
     takeFirstPicture();
     m_display->paintTiles(5, 1);
@@ -304,7 +304,7 @@ void TestContentWatch::asksForNothingOnAStillScreen()
     QVERIFY(m_display->m_fetched.isEmpty());
 }
 
-void TestContentWatch::damageWhileFetchingIsSeenLater()
+void ContentWatchTest::damageWhileFetchingIsSeenLater()
 {
     takeFirstPicture();
     m_display->m_beforeFetch = [this] { m_display->paint(QRect(0, 240, 640, 64), 1); };
@@ -313,7 +313,7 @@ void TestContentWatch::damageWhileFetchingIsSeenLater()
     QCOMPARE(m_signals->first().first().toDouble(), 100.0 * 161 / 163);
 }
 
-void TestContentWatch::damageBeforeThePictureIsPartOfIt()
+void ContentWatchTest::damageBeforeThePictureIsPartOfIt()
 {
     takeFirstPicture();
     m_display->paintTiles(50, 1);
@@ -321,7 +321,7 @@ void TestContentWatch::damageBeforeThePictureIsPartOfIt()
     QVERIFY(!m_signals->wait(SILENCE));
 }
 
-void TestContentWatch::newSizeMakesThePictureVoid()
+void ContentWatchTest::newSizeMakesThePictureVoid()
 {
     takeFirstPicture();
     m_display->resize(QSize(320, 240));
@@ -334,7 +334,7 @@ void TestContentWatch::newSizeMakesThePictureVoid()
     QVERIFY(m_signals->wait(PATIENCE));
 }
 
-void TestContentWatch::failedFetchIsTriedAgain()
+void ContentWatchTest::failedFetchIsTriedAgain()
 {
     takeFirstPicture();
     m_display->m_broken = true;
@@ -344,7 +344,7 @@ void TestContentWatch::failedFetchIsTriedAgain()
     QVERIFY(m_signals->wait(PATIENCE));
 }
 
-void TestContentWatch::failedPictureKeepsTheFormerOne()
+void ContentWatchTest::failedPictureKeepsTheFormerOne()
 {
     takeFirstPicture();
     m_display->paintTiles(30, 1);
@@ -355,7 +355,7 @@ void TestContentWatch::failedPictureKeepsTheFormerOne()
     QCOMPARE(m_signals->first().first().toDouble(), 100.0 * 30 / 32);
 }
 
-void TestContentWatch::lookOnceAtAllWhenWatchingBegins()
+void ContentWatchTest::lookOnceAtAllWhenWatchingBegins()
 {
     QVERIFY(m_watch->takePicture(SCREEN));
     m_display->paintTiles(20, 1); // nobody sees this
@@ -364,7 +364,7 @@ void TestContentWatch::lookOnceAtAllWhenWatchingBegins()
     QCOMPARE(m_signals->first().first().toDouble(), 100.0 * 20 / 22);
 }
 
-void TestContentWatch::silentWhenNobodyWatches()
+void ContentWatchTest::silentWhenNobodyWatches()
 {
     takeFirstPicture();
     m_display->paintTiles(20, 1);
@@ -375,7 +375,7 @@ void TestContentWatch::silentWhenNobodyWatches()
     QVERIFY(!m_signals->wait(SILENCE));
 }
 
-void TestContentWatch::lowerThresholdSignalsAtOnce()
+void ContentWatchTest::lowerThresholdSignalsAtOnce()
 {
     takeFirstPicture();
     m_display->paintTiles(8, 1);
@@ -385,14 +385,14 @@ void TestContentWatch::lowerThresholdSignalsAtOnce()
     QCOMPARE(m_signals->first().first().toDouble(), 80.0);
 }
 
-void TestContentWatch::displayWithoutDamageIsRefused()
+void ContentWatchTest::displayWithoutDamageIsRefused()
 {
     m_display->m_canWatch = false;
     QVERIFY(!m_watch->watch(NINETY));
     QVERIFY(!m_signals->wait(SILENCE));
 }
 
-void TestContentWatch::picturesOfOneScreenIgnoreTheOthers()
+void ContentWatchTest::picturesOfOneScreenIgnoreTheOthers()
 {
     QVERIFY(m_watch->watch(NINETY));
     QVERIFY(m_watch->takePicture(QRect(320, 0, 320, 480)));
@@ -403,5 +403,5 @@ void TestContentWatch::picturesOfOneScreenIgnoreTheOthers()
     QCOMPARE(m_signals->first().first().toDouble(), 100.0 * 20 / 22);
 }
 
-QTEST_GUILESS_MAIN(TestContentWatch)
-#include "test_contentwatch.moc"
+QTEST_GUILESS_MAIN(ContentWatchTest)
+#include "contentwatchtest.moc"

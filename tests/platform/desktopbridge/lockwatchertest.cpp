@@ -19,7 +19,7 @@ const QString LOCK = QStringLiteral("lock");
 const QString UNLOCK = QStringLiteral("unlock");
 } // namespace
 
-class TestLockWatcher : public QObject
+class LockWatcherTest : public QObject
 {
     Q_OBJECT
 
@@ -63,7 +63,7 @@ private:
     QStringList m_told;
 };
 
-void TestLockWatcher::init()
+void LockWatcherTest::init()
 {
     m_told.clear();
     m_system = std::make_unique<PrivateBus>();
@@ -78,7 +78,7 @@ void TestLockWatcher::init()
     QVERIFY(m_saverBus.registerObject(QStringLiteral("/org/gnome/ScreenSaver"), m_gnome, all));
 }
 
-void TestLockWatcher::cleanup()
+void LockWatcherTest::cleanup()
 {
     m_watcher.reset();
     m_logind.reset();
@@ -95,7 +95,7 @@ void TestLockWatcher::cleanup()
 }
 
 // Returns once the watcher hears everybody who is there.
-void TestLockWatcher::watch()
+void LockWatcherTest::watch()
 {
     m_watcher = std::make_unique<LockWatcher>(QDBusConnection::sessionBus(),
                                               m_system->connect(QStringLiteral("watched system")));
@@ -116,7 +116,7 @@ void TestLockWatcher::watch()
 using Event = QPair<int, bool>; // source, locked
 Q_DECLARE_METATYPE(QVector<Event>)
 
-void TestLockWatcher::mergesEvents_data()
+void LockWatcherTest::mergesEvents_data()
 {
     QTest::addColumn<QVector<Event>>("events");
     QTest::addColumn<QString>("changes"); // L lock, U unlock, - nothing
@@ -132,7 +132,7 @@ void TestLockWatcher::mergesEvents_data()
     QTest::newRow("same again") << Events{{G, true}, {G, true}, {G, false}, {G, false}} << "L-U-";
 }
 
-void TestLockWatcher::mergesEvents()
+void LockWatcherTest::mergesEvents()
 {
     QFETCH(QVector<Event>, events);
     QFETCH(QString, changes);
@@ -146,7 +146,7 @@ void TestLockWatcher::mergesEvents()
     QCOMPARE(state.isLocked(), events.last().second);
 }
 
-void TestLockWatcher::sourceThatLeavesCountsAsUnlocked_data()
+void LockWatcherTest::sourceThatLeavesCountsAsUnlocked_data()
 {
     QTest::addColumn<int>("leaver");
     QTest::addColumn<bool>("unlocks");
@@ -155,7 +155,7 @@ void TestLockWatcher::sourceThatLeavesCountsAsUnlocked_data()
     QTest::newRow("it had unlocked") << int(LockState::Logind) << false;
 }
 
-void TestLockWatcher::sourceThatLeavesCountsAsUnlocked()
+void LockWatcherTest::sourceThatLeavesCountsAsUnlocked()
 {
     QFETCH(int, leaver);
     QFETCH(bool, unlocks);
@@ -169,14 +169,14 @@ void TestLockWatcher::sourceThatLeavesCountsAsUnlocked()
     QVERIFY(!state.left(LockState::Source(leaver))); // only once
 }
 
-void TestLockWatcher::hearsFreedesktopAtBothPaths_data()
+void LockWatcherTest::hearsFreedesktopAtBothPaths_data()
 {
     QTest::addColumn<QString>("path");
     QTest::newRow("short") << QStringLiteral("/ScreenSaver");
     QTest::newRow("long") << QStringLiteral("/org/freedesktop/ScreenSaver");
 }
 
-void TestLockWatcher::hearsFreedesktopAtBothPaths()
+void LockWatcherTest::hearsFreedesktopAtBothPaths()
 {
     QFETCH(QString, path);
     QVERIFY(m_saverBus.registerService(FREEDESKTOP));
@@ -189,7 +189,7 @@ void TestLockWatcher::hearsFreedesktopAtBothPaths()
     QTRY_COMPARE(told(), (QStringList{LOCK, UNLOCK}));
 }
 
-void TestLockWatcher::hearsGnome()
+void LockWatcherTest::hearsGnome()
 {
     QVERIFY(m_saverBus.registerService(GNOME));
     watch();
@@ -198,7 +198,7 @@ void TestLockWatcher::hearsGnome()
     QTRY_COMPARE(told(), (QStringList{LOCK, UNLOCK}));
 }
 
-void TestLockWatcher::hearsLogindSignals()
+void LockWatcherTest::hearsLogindSignals()
 {
     QVERIFY(m_logind->ownName());
     watch();
@@ -208,7 +208,7 @@ void TestLockWatcher::hearsLogindSignals()
     QTRY_COMPARE(told(), (QStringList{LOCK, UNLOCK}));
 }
 
-void TestLockWatcher::hearsTheLockedHint()
+void LockWatcherTest::hearsTheLockedHint()
 {
     QVERIFY(m_logind->ownName());
     watch();
@@ -218,7 +218,7 @@ void TestLockWatcher::hearsTheLockedHint()
     QTRY_COMPARE(told(), (QStringList{LOCK, UNLOCK}));
 }
 
-void TestLockWatcher::otherSessionsDoNotCount()
+void LockWatcherTest::otherSessionsDoNotCount()
 {
     QVERIFY(m_logind->ownName());
     watch();
@@ -231,7 +231,7 @@ void TestLockWatcher::otherSessionsDoNotCount()
     QTRY_COMPARE(told(), (QStringList{LOCK, UNLOCK}));
 }
 
-void TestLockWatcher::sessionOfAnUnknownProcess_data()
+void LockWatcherTest::sessionOfAnUnknownProcess_data()
 {
     QTest::addColumn<QByteArray>("environment");
     QTest::addColumn<QString>("asked");
@@ -239,7 +239,7 @@ void TestLockWatcher::sessionOfAnUnknownProcess_data()
     QTest::newRow("the one with the display") << QByteArray() << QStringLiteral("auto");
 }
 
-void TestLockWatcher::sessionOfAnUnknownProcess()
+void LockWatcherTest::sessionOfAnUnknownProcess()
 {
     QFETCH(QByteArray, environment);
     QFETCH(QString, asked);
@@ -254,7 +254,7 @@ void TestLockWatcher::sessionOfAnUnknownProcess()
     QTRY_COMPARE(told(), QStringList{LOCK});
 }
 
-void TestLockWatcher::oneLockToldByThreeServicesIsOneSignal()
+void LockWatcherTest::oneLockToldByThreeServicesIsOneSignal()
 {
     QVERIFY(m_logind->ownName());
     QVERIFY(m_saverBus.registerService(FREEDESKTOP));
@@ -275,7 +275,7 @@ void TestLockWatcher::oneLockToldByThreeServicesIsOneSignal()
     QCOMPARE(told(), (QStringList{LOCK, UNLOCK}));
 }
 
-void TestLockWatcher::saverThatDiesLockedUnlocks()
+void LockWatcherTest::saverThatDiesLockedUnlocks()
 {
     QVERIFY(m_saverBus.registerService(GNOME));
     QVERIFY(m_saverBus.registerService(FREEDESKTOP));
@@ -289,7 +289,7 @@ void TestLockWatcher::saverThatDiesLockedUnlocks()
     QTRY_COMPARE(told(), (QStringList{LOCK, UNLOCK}));
 }
 
-void TestLockWatcher::logindThatDiesLockedUnlocks()
+void LockWatcherTest::logindThatDiesLockedUnlocks()
 {
     QVERIFY(m_logind->ownName());
     watch();
@@ -299,7 +299,7 @@ void TestLockWatcher::logindThatDiesLockedUnlocks()
     QTRY_COMPARE(told(), (QStringList{LOCK, UNLOCK}));
 }
 
-void TestLockWatcher::saverThatComesLaterIsHeard()
+void LockWatcherTest::saverThatComesLaterIsHeard()
 {
     watch();
     QVERIFY(m_saverBus.registerService(FREEDESKTOP));
@@ -308,7 +308,7 @@ void TestLockWatcher::saverThatComesLaterIsHeard()
     QTRY_COMPARE(told(), QStringList{LOCK});
 }
 
-void TestLockWatcher::logindThatComesLaterIsHeard()
+void LockWatcherTest::logindThatComesLaterIsHeard()
 {
     watch();
     QVERIFY(m_logind->ownName());
@@ -323,7 +323,7 @@ void TestLockWatcher::logindThatComesLaterIsHeard()
     QTRY_COMPARE(told(), (QStringList{LOCK, UNLOCK, LOCK}));
 }
 
-void TestLockWatcher::lockThatHoldsAlreadyIsTold()
+void LockWatcherTest::lockThatHoldsAlreadyIsTold()
 {
     m_logind->m_session.m_lockedHint = true;
     m_freedesktop->m_active = true;
@@ -337,7 +337,7 @@ void TestLockWatcher::lockThatHoldsAlreadyIsTold()
     QTRY_COMPARE(told(), (QStringList{LOCK, UNLOCK}));
 }
 
-void TestLockWatcher::eventBeatsTheQuestionForTheState()
+void LockWatcherTest::eventBeatsTheQuestionForTheState()
 {
     m_gnome->m_active = true;
     QVERIFY(m_saverBus.registerService(GNOME));
@@ -353,7 +353,7 @@ void TestLockWatcher::eventBeatsTheQuestionForTheState()
     QCOMPARE(told(), (QStringList{LOCK, UNLOCK}));
 }
 
-void TestLockWatcher::startsNoService()
+void LockWatcherTest::startsNoService()
 {
     const QTemporaryDir folder;
     const QString services = folder.path() + QStringLiteral("/dbus-1/services");
@@ -384,7 +384,7 @@ void TestLockWatcher::startsNoService()
     QDBusConnection::disconnectFromBus(QStringLiteral("other"));
 }
 
-void TestLockWatcher::worksWithoutTheSystemBus()
+void LockWatcherTest::worksWithoutTheSystemBus()
 {
     QVERIFY(m_saverBus.registerService(GNOME));
     QElapsedTimer timer;
@@ -400,5 +400,5 @@ void TestLockWatcher::worksWithoutTheSystemBus()
     QTRY_COMPARE(told(), QStringList{LOCK});
 }
 
-QTEST_GUILESS_MAIN(TestLockWatcher)
-#include "test_lockwatcher.moc"
+QTEST_GUILESS_MAIN(LockWatcherTest)
+#include "lockwatchertest.moc"
