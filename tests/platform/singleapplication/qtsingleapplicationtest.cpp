@@ -652,4 +652,4 @@ void TestQtSingleApplication::socketPathTooLongLetsTheProgramStartWithOneWarning
 }
 
 QTEST_GUILESS_MAIN(TestQtSingleApplication)
-#include "test_qtsingleapplication.moc"
+#include "qtsingleapplicationtest.moc"

@@ -434,4 +434,4 @@ void TestVeskLog4qt::journalGetsAPriorityOnEveryLine()
 }
 
 QTEST_GUILESS_MAIN(TestVeskLog4qt)
-#include "test_vesklog4qt.moc"
+#include "vesklog4qttest.moc"

@@ -456,4 +456,4 @@ void TestConfigManager::withoutSchemaTwoLinesAreLoggedAndTheProcessDoesNotComeUp
 }
 
 QTEST_GUILESS_MAIN(TestConfigManager)
-#include "test_configmanager.moc"
+#include "configmanagertest.moc"
