@@ -47,11 +47,12 @@ PicturePtr ContentWatch::takePicture(const QRect &area)
     // Taken off before the pixels are fetched: what is drawn in between is reported again.
     if (m_threshold) {
         m_backend.takeDamage();
+        m_pending = false;
     }
     PicturePtr picture = m_backend.fetch(area);
     if (picture) {
         m_tiles.setReference(picture, m_backend.tileEdge());
-        m_pending = m_everything = false;
+        m_everything = false;
     } else {
         m_pending = m_everything = m_threshold.has_value();
     }

@@ -44,7 +44,7 @@ public:
     bool m_watching = false;
     bool m_broken = false;
     QVector<QRect> m_fetched;
-    std::function<void()> m_beforeFetch;
+    std::function<void()> m_duringFetch; // after the pixels were copied
 
 private:
     std::vector<quint32> m_pixels = std::vector<quint32>(size_t(640) * 480, 0);
@@ -55,9 +55,6 @@ private:
 PicturePtr PaintedBackend::fetch(const QRect &area)
 {
     m_fetched.append(area);
-    if (m_beforeFetch) {
-        std::exchange(m_beforeFetch, nullptr)();
-    }
     if (m_broken || !m_screen.contains(area)) {
         return nullptr;
     }
@@ -65,6 +62,9 @@ PicturePtr PaintedBackend::fetch(const QRect &area)
     for (int y = area.top(); y <= area.bottom(); ++y) {
         const auto row = m_pixels.begin() + qptrdiff(y) * m_screen.width();
         memory->insert(memory->end(), row + area.left(), row + area.right() + 1);
+    }
+    if (m_duringFetch) {
+        std::exchange(m_duringFetch, nullptr)();
     }
     return std::make_shared<const Picture>(
         Picture{area, std::shared_ptr<const quint32>(memory, memory->data())});
@@ -127,6 +127,7 @@ private Q_SLOTS:
     void manySmallAreasAreFetchedAsOne();
     void asksForNothingOnAStillScreen();
     void damageWhileFetchingIsSeenLater();
+    void damageWhileAPictureIsTakenIsSeenLater();
     void damageBeforeThePictureIsPartOfIt();
     void newSizeMakesThePictureVoid();
     void failedFetchIsTriedAgain();
@@ -307,10 +308,19 @@ void ContentWatchTest::asksForNothingOnAStillScreen()
 void ContentWatchTest::damageWhileFetchingIsSeenLater()
 {
     takeFirstPicture();
-    m_display->m_beforeFetch = [this] { m_display->paint(QRect(0, 240, 640, 64), 1); };
+    m_display->m_duringFetch = [this] { m_display->paint(QRect(0, 240, 640, 64), 1); };
     m_display->paintTiles(1, 1);
     QTRY_COMPARE(m_signals->count(), 1);
     QCOMPARE(m_signals->first().first().toDouble(), 100.0 * 161 / 163);
+}
+
+void ContentWatchTest::damageWhileAPictureIsTakenIsSeenLater()
+{
+    takeFirstPicture();
+    m_display->m_duringFetch = [this] { m_display->paint(QRect(0, 240, 640, 64), 1); };
+    m_watch->takePicture(SCREEN);
+    QVERIFY(m_signals->wait(PATIENCE));
+    QCOMPARE(m_signals->first().first().toDouble(), 100.0 * 160 / 162);
 }
 
 void ContentWatchTest::damageBeforeThePictureIsPartOfIt()

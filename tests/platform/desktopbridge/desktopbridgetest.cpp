@@ -72,6 +72,7 @@ private Q_SLOTS:
 
     void leavesNamesToTheirOwners_data();
     void leavesNamesToTheirOwners();
+    void replacesNobodyWhoWouldAllowIt();
     void endsWhereBothNamesAreServed();
     void givesWayToAServiceThatReplacesIt();
     void withoutADisplayEveryCallIsAnError_data();
@@ -478,6 +479,21 @@ void DesktopBridgeTest::leavesNamesToTheirOwners()
     const QDBusReply<QStringList> queue =
         QDBusConnection::sessionBus().interface()->call(QStringLiteral("ListQueuedOwners"), kept);
     QCOMPARE(queue.value().size(), 1);
+}
+
+void DesktopBridgeTest::replacesNobodyWhoWouldAllowIt()
+{
+    auto *bus = QDBusConnection::sessionBus().interface();
+    QCOMPARE(bus->registerService(Bridge::WINDOW_MANAGER,
+                                  QDBusConnectionInterface::DontQueueService,
+                                  QDBusConnectionInterface::AllowReplacement)
+                 .value(),
+             QDBusConnectionInterface::ServiceRegistered);
+    BridgeProcess bridge;
+    QVERIFY(bridge.waitForName(Bridge::SCREEN_SAVER));
+    QTest::qWait(200); // it has asked for the other name by then
+    QCOMPARE(Bridge::ownerOf(Bridge::WINDOW_MANAGER), uint(QCoreApplication::applicationPid()));
+    bus->unregisterService(Bridge::WINDOW_MANAGER);
 }
 
 void DesktopBridgeTest::endsWhereBothNamesAreServed()
