@@ -2,9 +2,10 @@
 // The bridge as a process, as the tests see it: started by hand or by the bus, looked at through
 // /proc, called over the bus. Test thread only.
 
+#include "childprocess.h"
+
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QProcess>
 
 namespace Bridge
 {
@@ -43,5 +44,5 @@ public:
     QProcess &process() { return m_process; }
 
 private:
-    QProcess m_process;
+    ChildProcess m_process;
 };

@@ -2,8 +2,9 @@
 // A message bus of the test's own beside the session bus, such as a stand-in for the system bus.
 // Gone with this object. Test thread only.
 
+#include "childprocess.h"
+
 #include <QDBusConnection>
-#include <QProcess>
 #include <QProcessEnvironment>
 
 class PrivateBus
@@ -21,6 +22,6 @@ public:
     void stop();
 
 private:
-    QProcess m_process;
+    ChildProcess m_process;
     QString m_address;
 };

@@ -17,18 +17,19 @@ Reply<T> owned(T *reply)
 } // namespace
 
 PrivateXServer::PrivateXServer(const QStringList &arguments, const QString &screen)
+    : PrivateXServer(QStringLiteral("Xvfb"),
+                     QStringList{QStringLiteral("-screen"), QStringLiteral("0"), screen} +
+                         arguments)
 {
-    m_process.setProcessChannelMode(QProcess::SeparateChannels);
+}
+
+PrivateXServer::PrivateXServer(const QString &program, const QStringList &arguments)
+{
     m_process.setStandardErrorFile(QProcess::nullDevice());
-    const QStringList common{QStringLiteral("-displayfd"),
-                             QStringLiteral("1"),
-                             QStringLiteral("-screen"),
-                             QStringLiteral("0"),
-                             screen,
-                             QStringLiteral("-nolisten"),
-                             QStringLiteral("tcp"),
-                             QStringLiteral("-noreset")};
-    m_process.start(QStringLiteral("Xvfb"), common + arguments);
+    m_process.start(program, QStringList{QStringLiteral("-displayfd"), QStringLiteral("1"),
+                                         QStringLiteral("-nolisten"), QStringLiteral("tcp"),
+                                         QStringLiteral("-noreset")} +
+                                 arguments);
     while (!m_process.canReadLine() && m_process.waitForReadyRead(10000)) {
     }
     m_display = ":" + m_process.readLine().trimmed();

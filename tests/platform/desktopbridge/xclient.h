@@ -2,8 +2,9 @@
 // The tests' own eyes and hands on an X display: windows to draw on, a second way to grab the
 // screen, properties, and X servers of the test's own. Test thread only.
 
+#include "childprocess.h"
+
 #include <QImage>
-#include <QProcess>
 
 #include <memory>
 #include <xcb/randr.h>
@@ -13,16 +14,18 @@
 class PrivateXServer
 {
 public:
-    /// @p arguments such as "-extension MIT-SHM"; @p screen such as "640x480x24".
-    explicit PrivateXServer(const QStringList &arguments, const QString &screen);
+    /// Xvfb; @p arguments such as "-extension MIT-SHM", @p screen such as "640x480x24".
+    PrivateXServer(const QStringList &arguments, const QString &screen);
+    PrivateXServer(const QString &program, const QStringList &arguments);
     ~PrivateXServer();
+    Q_DISABLE_COPY(PrivateXServer)
 
-    bool isRunning() const { return m_process.state() == QProcess::Running; }
+    bool isRunning() const { return m_display.size() > 1; }
     QByteArray display() const { return m_display; } ///< ":7"
     void kill();
 
 private:
-    QProcess m_process;
+    ChildProcess m_process;
     QByteArray m_display;
 };
 

@@ -1,0 +1,17 @@
+// Prints where Qt's xcb platform sees the screens, in its order, one "x y width height" a line.
+
+#include <QGuiApplication>
+#include <QScreen>
+
+#include <cstdio>
+
+int main(int argc, char **argv)
+{
+    const QGuiApplication application(argc, argv);
+    const QList<QScreen *> screens = QGuiApplication::screens();
+    for (const QScreen *screen : screens) {
+        const QRect area = screen->geometry();
+        std::printf("%d %d %d %d\n", area.x(), area.y(), area.width(), area.height());
+    }
+    return 0;
+}
