@@ -77,6 +77,10 @@ int main(int argc, char **argv)
     QThread::sleep(SETTLE_SECONDS);
     const uint process = QDBusConnection::sessionBus().interface()->servicePid(SERVICE).value();
     const double before = cpuMilliseconds(process);
+    if (before <= 0.0) {
+        qCritical("the system does not tell what the bridge has used");
+        return 1;
+    }
     QThread::sleep(static_cast<unsigned long>(seconds));
     const double spent = cpuMilliseconds(process) - before;
 
