@@ -11,6 +11,7 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtTest>
+#include <gio/gio.h>
 #include <map>
 #include <memory>
 
@@ -156,6 +157,9 @@ void TestConfigManager::init()
     for (const QString &key : stored.keys()) {
         stored.reset(key);
     }
+    // The store of a desktop writes behind the caller's back, and tells a newcomer of every key
+    // that was still on its way.
+    g_settings_sync();
     m_manager = std::make_unique<ConfigManager>();
     SettingsSpy::clear();
 }
