@@ -9,12 +9,14 @@ function(yestermark_library name)
     target_link_libraries(${name} PUBLIC ${arg_PUBLIC} PRIVATE ${arg_PRIVATE})
 endfunction()
 
-# yestermark_test(NAME SOURCES ... LIBRARIES ... [DISPLAY 1920x1080] [ACTIVATION] [TIMEOUT s])
+# yestermark_test(NAME SOURCES ... LIBRARIES ... [DISPLAY 1920x1080] [ACTIVATION] [THREADS]
+#                 [TIMEOUT s])
 # A Qt Test program below tests/. It runs with a temporary home and a private session bus; with
 # DISPLAY on a virtual X server of that size with a window manager, else off screen; with
-# ACTIVATION the bus can start the desktop bridge of this build.
+# ACTIVATION the bus can start the desktop bridge of this build. THREADS labels a test of concurrent
+# code that the thread sanitizer can judge: what it runs is built with it.
 function(yestermark_test name)
-    cmake_parse_arguments(arg "ACTIVATION" "DISPLAY;TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
+    cmake_parse_arguments(arg "ACTIVATION;THREADS" "DISPLAY;TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
     add_executable(${name} ${arg_SOURCES})
     set_target_properties(${name} PROPERTIES
         RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests"
@@ -33,6 +35,9 @@ function(yestermark_test name)
     endif()
     add_test(NAME ${name} COMMAND ${wrapper} -- $<TARGET_FILE:${name}>)
     set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT})
+    if(arg_THREADS)
+        set_property(TEST ${name} PROPERTY LABELS threads)
+    endif()
 endfunction()
 
 # yestermark_bench(NAME SOURCES ... LIBRARIES ...)
