@@ -5,9 +5,10 @@
 #include "support/figure.h"
 #include "system/recordedsession.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QGuiApplication>
+#include <QScreen>
 #include <QTest>
 
 #include <csignal>
@@ -35,7 +36,7 @@ double cpuOf(uint process)
 
 int main(int argc, char **argv)
 {
-    QCoreApplication application(argc, argv);
+    QGuiApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     const int seconds = arguments.size() > 1 ? arguments.at(1).toInt() : defaultSeconds;
 
@@ -62,8 +63,10 @@ int main(int argc, char **argv)
     const double before = cpuOf(program.processId()) + cpuOf(bridge);
     QTest::qWait(seconds * 1000);
     const double spent = cpuOf(program.processId()) + cpuOf(bridge) - before;
-    Bench::print({QStringLiteral("still screen, recorder and bridge, %1 s").arg(seconds), spent,
-                  QStringLiteral("ms"), goalMs * seconds / defaultSeconds, 0.0, QString()});
+    Bench::print({QStringLiteral("still screen, recorder and bridge, CPU of %1 s %2")
+                      .arg(seconds)
+                      .arg(Bench::sizeText(QGuiApplication::primaryScreen()->size())),
+                  spent, QStringLiteral("ms"), goalMs * seconds / defaultSeconds, 0.0, QString()});
     program.sendSignal(SIGTERM);
     return program.waitForEnd() ? 0 : 1;
 }
