@@ -3,9 +3,9 @@
 
 #include "database/ocrscreenshotdatabase.h"
 
+#include "storetest.h"
 #include "support/fakeclock.h"
 #include "support/logcapture.h"
-#include "teststore.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -137,24 +137,11 @@ int writeFrames()
 }
 } // namespace
 
-class DatabaseFaultsTest : public QObject
+class DatabaseFaultsTest : public StoreTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        FakeClock::set(QDateTime(QDate(2024, 3, 15), QTime(12, 0)));
-        m_home = std::make_unique<TestStore::Home>();
-        m_log = std::make_unique<LogCapture>();
-    }
-    void cleanup()
-    {
-        m_log.reset();
-        m_home.reset();
-        FakeClock::reset();
-    }
-
     void aFileOfGarbageGivesNothingAndIsLeftAlone_data();
     void aFileOfGarbageGivesNothingAndIsLeftAlone();
     void damagedPagesFailTheStatementAndAreLeftAlone();
@@ -172,9 +159,6 @@ private Q_SLOTS:
 private:
     QString march() const { return m_home->monthFile(QStringLiteral("2024-03")); }
     void saveFrames(quint32 first, quint32 last);
-
-    std::unique_ptr<TestStore::Home> m_home;
-    std::unique_ptr<LogCapture> m_log;
 };
 
 void DatabaseFaultsTest::saveFrames(quint32 first, quint32 last)

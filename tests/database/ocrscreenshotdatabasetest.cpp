@@ -2,9 +2,9 @@
 
 #include "database/ocrscreenshotdatabase.h"
 
+#include "storetest.h"
 #include "support/fakeclock.h"
 #include "support/logcapture.h"
-#include "teststore.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -28,24 +28,16 @@ const QString NOT_INITIALIZED = QStringLiteral("Database not initialized!");
 const QString TABLE_EXISTS = QStringLiteral("Error creating table: ");
 } // namespace
 
-class OcrScreenshotDatabaseTest : public QObject
+class OcrScreenshotDatabaseTest : public StoreTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        FakeClock::set(QDateTime(QDate(2024, 3, 15), QTime(12, 0)));
-        m_home = std::make_unique<TestStore::Home>();
-        m_log = std::make_unique<LogCapture>();
-    }
     void cleanup()
     {
         // Every message of the store belongs on the debug log.
         const QStringList warnings = m_log->texts(QtWarningMsg);
-        m_log.reset();
-        m_home.reset();
-        FakeClock::reset();
+        StoreTest::cleanup();
         QCOMPARE(warnings, QStringList());
     }
 
@@ -101,9 +93,6 @@ private Q_SLOTS:
 
 private:
     QString march() const { return m_home->monthFile(QStringLiteral("2024-03")); }
-
-    std::unique_ptr<TestStore::Home> m_home;
-    std::unique_ptr<LogCapture> m_log;
 };
 
 void OcrScreenshotDatabaseTest::startMakesThePresentMonthsFileWithTableAndIndex()

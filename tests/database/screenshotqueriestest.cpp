@@ -3,9 +3,9 @@
 
 #include "database/ocrscreenshotdatabase.h"
 
+#include "storetest.h"
 #include "support/fakeclock.h"
 #include "support/logcapture.h"
-#include "teststore.h"
 
 #include <QDir>
 #include <QTest>
@@ -31,23 +31,16 @@ QStringList texts(const QList<ActiveAppInfo> &runs)
 }
 } // namespace
 
-class ScreenshotQueriesTest : public QObject
+class ScreenshotQueriesTest : public StoreTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        FakeClock::set(QDateTime(QDate(2024, 3, 15), QTime(12, 0)));
-        m_home = std::make_unique<TestStore::Home>();
-        m_log = std::make_unique<LogCapture>();
-    }
     void cleanup()
     {
+        // Every message of the store belongs on the debug log.
         const QStringList warnings = m_log->texts(QtWarningMsg);
-        m_log.reset();
-        m_home.reset();
-        FakeClock::reset();
+        StoreTest::cleanup();
         QCOMPARE(warnings, QStringList());
     }
 
@@ -72,8 +65,6 @@ private Q_SLOTS:
     void lastTimeOfAFileThatIsNoMonthIsZero();
 
 private:
-    std::unique_ptr<TestStore::Home> m_home;
-    std::unique_ptr<LogCapture> m_log;
 };
 
 void ScreenshotQueriesTest::runsFollowTheOrderOfCapture_data()

@@ -1,0 +1,17 @@
+#include "storetest.h"
+
+#include "support/fakeclock.h"
+
+void StoreTest::init()
+{
+    FakeClock::set(QDateTime(QDate(2024, 3, 15), QTime(12, 0)));
+    m_home = std::make_unique<TestStore::Home>();
+    m_log = std::make_unique<LogCapture>();
+}
+
+void StoreTest::cleanup()
+{
+    m_log.reset();
+    m_home.reset();
+    FakeClock::reset();
+}
