@@ -1,0 +1,31 @@
+// Turns a text into a vector of its meaning, calibrated so that unrelated texts are near to
+// orthogonal whatever their language.
+// Owner: the runtime's engine set. Thread: one at a time.
+
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace coreai
+{
+class TextMeaning
+{
+public:
+    static constexpr int dimensions = 384;
+
+    virtual ~TextMeaning() = default;
+
+    // A line of a frame. A pure function of the text, so that it can be remembered beside it.
+    // 384 floats of length 1, or empty on failure and for a text without words.
+    virtual std::vector<float> ofPassage(const std::string &utf8) = 0;
+
+    // What a person searches with, in the same space.
+    virtual std::vector<float> ofQuery(const std::string &utf8) = 0;
+
+    // Tokens that ofPassage() works through; its time is proportional to it (about 3 ms each).
+    virtual int tokenCount(const std::string &utf8) = 0;
+
+    virtual std::string name() const = 0;
+};
+} // namespace coreai
