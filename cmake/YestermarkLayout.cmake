@@ -4,6 +4,7 @@
 set(YESTERMARK_APPLICATION_ID "tavel-ai-yestermark")
 set(YESTERMARK_BINDIR "bin")
 set(YESTERMARK_LIBEXECDIR "libexec/${YESTERMARK_APPLICATION_ID}")
+set(YESTERMARK_LIBRARYDIR "lib/${YESTERMARK_APPLICATION_ID}")
 # Private: a plug-in with the key "png" in Qt's shared folder would change every Qt program.
 set(YESTERMARK_PLUGINDIR "lib/${YESTERMARK_APPLICATION_ID}/plugins")
 set(YESTERMARK_MODELDIR "share/${YESTERMARK_APPLICATION_ID}/models")

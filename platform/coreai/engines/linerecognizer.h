@@ -25,5 +25,9 @@ public:
 
     // For the log and the benchmarks, such as "PP-OCRv6 small".
     virtual std::string name() const = 0;
+
+    // How many threads a call of read() may use, 1 at first; the text does not depend on it. An
+    // engine that cannot be told keeps its own. What was made ready for another number is made anew.
+    virtual void setThreads(int /*threads*/) {}
 };
 } // namespace coreai

@@ -1,0 +1,63 @@
+#include "coreai/engines/reading/linetensor.h"
+
+#include <opencv2/imgproc.hpp>
+
+#include <algorithm>
+#include <iterator>
+
+namespace coreai
+{
+namespace
+{
+// Of the bitmap's height, on every side: bitmaps are cut close to the ink, the network was trained
+// with lines that stand free.
+constexpr double marginShare = 0.15;
+
+int marginOf(int rows)
+{
+    return std::max(1, int(rows * marginShare + 0.5));
+}
+} // namespace
+
+int scaledWidth(const cv::Size &part)
+{
+    const int margin = marginOf(part.height);
+    const double scale = double(tensorRows) / (part.height + 2 * margin);
+    return std::clamp(int((part.width + 2 * margin) * scale + 0.5), 1, widestTensor);
+}
+
+int tensorWidth(int width)
+{
+    const auto *const bucket =
+        std::lower_bound(std::begin(tensorWidths), std::end(tensorWidths), width);
+    return bucket == std::end(tensorWidths) ? widestTensor : *bucket;
+}
+
+int widestPart(int rows)
+{
+    const int margin = marginOf(rows);
+    return std::max(1, widestTensor * (rows + 2 * margin) / tensorRows - 2 * margin);
+}
+
+void fillTensor(const cv::Mat &part, int width, float *to)
+{
+    const int margin = marginOf(part.rows);
+    cv::Mat framed;
+    cv::copyMakeBorder(part, framed, margin, margin, margin, margin, cv::BORDER_REPLICATE);
+    const int filled = std::min(width, scaledWidth(part.size()));
+    const int method = framed.rows > tensorRows ? cv::INTER_AREA : cv::INTER_LINEAR;
+    cv::resize(framed, framed, {filled, tensorRows}, 0, 0, method);
+    const size_t plane = size_t(tensorRows) * width;
+    // Grey, 0 of the network's range, behind the text.
+    std::fill(to, to + 3 * plane, 0.0F);
+    for (int y = 0; y < tensorRows; ++y) {
+        const cv::Vec4b *row = framed.ptr<cv::Vec4b>(y);
+        float *at = to + size_t(y) * width;
+        for (int x = 0; x < filled; ++x) {
+            for (int colour = 0; colour < 3; ++colour) {
+                at[colour * plane + x] = float(row[x][colour]) / 127.5F - 1.0F;
+            }
+        }
+    }
+}
+} // namespace coreai

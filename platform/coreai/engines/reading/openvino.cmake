@@ -1,0 +1,27 @@
+# OpenVINO of the artefact folder: an imported target, and of its libraries only those that reading
+# an ONNX model on the CPU takes, put where the programs find them. The runtime looks for its
+# plug-ins in the folder that it was itself loaded from. Installed programs that link it want an
+# INSTALL_RPATH that leads to YESTERMARK_LIBRARYDIR.
+set(openvino_libs "${openvino_folder}/openvino/libs")
+set(openvino_needed libopenvino.so.2640 libopenvino_intel_cpu_plugin.so
+    libopenvino_onnx_frontend.so.2640 libtbb.so.12)
+
+file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/${YESTERMARK_LIBRARYDIR}")
+foreach(library IN LISTS openvino_needed)
+    # Hard links: the plug-ins are looked for beside what a symbolic one points to.
+    file(CREATE_LINK "${openvino_libs}/${library}"
+        "${PROJECT_BINARY_DIR}/${YESTERMARK_LIBRARYDIR}/${library}" COPY_ON_ERROR)
+    install(PROGRAMS "${openvino_libs}/${library}" DESTINATION "${YESTERMARK_LIBRARYDIR}")
+endforeach()
+
+add_library(openvino_runtime SHARED IMPORTED GLOBAL)
+set_target_properties(openvino_runtime PROPERTIES
+    IMPORTED_LOCATION "${PROJECT_BINARY_DIR}/${YESTERMARK_LIBRARYDIR}/libopenvino.so.2640"
+    IMPORTED_SONAME libopenvino.so.2640
+    INTERFACE_INCLUDE_DIRECTORIES "${openvino_folder}/openvino/include")
+# libtbb lies beside it.
+target_link_options(openvino_runtime INTERFACE
+    "LINKER:-rpath-link,${PROJECT_BINARY_DIR}/${YESTERMARK_LIBRARYDIR}")
+
+install(FILES "${openvino_folder}/openvino-2026.4.0.dist-info/licenses/LICENSE"
+    DESTINATION "share/doc/${YESTERMARK_APPLICATION_ID}/licenses" RENAME openvino-LICENSE)

@@ -1,0 +1,31 @@
+// Reads lines with PP-OCRv6 small, executed by OpenVINO on the CPU.
+// Owner: the runtime's engine set. Thread: one at a time.
+
+#pragma once
+
+#include "coreai/engines/linerecognizer.h"
+
+#include <QString>
+
+#include <memory>
+
+namespace coreai
+{
+class OpenVinoLineRecognizer : public LineRecognizer
+{
+public:
+    // Null where the file is no such model; `whyNot` then tells it in a few words.
+    static std::unique_ptr<OpenVinoLineRecognizer> load(const QString &modelFile, QString &whyNot);
+    ~OpenVinoLineRecognizer() override;
+
+    LineText read(const cv::Mat &line) override;
+    std::string name() const override;
+    void setThreads(int threads) override;
+
+private:
+    struct Network;
+    explicit OpenVinoLineRecognizer(std::unique_ptr<Network> network);
+
+    std::unique_ptr<Network> m_network;
+};
+} // namespace coreai

@@ -1,0 +1,35 @@
+// Reads lines with the distribution's Tesseract, English and simplified Chinese: what stands in
+// where the neural models are not installed.
+// Owner: the runtime's engine set. Thread: one at a time.
+
+#pragma once
+
+#include "coreai/engines/linerecognizer.h"
+
+#include <QString>
+
+#include <memory>
+
+namespace tesseract
+{
+class TessBaseAPI;
+}
+
+namespace coreai
+{
+class TesseractLineRecognizer : public LineRecognizer
+{
+public:
+    // Null where no language data is installed; `whyNot` then tells it in a few words.
+    static std::unique_ptr<TesseractLineRecognizer> load(QString &whyNot);
+    ~TesseractLineRecognizer() override;
+
+    LineText read(const cv::Mat &line) override;
+    std::string name() const override;
+
+private:
+    explicit TesseractLineRecognizer(std::unique_ptr<tesseract::TessBaseAPI> api);
+
+    std::unique_ptr<tesseract::TessBaseAPI> m_api;
+};
+} // namespace coreai
