@@ -1,0 +1,56 @@
+#include "coreai/client/textrecognition.h"
+
+#include <QtGlobal>
+
+using namespace coreai;
+
+_TextRecognitionSession::_TextRecognitionSession() : m_delivery(Delivery::start()) {}
+
+_TextRecognitionSession::~_TextRecognitionSession()
+{
+    if (m_link) {
+        m_link->close(m_session);
+    }
+    m_delivery->stop();
+}
+
+std::int32_t _TextRecognitionSession::init()
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_link) {
+        return LinkReady;
+    }
+    const std::shared_ptr<RuntimeLink> link = RuntimeLink::shared();
+    const std::int32_t status = link->open(
+        SessionKind::TextRecognition,
+        [delivery = m_delivery](Message answer) { delivery->put(std::move(answer)); }, &m_session);
+    if (status == LinkReady) {
+        m_link = link;
+    }
+    return status;
+}
+
+void _TextRecognitionSession::setCallback(TextRecognitionCallback callback, void *userData)
+{
+    m_delivery->setCallback(callback, userData);
+}
+
+void _TextRecognitionSession::request(std::string_view picture)
+{
+    const std::lock_guard lock(m_mutex);
+    if (!m_link) {
+        qWarning("AI runtime: a request before the session was initialised is dropped");
+        return;
+    }
+    Message message;
+    message.type = MessageType::ReadPicture;
+    message.session = m_session;
+    message.request = m_link->nextRequest();
+    message.payload = Payload::of(picture);
+    const std::uint64_t number = message.request;
+    m_delivery->expect(number);
+    if (!m_link->send(std::move(message))) {
+        qWarning("AI runtime: too many pictures wait; one is answered without lines");
+        m_delivery->putEmpty(number);
+    }
+}

@@ -1,0 +1,50 @@
+// What the client libraries and the runtime tell each other; also what the runtime and its engines
+// do. One message is one packet of a unix socket.
+
+#pragma once
+
+#include "coreai/protocol/payload.h"
+
+#include <cstdint>
+
+namespace coreai
+{
+enum class MessageType : std::uint16_t {
+    // client to runtime
+    OpenSession = 1, // request: the SessionKind
+    CloseSession,
+    ReadPicture,  // payload: an encoded picture
+    EmbedPicture, // payload: an encoded picture
+    EmbedText,    // payload: UTF-8
+
+    // runtime to client
+    SessionOpened = 32, // request: 0, or the status that text_recognition_init_session() gives
+    Begun,              // work on a request has begun: a crash from now on is put down to it
+    Lines,              // payload: encodeLines()
+    NoResult,           // of a ReadPicture: not even an empty result
+    Vector,             // payload: encodeFloats(); empty on failure
+
+    // runtime to engines
+    EngineReadLine = 64, // payload: encodeBitmap()
+    EngineOfPassage,     // payload: UTF-8
+    EngineOfQuery,
+    EngineOfPictureText,
+    EngineOfPicture, // payload: encodeBitmap()
+    EngineTokenCount,
+
+    // engines to runtime
+    EngineReady = 96, // request: which engines there are, EngineFlag
+    EngineLine,       // payload: encodeLine()
+    EngineVector,     // payload: encodeFloats()
+    EngineCount,      // request: the number
+};
+
+enum class SessionKind : std::uint32_t { TextRecognition = 1, Embedding = 2 };
+
+struct Message {
+    MessageType type = MessageType::OpenSession;
+    std::uint32_t session = 0; // chosen by the client, never 0
+    std::uint64_t request = 0; // chosen by the client, rising
+    Payload payload;
+};
+} // namespace coreai
