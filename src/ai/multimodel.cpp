@@ -46,9 +46,13 @@ MultiModel::MultiModel(QObject *parent)
 {
 }
 
-void MultiModel::setServer(const QString &address, const QString &port)
+void MultiModel::setServerAddress(const QString &address)
 {
     m_serverAddress = address;
+}
+
+void MultiModel::setServerPort(const QString &port)
+{
     m_serverPort = port;
 }
 

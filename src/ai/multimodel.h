@@ -16,9 +16,9 @@ public:
     /// The server's host is what the build was configured with, by default none.
     explicit MultiModel(QObject *parent);
 
-    /// Asks another server from now on. Without a host no request is made and every summary is
-    /// empty.
-    void setServer(const QString &address, const QString &port);
+    /// Where to ask from now on. Without an address no request is made and every summary is empty.
+    void setServerAddress(const QString &address);
+    void setServerPort(const QString &port);
 
     /// The summary of @p image; the model's whole answer where it holds no readable object; an
     /// empty text, with a line on the log, on failure. Blocks for as long as the server takes.

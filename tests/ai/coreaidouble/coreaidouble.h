@@ -24,6 +24,7 @@ struct Line {
 struct Reading {
     QVector<Line> lines; ///< none: the runtime gives no array
     bool isNull = false; ///< the result handle is null
+    int times = 1;       ///< how often it is delivered; a sound runtime does it once
 };
 
 /// Reads an encoded picture; runs on the session's own thread.

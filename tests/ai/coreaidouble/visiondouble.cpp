@@ -91,7 +91,9 @@ void _TextRecognitionSession::answer(const QByteArray &picture)
     for (TextLine &line : result.lines) {
         result.handles.push_back(&line);
     }
-    receiver(reading.isNull ? nullptr : &result, receiverData);
+    for (int time = 0; time < reading.times; ++time) {
+        receiver(reading.isNull ? nullptr : &result, receiverData);
+    }
 }
 
 TextRecognitionSession *text_recognition_create_session()
