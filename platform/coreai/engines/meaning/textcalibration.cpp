@@ -11,7 +11,7 @@ namespace
 // Below this length a vector is what rounding left.
 constexpr double leastLength = 1e-6;
 
-const float *meanOf(Script script, TextRole role)
+const short *meanOf(Script script, TextRole role)
 {
     const int row = (script == Script::Chinese ? 2 : 0) + (role == TextRole::Query ? 1 : 0);
     return textCalibrationMeans[row];
@@ -20,20 +20,20 @@ const float *meanOf(Script script, TextRole role)
 
 std::vector<float> calibratedText(const std::vector<float> &raw, Script script, TextRole role)
 {
-    const float *mean = meanOf(script, role);
+    const short *mean = meanOf(script, role);
     std::vector<double> vector(raw.size());
     for (size_t i = 0; i < raw.size(); ++i) {
-        vector[i] = static_cast<double>(raw[i]) - static_cast<double>(mean[i]);
+        vector[i] = static_cast<double>(raw[i]) - mean[i] * textCalibrationUnit;
     }
     for (int direction = 0; direction < textCalibrationDirectionCount; ++direction) {
-        const float *unit = textCalibrationDirections[direction];
+        const short *unit = textCalibrationDirections[direction];
         double along = 0;
         for (size_t i = 0; i < vector.size(); ++i) {
-            along += vector[i] * static_cast<double>(unit[i]);
+            along += vector[i] * unit[i] * textCalibrationUnit;
         }
         along *= 1.0 - static_cast<double>(textCalibrationGains[direction]);
         for (size_t i = 0; i < vector.size(); ++i) {
-            vector[i] -= along * static_cast<double>(unit[i]);
+            vector[i] -= along * unit[i] * textCalibrationUnit;
         }
     }
     double squares = 0;
