@@ -1,5 +1,6 @@
 #include "app/startup.h"
 
+#include "ai/ocrtextdata.h"
 #include "database/screenshotdata.h"
 
 #include <QCoreApplication>
@@ -53,4 +54,5 @@ void registerMetaTypes()
 {
     qRegisterMetaType<ScreenShotData>("ScreenShotData");
     qRegisterMetaType<ScreenShotData>("ScreenShotData&");
+    qRegisterMetaType<QVector<OCRTextData>>("QVector<OCRTextData>");
 }

@@ -1,5 +1,6 @@
 #include "capture/screenhistorytracker.h"
 
+#include "ai/aiabilityprovider.h"
 #include "ai/imageutils.h"
 #include "database/databasemanager.h"
 #include "database/daytext.h"
@@ -23,6 +24,7 @@ ScreenHistoryTracker::ScreenHistoryTracker(QObject *parent)
     , m_isWayland(QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
     , m_today(DayText::ofDate(QDate::currentDate()))
     , m_videoComposer(new VideoComposer(nullptr))
+    , m_aiAbilityProvider(AIAbilityProvider::getInstance())
     , m_databaseManager(DatabaseManager::getInstance())
     , m_lastCheckTime(QDateTime::currentDateTime())
 {
@@ -30,6 +32,7 @@ ScreenHistoryTracker::ScreenHistoryTracker(QObject *parent)
     initComposer();
     initTodayData();
     initTimer();
+    connectRecognizedText();
     connectCompositor();
     m_videoStorageDir = getVideoStorageDir();
     recoverLeftImages();
@@ -54,6 +57,15 @@ void ScreenHistoryTracker::initTimer()
 {
     m_screenshotTimer.setInterval(defaultIntervalMs);
     connect(&m_screenshotTimer, &QTimer::timeout, this, &ScreenHistoryTracker::onIntervalElapsed);
+}
+
+void ScreenHistoryTracker::connectRecognizedText()
+{
+    // Emitted on the AI runtime's thread, so the record comes here queued and by value.
+    connect(m_aiAbilityProvider, &AIAbilityProvider::screenshotOCRDataReady, this,
+            [this](const ScreenShotData &record) {
+                m_databaseManager->updateScreenshotOCRText(record);
+            });
 }
 
 void ScreenHistoryTracker::recoverLeftImages()
@@ -162,7 +174,20 @@ void ScreenHistoryTracker::storeFrame(const QImage &image, const QString &appEnt
     const QString number = QStringLiteral("%1").arg(m_videoFrameNumber, 3, 10, QLatin1Char('0'));
     image.save(m_videoStorageDir + QLatin1Char('/') + record.videoName + QLatin1Char('_') + number +
                QLatin1String(".png"));
+    // The row stands before any result of the AI abilities: they only add to it.
     m_databaseManager->saveScreenShotData(record);
+    requestMeaning(image, record);
+}
+
+void ScreenHistoryTracker::requestMeaning(const QImage &image, ScreenShotData &record)
+{
+    Q_EMIT m_aiAbilityProvider->requestScreenshotOCRData(image, record);
+
+    const QTime before = QTime::currentTime();
+    const QVector<float> embedding = m_aiAbilityProvider->embeddingImage(image);
+    const int elapsed = before.msecsTo(QTime::currentTime());
+    qDebug() << "Frame:" << record.frameIndexOfVideo << "Embedding image elapsed:" << elapsed
+             << "ms";
 }
 
 void ScreenHistoryTracker::setRecordingMemory(bool isRecordingMemory)

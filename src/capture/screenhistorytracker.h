@@ -1,6 +1,6 @@
 #pragma once
 // Decides when a frame of the screen is taken, drops it if it shows nothing new, and sends what
-// remains to the day's video files and the database.
+// remains to the day's video files, the database and the AI abilities.
 // Owner: the backend, by value. Thread: main, all of it; only the video composer works on a thread
 // of its own and is reached by a queued signal that carries the batch by value.
 
@@ -13,9 +13,11 @@
 #include <QTimer>
 #include <QVector>
 
+class AIAbilityProvider;
 class DatabaseManager;
 class QScreen;
 class VideoComposer;
+struct ScreenShotData;
 
 class ScreenHistoryTracker : public QObject
 {
@@ -58,7 +60,8 @@ public:
     QString getAppDesktopEntry() const;
 
     /// Keeps @p image (32 bits a pixel) if it differs enough from the last kept frame and an
-    /// application stands behind it: batch, PNG safety copy, database row.
+    /// application stands behind it: batch, PNG safety copy, database row, then its text and its
+    /// embedding. Blocks for the embedding; the text reaches the row later.
     void screenshotReady(const QImage &image);
 
     /// Puts @p image into the batch of the current video; closes the batch before it when that is
@@ -109,6 +112,7 @@ Q_SIGNALS:
 private:
     void initComposer();
     void initTimer();
+    void connectRecognizedText();
     void connectCompositor();
     void requestContentChanges();
     void onCompositorOwnerChanged(const QString &service, const QString &oldOwner,
@@ -117,6 +121,7 @@ private:
     void onIntervalElapsed();
     void turnToNewDay();
     void storeFrame(const QImage &image, const QString &appEntry);
+    void requestMeaning(const QImage &image, ScreenShotData &record);
 
     bool m_intervalElapsed = false; ///< the next content change may take a frame
     bool m_timerOnly = false;       ///< no usable change signal: the timer alone triggers
@@ -134,6 +139,7 @@ private:
     QThread m_composerThread;
     VideoComposer *m_videoComposer = nullptr; ///< lives on m_composerThread, deletes itself there
     QVector<QImage> m_images;
+    AIAbilityProvider *m_aiAbilityProvider = nullptr;
     DatabaseManager *m_databaseManager = nullptr;
     QDateTime m_lastCheckTime; ///< when the last clock check passed
 };

@@ -13,6 +13,13 @@ namespace CaptureFixture
 {
 namespace
 {
+// As the program does before it makes a tracker, whose records come back in queued signals.
+void registerRecords()
+{
+    qRegisterMetaType<ScreenShotData>("ScreenShotData&");
+}
+Q_CONSTRUCTOR_FUNCTION(registerRecords)
+
 QString cacheDirectory()
 {
     return QDir::homePath() + QLatin1String("/.cache/tavel-ai-yestermark/");

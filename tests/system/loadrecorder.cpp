@@ -5,6 +5,7 @@
 #include "capture/screenhistorytracker.h"
 #include "database/databasemanager.h"
 #include "database/daytext.h"
+#include "database/screenshotdata.h"
 #include "desktopbridge/fake/fakedesktop.h"
 #include "support/fakeclock.h"
 #include "support/pictures.h"
@@ -35,6 +36,7 @@ int main(int argc, char **argv)
     QGuiApplication application(argc, argv);
     const QStringList arguments = QGuiApplication::arguments();
     FakeClock::set(QDateTime::fromSecsSinceEpoch(arguments.at(1).toLongLong()));
+    qRegisterMetaType<ScreenShotData>("ScreenShotData&");
     FakeDesktop desktop;
     desktop.setActivePid(arguments.at(2).toUInt());
     ScreenHistoryTracker tracker;
