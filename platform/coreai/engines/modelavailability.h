@@ -7,6 +7,9 @@
 
 namespace coreai
 {
+// True where loadLineRecognizer() would find the files of an engine that reads.
+bool lineRecognizerAvailable(const ModelFolders &folders);
+
 // True where loadTextMeaning() would find its model's file.
 bool textMeaningAvailable(const ModelFolders &folders);
 } // namespace coreai

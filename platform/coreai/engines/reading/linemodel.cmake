@@ -4,3 +4,7 @@ file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/${YESTERMARK_MODELDIR}")
 file(CREATE_LINK "${line_model}"
     "${PROJECT_BINARY_DIR}/${YESTERMARK_MODELDIR}/PP-OCRv6_rec_small.onnx" COPY_ON_ERROR)
 install(FILES "${line_model}" DESTINATION "${YESTERMARK_MODELDIR}")
+
+file(GLOB licences CONFIGURE_DEPENDS "${rapidocr_folder}/rapidocr-*.dist-info/licenses/*")
+install(FILES ${licences}
+    DESTINATION "share/doc/${YESTERMARK_APPLICATION_ID}/licenses/rapidocr")

@@ -23,5 +23,8 @@ set_target_properties(openvino_runtime PROPERTIES
 target_link_options(openvino_runtime INTERFACE
     "LINKER:-rpath-link,${PROJECT_BINARY_DIR}/${YESTERMARK_LIBRARYDIR}")
 
-install(FILES "${openvino_folder}/openvino-2026.4.0.dist-info/licenses/LICENSE"
-    DESTINATION "share/doc/${YESTERMARK_APPLICATION_ID}/licenses" RENAME openvino-LICENSE)
+file(GLOB licences CONFIGURE_DEPENDS
+    "${openvino_folder}/openvino-*.dist-info/licenses/LICENSE"
+    "${openvino_folder}/openvino-*.dist-info/licenses/licensing/*.txt")
+install(FILES ${licences}
+    DESTINATION "share/doc/${YESTERMARK_APPLICATION_ID}/licenses/openvino")
