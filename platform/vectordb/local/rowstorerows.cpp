@@ -1,0 +1,153 @@
+// The rows of a collection; its definition is handled in rowstore.cpp.
+
+#include "vectordb/local/rowstore.h"
+
+#include <algorithm>
+
+#include <sqlite3.h>
+
+namespace VectorDB
+{
+namespace
+{
+std::string tableOf(const CollectionDefinition &definition)
+{
+    return "rows_" + std::to_string(definition.number);
+}
+
+std::string columnsOf(const CollectionDefinition &definition)
+{
+    std::string list;
+    for (std::size_t place = 0; place < definition.scalars.size(); ++place) {
+        list += '"' + definition.scalar(place).Name() + "\", ";
+    }
+    return list + '"' + definition.field(definition.vector).Name() + '"';
+}
+
+std::string rangeOf(const CollectionDefinition &definition, const RangeFilter &filter)
+{
+    return " FROM " + tableOf(definition) + " WHERE \"" + filter.field + "\" BETWEEN ? AND ?";
+}
+} // namespace
+
+SqliteStatement &RowStore::insertStatement(const CollectionDefinition &definition)
+{
+    const auto found = m_inserts.find(definition.number);
+    if (found != m_inserts.end()) {
+        return found->second;
+    }
+    std::string places;
+    for (std::size_t place = 0; place < definition.scalars.size(); ++place) {
+        places += "?, ";
+    }
+    const std::string sql = "INSERT INTO " + tableOf(definition) + " (" + columnsOf(definition) +
+                            ") VALUES (" + places + "?)";
+    return m_inserts.try_emplace(definition.number, m_handle.get(), sql).first->second;
+}
+
+Status RowStore::insert(const CollectionDefinition &definition, const RowValues &row,
+                        std::int64_t &rowId)
+{
+    SqliteStatement &statement = insertStatement(definition);
+    int position = 1;
+    for (const Scalar &scalar : row.scalars) {
+        std::visit([&](const auto &value) { statement.bind(position, value); }, scalar);
+        ++position;
+    }
+    statement.bind(position, row.vector, definition.dimension() * sizeof(float));
+    const int result = statement.step();
+    const Status status =
+        result == SQLITE_DONE ? Status() : sqliteFailure(m_handle.get(), "insert a row");
+    rowId = sqlite3_last_insert_rowid(m_handle.get());
+    statement.reset();
+    return status;
+}
+
+Status RowStore::remove(const CollectionDefinition &definition, const RangeFilter &filter,
+                        Removed &removed)
+{
+    const std::string doing = "delete rows";
+    sqlite3 *handle = m_handle.get();
+    SqliteTransaction transaction(handle);
+    if (Status status = transaction.begin(); !status.IsOk()) {
+        return status;
+    }
+    SqliteStatement select(handle, "SELECT row_id, \"" +
+                                       definition.scalar(definition.primary).Name() + '"' +
+                                       rangeOf(definition, filter) + " ORDER BY row_id");
+    select.bind(1, filter.lower);
+    select.bind(2, filter.upper);
+    int result = SQLITE_OK;
+    while ((result = select.step()) == SQLITE_ROW) {
+        removed.rowIds.push_back(select.number(0));
+        removed.keys.push_back(select.text(1));
+    }
+    if (result != SQLITE_DONE) {
+        return sqliteFailure(handle, doing);
+    }
+    select.reset();
+    SqliteStatement erase(handle, "DELETE" + rangeOf(definition, filter));
+    erase.bind(1, filter.lower);
+    erase.bind(2, filter.upper);
+    if (erase.step() != SQLITE_DONE) {
+        return sqliteFailure(handle, doing);
+    }
+    erase.reset();
+    if (Status status = transaction.commit(); !status.IsOk()) {
+        return status;
+    }
+    if (!removed.rowIds.empty()) {
+        // The log still holds the rows as they were inserted. The deletion stands either way.
+        sqlite3_wal_checkpoint_v2(handle, nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
+    }
+    return {};
+}
+
+Status RowStore::rowIds(const CollectionDefinition &definition, std::vector<std::int64_t> &ids,
+                        std::int64_t &greatest) const
+{
+    sqlite3 *handle = m_handle.get();
+    // Unordered, so that an index is read and not the table, which is a hundred times as large.
+    SqliteStatement rows(handle, "SELECT row_id FROM " + tableOf(definition));
+    int result = SQLITE_OK;
+    while ((result = rows.step()) == SQLITE_ROW) {
+        ids.push_back(rows.number(0));
+    }
+    if (result != SQLITE_DONE) {
+        return sqliteFailure(handle, "read the rows' numbers");
+    }
+    std::sort(ids.begin(), ids.end());
+    SqliteStatement sequence(handle, "SELECT seq FROM sqlite_sequence WHERE name=?");
+    const std::string table = tableOf(definition);
+    sequence.bind(1, table);
+    greatest = sequence.step() == SQLITE_ROW ? sequence.number(0) : 0;
+    return {};
+}
+
+Status RowStore::forEachRow(const CollectionDefinition &definition, const RowUse &use) const
+{
+    SqliteStatement rows(m_handle.get(), "SELECT row_id, " + columnsOf(definition) + " FROM " +
+                                             tableOf(definition) + " ORDER BY row_id");
+    const std::size_t bytes = definition.dimension() * sizeof(float);
+    int result = SQLITE_OK;
+    while ((result = rows.step()) == SQLITE_ROW) {
+        RowValues row;
+        int column = 1;
+        for (std::size_t place = 0; place < definition.scalars.size(); ++place, ++column) {
+            if (definition.scalar(place).Type() == DataType::VARCHAR) {
+                row.scalars.emplace_back(rows.text(column));
+            } else {
+                row.scalars.emplace_back(rows.number(column));
+            }
+        }
+        row.vector = static_cast<const float *>(rows.blob(column));
+        if (rows.bytes(column) != bytes) {
+            return {StatusCode::STORE_DAMAGED, "a row holds a vector of another length"};
+        }
+        if (Status status = use(rows.number(0), row); !status.IsOk()) {
+            return status;
+        }
+    }
+    return result == SQLITE_DONE ? Status() : sqliteFailure(m_handle.get(), "read the rows");
+}
+} // namespace VectorDB

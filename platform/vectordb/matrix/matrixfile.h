@@ -1,0 +1,85 @@
+#pragma once
+// The file that searches run over: a copy of every row of a collection in the order of insertion,
+// made for reading from end to end. It can be thrown away at any time; what is true stands in the
+// store of rows. Owner: VectorStore. Thread: reading (snapshot) from any; everything that changes
+// it under the store's lock.
+
+#include "vectordb/matrix/matrixsegment.h"
+#include "vectordb/status.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace VectorDB
+{
+/// The rows as they were at one moment; rows deleted since are dead in it too.
+struct MatrixSnapshot {
+    using Segments = std::vector<std::shared_ptr<MatrixSegment>>;
+    std::shared_ptr<const Segments> segments;
+    std::size_t rows = 0;
+
+    /// How many of the rows stand in the segment at @p place.
+    std::size_t rowsOf(std::size_t place) const
+    {
+        return std::min(SEGMENT_ROWS, rows - place * SEGMENT_ROWS);
+    }
+};
+
+class MatrixFile
+{
+public:
+    ~MatrixFile();
+    MatrixFile(const MatrixFile &) = delete;
+    MatrixFile &operator=(const MatrixFile &) = delete;
+
+    /// Makes an empty file in place of whatever stands at @p path.
+    static Status create(const std::string &path, const MatrixLayout &layout, const FileHead &head,
+                         std::unique_ptr<MatrixFile> &file);
+
+    /// Null unless the file is whole, bears that head and holds exactly the rows of @p rowIds
+    /// (ascending), beside dead ones. Rows beyond @p greatest were never committed and are dropped.
+    static std::unique_ptr<MatrixFile> open(const std::string &path, const MatrixLayout &layout,
+                                            const FileHead &head,
+                                            const std::vector<std::int64_t> &rowIds,
+                                            std::int64_t greatest);
+
+    /// Writes a row behind the last one. It is no part of the matrix before publish().
+    Status stage(std::int64_t rowId, const std::vector<Scalar> &scalars, const float *vector);
+    void publish();
+    void dropStaged() { m_staged = 0; }
+
+    /// Takes the rows of @p rowIds (ascending) out of every search, then wipes them from the file.
+    void erase(const std::vector<std::int64_t> &rowIds);
+
+    MatrixSnapshot snapshot() const;
+    const MatrixLayout &layout() const { return m_layout; }
+
+    /// Rows that take room and are searched no more.
+    std::size_t deadRows() const { return m_dead; }
+
+private:
+    MatrixFile(int file, const MatrixLayout &layout) : m_file(file), m_layout(layout) {}
+
+    bool adopt(const std::vector<std::int64_t> &rowIds, std::int64_t greatest);
+    Status addSegment();
+    std::size_t find(std::int64_t rowId) const;
+    const char *card(std::size_t row) const;
+    void wipe(std::size_t first, std::size_t last);
+    void clear(std::size_t offset, std::size_t bytes);
+    std::size_t startOf(std::size_t row) const;
+
+    int m_file;
+    MatrixLayout m_layout;
+    mutable std::mutex m_snapshotMutex; ///< over the next two
+    std::shared_ptr<const MatrixSnapshot::Segments> m_segments =
+        std::make_shared<const MatrixSnapshot::Segments>();
+    std::size_t m_rows = 0;
+    std::size_t m_staged = 0;
+    std::size_t m_dead = 0;
+};
+} // namespace VectorDB
