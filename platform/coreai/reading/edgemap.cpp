@@ -87,7 +87,7 @@ void countVerticals(const uchar *const rows[floorThickness], const uchar *length
 {
     for (int x = 0; x < width; ++x) {
         const uchar edges = rows[0][x];
-        const uchar vertical = (edges & (SideEdge | TopEdge)) == SideEdge ? 1 : 0;
+        const uchar vertical = edges & SideEdge;
         const uchar crossing = (edges | rows[1][x] | rows[2][x]) & Floor ? 1 : 0;
         const uchar length = std::min<uchar>(lengthsAbove[x], 250) + vertical;
         lengths[x] = vertical | crossing ? length : 0;

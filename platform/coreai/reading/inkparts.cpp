@@ -15,6 +15,13 @@ constexpr int longestStroke = 48;
 
 enum Ink : uchar { Filled = 1, Sided = 2 };
 
+// Bits of `edge` where it is no wall, so that no part reaches across one, such as from a photograph
+// into the text beside it.
+inline uchar inkOf(uchar edge, uchar ink)
+{
+    return static_cast<uchar>(edge & Wall ? 0 : ink);
+}
+
 // A stroke's rows are those with an edge at its side. Edges above and below only fill what lies
 // between such edges: taken alone they would reach one row beyond the stroke, and lines of text
 // that stand one row apart would touch.
@@ -23,11 +30,12 @@ void findInk(const uchar *edges, const uchar *edgesBelow, int width, uchar *ink)
     for (int x = 0; x + 1 < width; ++x) {
         const uchar sided = (edges[x] | edges[x + 1]) & SideEdge;
         const uchar filled = (edges[x] | edgesBelow[x]) & TopEdge;
-        ink[x] = static_cast<uchar>((sided << 1) | (filled >> 1));
+        ink[x] = inkOf(edges[x], static_cast<uchar>((sided << 1) | (filled >> 1)));
     }
     const int last = width - 1;
-    ink[last] = static_cast<uchar>(((edges[last] & SideEdge) << 1) |
-                                   (((edges[last] | edgesBelow[last]) & TopEdge) >> 1));
+    const uchar filled = (edges[last] | edgesBelow[last]) & TopEdge;
+    ink[last] =
+        inkOf(edges[last], static_cast<uchar>(((edges[last] & SideEdge) << 1) | (filled >> 1)));
 }
 
 int skipBlank(const uchar *ink, int x, int width)

@@ -1,10 +1,11 @@
 #include "linechains.h"
 
+#include "bridges.h"
 #include "edgemap.h"
 #include "partgrid.h"
 
 #include <algorithm>
-#include <climits>
+#include <tuple>
 
 namespace coreai
 {
@@ -12,6 +13,17 @@ namespace
 {
 // The tallest part that can be text.
 constexpr int tallestPart = 80;
+
+// A part is cut into four lines at most.
+constexpr int mostCuts = 2;
+
+// The sides of buttons and input fields, whose horizontal borders are not ink, and carets of large
+// type: no letter is as narrow for its height.
+bool canBeText(const cv::Rect &part)
+{
+    const bool bar = part.height >= 20 && part.width * 9 <= part.height;
+    return part.height <= tallestPart && !bar;
+}
 
 int gapBetween(const cv::Rect &a, const cv::Rect &b)
 {
@@ -23,6 +35,13 @@ int overlapOfRows(const cv::Rect &a, const cv::Rect &b)
     return std::min(a.y + a.height, b.y + b.height) - std::max(a.y, b.y);
 }
 
+// Widest gap between two parts of one line, the higher of which has `high` rows: a space of
+// monospaced type between words without ascenders, and the gap of two colons.
+int widestGap(int high)
+{
+    return std::min(2 * high + 3, high + 7);
+}
+
 // Whether `a` and `b` stand beside each other as letters or words of one line do. Small marks such
 // as a hyphen count where they stand between the top and the bottom of a letter near them.
 bool chained(const cv::Rect &a, const cv::Rect &b)
@@ -32,9 +51,8 @@ bool chained(const cv::Rect &a, const cv::Rect &b)
     const int overlap = overlapOfRows(a, b);
     const int gap = gapBetween(a, b);
     if (high <= 2 * low + 2)
-        return 2 * overlap >= low && 9 * high <= 20 * overlap + 20 &&
-               gap <= std::min(high, 3 * low + 4);
-    return overlap == low && gap * 10 <= high * 6;
+        return 2 * overlap >= low && 9 * high <= 20 * overlap + 20 && gap <= widestGap(high);
+    return overlap == low && gap * 10 <= high * 6 + 20;
 }
 
 class Chainer
@@ -51,54 +69,60 @@ public:
             m_parents[i] = static_cast<int>(i);
     }
 
-    void chainNeighbours()
+    // Pairs of parts that stand beside each other in one line.
+    std::vector<std::pair<int, int>> neighbours() const
     {
+        std::vector<std::pair<int, int>> pairs;
         for (int i = 0; i < static_cast<int>(m_parts.size()); ++i) {
             const cv::Rect &box = m_parts[i];
-            if (box.height > tallestPart)
+            if (!canBeText(box))
                 continue;
-            const int reach = std::min(tallestPart, std::max(3 * box.height + 4, 24));
+            const int reach = std::max(widestGap(box.height), widestGap(tallestPart / 2));
             const cv::Rect area(box.x, box.y, box.width + reach, box.height);
             m_grid.visit(area, [&](int j) {
-                if (j != i && m_parts[j].height <= tallestPart && chained(box, m_parts[j]) &&
+                if (j != i && canBeText(m_parts[j]) && chained(box, m_parts[j]) &&
                     !wallBetween(box, m_parts[j]))
-                    unite(i, j);
+                    pairs.emplace_back(i, j);
             });
         }
+        return pairs;
+    }
+
+    void chain(const std::vector<std::pair<int, int>> &pairs)
+    {
+        for (const auto &[a, b] : pairs)
+            unite(a, b);
     }
 
     // Dots, accents, quotation marks and underscores lie above or below their neighbours; each
-    // joins the line that is nearest.
+    // joins the line that is nearest, and what stands on its other side in the same line.
     void attachMarks()
     {
-        std::vector<std::pair<int, int>> marks;
+        std::vector<std::pair<int, int>> attached;
         for (int i = 0; i < static_cast<int>(m_parts.size()); ++i) {
-            if (rootOf(i) != i || m_boxes[i].height > tallestPart / 2)
+            if (rootOf(i) != i || !canBeText(m_parts[i]) || m_boxes[i].height > tallestPart / 2)
                 continue;
-            const int host = hostOf(m_boxes[i], i);
-            if (host >= 0)
-                marks.emplace_back(i, host);
+            findHosts(i);
+            if (m_hosts.empty())
+                continue;
+            const Host nearest = *std::min_element(m_hosts.begin(), m_hosts.end());
+            for (const Host &host : m_hosts) {
+                const int overlap = overlapOfRows(host.line, nearest.line);
+                if (2 * overlap >= std::min(host.line.height, nearest.line.height))
+                    attached.emplace_back(i, host.root);
+            }
         }
-        for (const auto &[mark, host] : marks)
-            unite(mark, host);
+        chain(attached);
     }
 
-    LineChains result()
+    std::vector<cv::Rect> result() const
     {
-        LineChains chains;
-        chains.lineOfPart.assign(m_parts.size(), -1);
-        std::vector<int> numbers(m_parts.size(), -1);
+        std::vector<cv::Rect> lines;
         for (int i = 0; i < static_cast<int>(m_parts.size()); ++i) {
-            if (m_parts[i].height > tallestPart)
-                continue;
-            const int root = rootOf(i);
-            if (numbers[root] < 0) {
-                numbers[root] = static_cast<int>(chains.boxes.size());
-                chains.boxes.push_back(m_boxes[root]);
-            }
-            chains.lineOfPart[i] = numbers[root];
+            if (m_parents[i] == i && canBeText(m_parts[i]))
+                lines.push_back(m_boxes[i]);
         }
-        return chains;
+        return lines;
     }
 
 private:
@@ -133,46 +157,71 @@ private:
                            [](uchar edge) { return edge & Wall; });
     }
 
-    // The line that the mark at `box` belongs to, or -1.
-    int hostOf(const cv::Rect &box, int mark)
+    // The lines that the mark that is the whole chain at root `mark` may belong to.
+    void findHosts(int mark)
     {
-        const int reach = tallestPart / 3;
+        m_hosts.clear();
+        const cv::Rect box = m_boxes[mark];
+        const int reach = tallestPart / 2;
         const cv::Rect area(box.x - reach, box.y - reach, box.width + 2 * reach,
                             box.height + 2 * reach);
-        int best = INT_MAX;
-        int host = -1;
         m_grid.visit(area, [&](int i) {
             const int root = rootOf(i);
-            const cv::Rect &line = m_boxes[root];
-            if (m_parts[i].height > tallestPart || root == mark || line.height < 2 * box.height ||
-                m_parts[i].height <= box.height)
+            if (root == mark || !canBeText(m_parts[i]) || m_parts[i].height <= box.height)
                 return;
-            const int apart = std::max(0, -overlapOfRows(line, box));
-            const int gap = std::max(0, gapBetween(m_parts[i], box));
-            if (apart * 20 > line.height * 7 || gap * 10 > line.height * 6)
-                return;
-            const int distance = apart * 256 + gap;
-            if (distance < best || (distance == best && line.y < m_boxes[host].y)) {
-                best = distance;
-                host = root;
-            }
+            const int distance = distanceTo(m_boxes[root], m_parts[i], box);
+            if (distance >= 0 && !wallBetween(m_parts[i], box))
+                m_hosts.push_back({distance, m_boxes[root], root});
         });
-        return host;
     }
+
+    // How far a mark is from a part of a line, -1 where it is too far or no mark of such a line.
+    static int distanceTo(const cv::Rect &line, const cv::Rect &part, const cv::Rect &mark)
+    {
+        const bool flat = 5 * mark.height <= line.height + 5;
+        const bool small = 2 * mark.height <= line.height && mark.width <= line.height;
+        const int apart = std::max(0, -overlapOfRows(line, mark));
+        const int gap = std::max(0, gapBetween(part, mark));
+        // An underscore stands lower than a dot or a quotation mark stands high, and may be nearer
+        // to the line below it than to its own.
+        const bool underscore = flat && mark.width >= 3 * mark.height && line.y < mark.y;
+        const int farthest = underscore ? line.height / 2 : 2 + line.height / 8;
+        if (!(flat || small) || apart > farthest || gap > widestGap(line.height))
+            return -1;
+        return (underscore ? apart / 2 : apart) * 256 + gap;
+    }
+
+    struct Host {
+        int distance;
+        cv::Rect line;
+        int root;
+
+        bool operator<(const Host &other) const
+        {
+            return std::tie(distance, line.y, line.x) <
+                   std::tie(other.distance, other.line.y, other.line.x);
+        }
+    };
 
     const std::vector<cv::Rect> &m_parts;
     const cv::Mat &m_edges;
     const PartGrid m_grid;
     std::vector<int> m_parents;
+    std::vector<Host> m_hosts;
     std::vector<cv::Rect> m_boxes; // of whole chains, valid at their roots
 };
 } // namespace
 
-LineChains lineChains(const InkParts &parts, const cv::Mat &edges)
+std::vector<cv::Rect> lineBoxes(InkParts &parts, const cv::Mat &edges)
 {
-    Chainer chainer(parts, edges);
-    chainer.chainNeighbours();
-    chainer.attachMarks();
-    return chainer.result();
+    for (int round = 0;; ++round) {
+        Chainer chainer(parts, edges);
+        const std::vector<std::pair<int, int>> pairs = chainer.neighbours();
+        if (round < mostCuts && cutBridges(parts, pairs))
+            continue;
+        chainer.chain(pairs);
+        chainer.attachMarks();
+        return chainer.result();
+    }
 }
 } // namespace coreai

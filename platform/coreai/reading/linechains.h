@@ -9,11 +9,7 @@
 
 namespace coreai
 {
-struct LineChains {
-    std::vector<cv::Rect> boxes; // one for each line
-    std::vector<int> lineOfPart; // index into `boxes`, -1 for parts of no line
-};
-
-// The lines of the parts of an edge map.
-LineChains lineChains(const InkParts &parts, const cv::Mat &edges);
+// The boxes of the lines that the parts of an edge map make up, in no order. Parts that reach over
+// two lines are cut.
+std::vector<cv::Rect> lineBoxes(InkParts &parts, const cv::Mat &edges);
 } // namespace coreai

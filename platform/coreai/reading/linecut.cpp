@@ -3,18 +3,16 @@
 #include "edgemap.h"
 #include "inkparts.h"
 #include "linechains.h"
+#include "lineorder.h"
+#include "textlike.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <tuple>
 
 namespace coreai
 {
 namespace
 {
-constexpr int lowestLine = 6;
-constexpr int tallestLine = 96;
-
 CutLine lineAt(const cv::Mat &picture, const cv::Rect &box)
 {
     CutLine line{box, cv::Mat(box.size(), CV_8UC4)};
@@ -27,10 +25,6 @@ CutLine lineAt(const cv::Mat &picture, const cv::Rect &box)
     return line;
 }
 
-bool readsBefore(const cv::Rect &a, const cv::Rect &b)
-{
-    return std::tie(a.y, a.x) < std::tie(b.y, b.x);
-}
 } // namespace
 
 std::vector<CutLine> cutLines(const cv::Mat &picture)
@@ -38,13 +32,15 @@ std::vector<CutLine> cutLines(const cv::Mat &picture)
     if (picture.empty() || picture.type() != CV_8UC4)
         return {};
     const cv::Mat edges = edgeMap(picture);
-    LineChains chains = lineChains(inkParts(edges), edges);
-    std::sort(chains.boxes.begin(), chains.boxes.end(), readsBefore);
+    InkParts parts = inkParts(edges);
+    std::vector<cv::Rect> boxes = lineBoxes(parts, edges);
+    const auto isNoText = [&](const cv::Rect &box) { return !looksLikeText(picture, edges, box); };
+    boxes.erase(std::remove_if(boxes.begin(), boxes.end(), isNoText), boxes.end());
+
     std::vector<CutLine> lines;
-    for (const cv::Rect &box : chains.boxes) {
-        if (box.height >= lowestLine && box.height <= tallestLine)
-            lines.push_back(lineAt(picture, box));
-    }
+    lines.reserve(boxes.size());
+    for (int i : readingOrder(boxes))
+        lines.push_back(lineAt(picture, boxes[i]));
     return lines;
 }
 } // namespace coreai

@@ -1,6 +1,6 @@
 // Finds the parts of ink near a place: a grid of cells, each with the parts whose boxes reach into
 // it. It only saves time; what is found does not depend on where the cells lie.
-// Owner: lineChains(). Thread: any once it is built.
+// Owner: lineBoxes(). Thread: any once it is built.
 
 #pragma once
 
