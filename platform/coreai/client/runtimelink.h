@@ -5,8 +5,8 @@
 
 #pragma once
 
-#include "coreai/client/runtimeprocess.h"
 #include "coreai/client/unanswered.h"
+#include "coreai/protocol/channelprocess.h"
 
 #include <atomic>
 #include <chrono>
@@ -26,9 +26,8 @@ enum LinkStatus : std::int32_t { LinkReady = 0, LinkNotStarted = -1, LinkTimeout
 class RuntimeLink
 {
 public:
-    // An answer to `request`; an EngineReady never comes, so MessageType::NoResult, Lines and
-    // Vector are what is seen. Called on the link's thread, must not block, nor call the link.
-    // A request that is given up is answered with empty Lines or an empty Vector.
+    // An answer, of type Lines, NoResult or Vector. Called on the link's thread; must not block,
+    // nor call the link. A request that is given up is answered with empty Lines or Vector.
     using Handler = std::function<void(Message answer)>;
 
     // Requests of one session that may wait. The recorder keeps at most one frame a second and
@@ -82,7 +81,7 @@ private:
     void waitForWork(bool full);
 
     Descriptor m_wake;        // an event counter
-    RuntimeProcess m_process; // the link's thread only, but for its number
+    ChannelProcess m_process; // the link's thread only, but for its number
     bool m_spoken = false;    // the present process has sent something; the link's thread only
 
     mutable std::mutex m_mutex; // of everything below

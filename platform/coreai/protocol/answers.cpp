@@ -26,15 +26,31 @@ bool take(std::string_view &bytes, Value &value)
     return true;
 }
 
-bool takeLine(std::string_view &bytes, ReadLine &line)
+bool takeBytes(std::string_view &bytes, std::string_view &part)
 {
     std::uint32_t length = 0;
-    std::uint32_t corners = 0;
     if (!take(bytes, length) || bytes.size() < length) {
         return false;
     }
-    line.text = bytes.substr(0, length);
+    part = bytes.substr(0, length);
     bytes.remove_prefix(length);
+    return true;
+}
+
+void appendBytes(std::string &bytes, std::string_view part)
+{
+    append(bytes, std::uint32_t(part.size()));
+    bytes += part;
+}
+
+bool takeLine(std::string_view &bytes, ReadLine &line)
+{
+    std::string_view text;
+    std::uint32_t corners = 0;
+    if (!takeBytes(bytes, text)) {
+        return false;
+    }
+    line.text = text;
     if (!take(bytes, corners) || bytes.size() / sizeof(Corner) < corners) {
         return false;
     }
@@ -50,8 +66,7 @@ std::string encodeLines(const std::vector<ReadLine> &lines)
 {
     std::string bytes;
     for (const ReadLine &line : lines) {
-        append(bytes, std::uint32_t(line.text.size()));
-        bytes += line.text;
+        appendBytes(bytes, line.text);
         append(bytes, std::uint32_t(line.corners.size()));
         for (const Corner &corner : line.corners) {
             append(bytes, corner);
@@ -91,6 +106,49 @@ std::optional<std::vector<float>> decodeFloats(std::string_view bytes)
         std::memcpy(values.data(), bytes.data(), bytes.size());
     }
     return values;
+}
+
+std::string encodeVectors(const std::vector<std::vector<float>> &vectors)
+{
+    std::string bytes;
+    for (const std::vector<float> &vector : vectors) {
+        appendBytes(bytes, encodeFloats(vector));
+    }
+    return bytes;
+}
+
+std::optional<std::vector<std::vector<float>>> decodeVectors(std::string_view bytes)
+{
+    std::vector<std::vector<float>> vectors;
+    for (std::string_view part; !bytes.empty();) {
+        std::optional<std::vector<float>> vector;
+        if (!takeBytes(bytes, part) || !(vector = decodeFloats(part))) {
+            return std::nullopt;
+        }
+        vectors.push_back(std::move(*vector));
+    }
+    return vectors;
+}
+
+std::string encodeTexts(const std::vector<std::string> &texts)
+{
+    std::string bytes;
+    for (const std::string &text : texts) {
+        appendBytes(bytes, text);
+    }
+    return bytes;
+}
+
+std::optional<std::vector<std::string>> decodeTexts(std::string_view bytes)
+{
+    std::vector<std::string> texts;
+    for (std::string_view part; !bytes.empty();) {
+        if (!takeBytes(bytes, part)) {
+            return std::nullopt;
+        }
+        texts.emplace_back(part);
+    }
+    return texts;
 }
 
 std::string encodeLine(std::string_view text, float confidence)

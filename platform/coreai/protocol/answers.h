@@ -40,6 +40,12 @@ std::optional<std::vector<ReadLine>> decodeLines(std::string_view bytes);
 std::string encodeFloats(const std::vector<float> &values);
 std::optional<std::vector<float>> decodeFloats(std::string_view bytes);
 
+std::string encodeVectors(const std::vector<std::vector<float>> &vectors);
+std::optional<std::vector<std::vector<float>>> decodeVectors(std::string_view bytes);
+
+std::string encodeTexts(const std::vector<std::string> &texts);
+std::optional<std::vector<std::string>> decodeTexts(std::string_view bytes);
+
 // One line's text with its confidence.
 std::string encodeLine(std::string_view text, float confidence);
 bool decodeLine(std::string_view bytes, std::string &text, float &confidence);

@@ -62,8 +62,8 @@ bool isKnown(std::uint16_t type)
     };
     return within(MessageType::OpenSession, MessageType::EmbedText) ||
            within(MessageType::SessionOpened, MessageType::Vector) ||
-           within(MessageType::EngineReadLine, MessageType::EngineTokenCount) ||
-           within(MessageType::EngineReady, MessageType::EngineCount);
+           within(MessageType::EngineSetThreads, MessageType::EngineOfPicture) ||
+           within(MessageType::EngineLine, MessageType::EngineVectors);
 }
 } // namespace
 

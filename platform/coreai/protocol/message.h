@@ -24,19 +24,17 @@ enum class MessageType : std::uint16_t {
     NoResult,           // of a ReadPicture: not even an empty result
     Vector,             // payload: encodeFloats(); empty on failure
 
-    // runtime to engines
-    EngineReadLine = 64, // payload: encodeBitmap()
-    EngineOfPassage,     // payload: UTF-8
-    EngineOfQuery,
+    // runtime to engines, each but the first answered with the same number
+    EngineSetThreads = 64, // request: the number; loads the recogniser
+    EngineReadLine,        // payload: encodeBitmap()
+    EngineOfPassages,      // payload: encodeTexts()
+    EngineOfQuery,         // payload: UTF-8
     EngineOfPictureText,
     EngineOfPicture, // payload: encodeBitmap()
-    EngineTokenCount,
 
     // engines to runtime
-    EngineReady = 96, // request: which engines there are, EngineFlag
-    EngineLine,       // payload: encodeLine()
-    EngineVector,     // payload: encodeFloats()
-    EngineCount,      // request: the number
+    EngineLine = 96, // payload: encodeLine()
+    EngineVectors,   // payload: encodeVectors(), one for each text or picture
 };
 
 enum class SessionKind : std::uint32_t { TextRecognition = 1, Embedding = 2 };

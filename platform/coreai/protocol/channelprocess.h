@@ -13,17 +13,17 @@
 
 namespace coreai
 {
-class RuntimeProcess
+class ChannelProcess
 {
 public:
     // The child finds its channel here; it inherits nothing else but the standard streams.
     static constexpr int channelDescriptor = 3;
 
-    RuntimeProcess() = default;
+    ChannelProcess() = default;
     // Closes the channel and ends the process, by force after 300 ms.
-    ~RuntimeProcess();
-    RuntimeProcess(const RuntimeProcess &) = delete;
-    RuntimeProcess &operator=(const RuntimeProcess &) = delete;
+    ~ChannelProcess();
+    ChannelProcess(const ChannelProcess &) = delete;
+    ChannelProcess &operator=(const ChannelProcess &) = delete;
 
     // Ends what runs and starts `command`: an absolute path and arguments. False, with a line on
     // the log, where the system refuses.

@@ -1,4 +1,4 @@
-#include "coreai/client/runtimeprocess.h"
+#include "coreai/protocol/channelprocess.h"
 
 #include <QtGlobal>
 
@@ -56,8 +56,8 @@ int spawn(const std::vector<std::string> &command, int socket, pid_t *process)
     }
     const std::unique_ptr<posix_spawnattr_t, AttributesDeleter> attributesOwner(&attributes);
     setAttributes(&attributes);
-    ::posix_spawn_file_actions_adddup2(&actions, socket, RuntimeProcess::channelDescriptor);
-    ::posix_spawn_file_actions_addclosefrom_np(&actions, RuntimeProcess::channelDescriptor + 1);
+    ::posix_spawn_file_actions_adddup2(&actions, socket, ChannelProcess::channelDescriptor);
+    ::posix_spawn_file_actions_addclosefrom_np(&actions, ChannelProcess::channelDescriptor + 1);
 
     std::vector<char *> arguments;
     arguments.reserve(command.size() + 1);
@@ -77,22 +77,22 @@ bool isGone(pid_t process)
 }
 } // namespace
 
-RuntimeProcess::~RuntimeProcess()
+ChannelProcess::~ChannelProcess()
 {
     end(usualPatience);
 }
 
-bool RuntimeProcess::start(const std::vector<std::string> &command)
+bool ChannelProcess::start(const std::vector<std::string> &command)
 {
     end(usualPatience);
     Channel::Pair pair = Channel::makePair();
     if (command.empty() || !pair.ours.isValid()) {
-        qWarning("AI runtime: no connection: %s", std::strerror(errno));
+        qWarning("AI process: no connection: %s", std::strerror(errno));
         return false;
     }
     const int error = spawn(command, pair.theirs.get(), &m_process);
     if (error != 0) {
-        qWarning("AI runtime: %s does not start: %s", command[0].c_str(), std::strerror(error));
+        qWarning("AI process: %s does not start: %s", command[0].c_str(), std::strerror(error));
         m_process = -1;
         return false;
     }
@@ -100,7 +100,7 @@ bool RuntimeProcess::start(const std::vector<std::string> &command)
     return true;
 }
 
-void RuntimeProcess::end(int patience)
+void ChannelProcess::end(int patience)
 {
     m_channel.close();
     if (m_process <= 0) {
