@@ -3,9 +3,11 @@
 #include "app/startup.h"
 #include "app/yestermarkbackend.h"
 
+#include "coreai/aisubsystem.h"
 #include "log/vesklog4qt.h"
 #include "singleapplication/qtsingleapplication.h"
 
+#include <QDebug>
 #include <QIcon>
 #include <QTimer>
 #include <QTranslator>
@@ -41,6 +43,10 @@ int main(int argc, char **argv)
     QTranslator translator;
     installTranslation(&translator);
     installSignalHandlers();
+    if (!is_ai_subsystem_inited()) {
+        qWarning() << "The on-device AI runtime is missing: nothing can be recorded without it";
+        return 1;
+    }
     registerMetaTypes();
 
     YestermarkBackend backend;
