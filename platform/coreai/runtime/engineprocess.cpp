@@ -1,0 +1,187 @@
+#include "coreai/runtime/engineprocess.h"
+
+#include "coreai/protocol/answers.h"
+
+#include <QtGlobal>
+
+namespace coreai
+{
+namespace
+{
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+constexpr int tries = 2; // of one call, each with a process of its own if the first dies
+
+// Engines that fail twice in a row are left alone for a while: a picture has hundreds of lines, and
+// each would start two processes.
+constexpr int mostFailures = 2;
+constexpr auto pauseAfterFailures = 10s;
+
+std::string bitmapBytes(const cv::Mat &bitmap)
+{
+    const cv::Mat whole = bitmap.isContinuous() ? bitmap : bitmap.clone();
+    return encodeBitmap(
+        {whole.cols,
+         whole.rows,
+         {reinterpret_cast<const char *>(whole.data), whole.total() * whole.elemSize()}});
+}
+} // namespace
+
+EngineProcess::EngineProcess(std::vector<std::string> command, std::chrono::milliseconds patience)
+    : m_command(std::move(command)), m_patience(patience)
+{
+}
+
+void EngineProcess::prepareReading(int threads)
+{
+    const bool known = m_process.isRunning() && m_process.channel().isOpen();
+    if (known && threads == m_threads) {
+        return;
+    }
+    m_threads = threads;
+    // A process that starts is told by startIfNeeded().
+    if (known) {
+        Message message;
+        message.type = MessageType::EngineSetThreads;
+        message.request = std::uint64_t(threads);
+        send(message);
+    } else {
+        startIfNeeded();
+    }
+}
+
+bool EngineProcess::startIfNeeded()
+{
+    if (m_process.isRunning() && m_process.channel().isOpen()) {
+        return true;
+    }
+    if (Clock::now() < m_pauseUntil || !m_process.start(m_command)) {
+        return false;
+    }
+    Message message;
+    message.type = MessageType::EngineSetThreads;
+    message.request = std::uint64_t(m_threads);
+    return send(message);
+}
+
+bool EngineProcess::send(const Message &message)
+{
+    const auto until = Clock::now() + m_patience;
+    while (Clock::now() < until) {
+        const Channel::Sending sending = m_process.channel().send(message);
+        if (sending != Channel::Sending::Later) {
+            return sending == Channel::Sending::Sent;
+        }
+        m_process.channel().waitWritable(50);
+    }
+    return false;
+}
+
+std::optional<Message> EngineProcess::tryCall(const Message &question, MessageType type)
+{
+    if (!startIfNeeded() || !send(question)) {
+        return std::nullopt;
+    }
+    const auto until = Clock::now() + m_patience;
+    for (;;) {
+        Message answer;
+        const Channel::Receiving receiving = m_process.channel().receive(answer);
+        if (receiving == Channel::Receiving::Ended) {
+            return std::nullopt;
+        }
+        if (receiving == Channel::Receiving::Received) {
+            if (answer.type == type && answer.request == question.request) {
+                return answer;
+            }
+            continue; // of a call that was given up
+        }
+        const auto left = until - Clock::now();
+        if (left <= 0ms) {
+            qWarning("AI runtime: the engines do not answer; started again");
+            return std::nullopt;
+        }
+        m_process.channel().waitReadable(
+            int(std::chrono::duration_cast<std::chrono::milliseconds>(left).count()) + 1);
+    }
+}
+
+std::optional<Message> EngineProcess::call(MessageType type, std::string_view bytes,
+                                           MessageType answerType)
+{
+    Message question;
+    question.type = type;
+    question.request = ++m_calls;
+    question.payload = Payload::of(bytes);
+    if (!question.payload.isValid()) {
+        return std::nullopt;
+    }
+    for (int attempt = 0; attempt < tries && Clock::now() >= m_pauseUntil; ++attempt) {
+        if (std::optional<Message> answer = tryCall(question, answerType)) {
+            m_failures = 0;
+            return answer;
+        }
+        m_process.end(0);
+        qWarning("AI runtime: the engines' process ended in a call");
+    }
+    if (++m_failures >= mostFailures) {
+        m_failures = 0;
+        m_pauseUntil = Clock::now() + pauseAfterFailures;
+    }
+    return std::nullopt;
+}
+
+std::optional<LineText> EngineProcess::readLine(const cv::Mat &line)
+{
+    const auto answer =
+        call(MessageType::EngineReadLine, bitmapBytes(line), MessageType::EngineLine);
+    LineText text;
+    if (!answer || !decodeLine(answer->payload.view().bytes(), text.text, text.confidence)) {
+        return std::nullopt;
+    }
+    return text;
+}
+
+EngineSet::Vectors EngineProcess::ofPassages(const std::vector<std::string> &texts)
+{
+    const auto answer =
+        call(MessageType::EngineOfPassages, encodeTexts(texts), MessageType::EngineVectors);
+    if (!answer) {
+        return {};
+    }
+    const Payload::View view = answer->payload.view();
+    Vectors vectors = decodeVectors(view.bytes()).value_or(Vectors());
+    return vectors.size() == texts.size() ? vectors : Vectors();
+}
+
+std::vector<float> EngineProcess::vectorFor(MessageType type, std::string_view bytes)
+{
+    const auto answer = call(type, bytes, MessageType::EngineVectors);
+    if (!answer) {
+        return {};
+    }
+    const Payload::View view = answer->payload.view();
+    Vectors vectors = decodeVectors(view.bytes()).value_or(Vectors());
+    return vectors.size() == 1 ? std::move(vectors.front()) : std::vector<float>();
+}
+
+std::vector<float> EngineProcess::ofQuery(const std::string &utf8)
+{
+    return vectorFor(MessageType::EngineOfQuery, utf8);
+}
+
+std::vector<float> EngineProcess::ofPictureText(const std::string &utf8)
+{
+    return vectorFor(MessageType::EngineOfPictureText, utf8);
+}
+
+std::vector<float> EngineProcess::ofPicture(const cv::Mat &picture)
+{
+    return vectorFor(MessageType::EngineOfPicture, bitmapBytes(picture));
+}
+
+void EngineProcess::unload()
+{
+    m_process.end(1000);
+}
+} // namespace coreai

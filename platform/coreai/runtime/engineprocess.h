@@ -1,0 +1,47 @@
+// The engines, in a child process: what their libraries leave behind when they are unloaded (60 to
+// 100 MB of OpenVINO) goes with it, and a crash in them costs one line at most.
+// Owner: the runtime. Thread: the worker's only.
+
+#pragma once
+
+#include "coreai/protocol/channelprocess.h"
+#include "coreai/runtime/engineset.h"
+
+#include <chrono>
+
+namespace coreai
+{
+class EngineProcess : public EngineSet
+{
+public:
+    // A call takes tenths of a second; after this the process is taken for stuck, and killed.
+    static constexpr std::chrono::milliseconds usualPatience{20000};
+
+    // `command` starts the process: an absolute path and arguments.
+    explicit EngineProcess(std::vector<std::string> command,
+                           std::chrono::milliseconds patience = usualPatience);
+
+    void prepareReading(int threads) override;
+    std::optional<LineText> readLine(const cv::Mat &line) override;
+    Vectors ofPassages(const std::vector<std::string> &texts) override;
+    std::vector<float> ofQuery(const std::string &utf8) override;
+    std::vector<float> ofPictureText(const std::string &utf8) override;
+    std::vector<float> ofPicture(const cv::Mat &picture) override;
+    void unload() override;
+
+private:
+    std::optional<Message> call(MessageType type, std::string_view bytes, MessageType answer);
+    std::optional<Message> tryCall(const Message &question, MessageType answer);
+    std::vector<float> vectorFor(MessageType type, std::string_view bytes);
+    bool startIfNeeded();
+    bool send(const Message &message);
+
+    std::vector<std::string> m_command;
+    std::chrono::milliseconds m_patience;
+    ChannelProcess m_process;
+    std::uint64_t m_calls = 0;
+    int m_threads = 1;
+    int m_failures = 0; // calls in a row that failed
+    std::chrono::steady_clock::time_point m_pauseUntil;
+};
+} // namespace coreai

@@ -1,0 +1,61 @@
+// The vector of a picture, from the vectors of its lines and, where such a model is installed, of
+// the picture itself. Somebody waits, so only what the time allows is read anew.
+// Owner and thread: the worker.
+
+#pragma once
+
+#include "coreai/reading/framereader.h"
+#include "coreai/runtime/engineset.h"
+
+#include <chrono>
+
+namespace coreai
+{
+// When the one who waits wants the answer, and when at the latest.
+class Deadline
+{
+public:
+    using Clock = std::chrono::steady_clock;
+
+    // 300 ms leave room for what was begun just before; the caller's own limit is a second.
+    static constexpr std::chrono::milliseconds usual{300};
+    static constexpr std::chrono::milliseconds latest{750};
+
+    explicit Deadline(Clock::time_point asked) : m_asked(asked) {}
+
+    // Whether work of so long ends in time. `nothingYet`: no line has a vector, which makes later
+    // better than at once.
+    bool allows(double milliseconds, bool nothingYet) const;
+
+private:
+    Clock::time_point m_asked;
+};
+
+class FrameMeaning
+{
+public:
+    FrameMeaning(EngineSet &engines, LineCache &cache) : m_engines(engines), m_cache(cache) {}
+
+    // `picture` is the vector of the picture itself, or empty. Reads and embeds what is new in
+    // `frame`, largest type first, until the deadline, and remembers it.
+    std::vector<float> of(FrameReader &frame, const std::vector<float> &picture,
+                          const Deadline &deadline);
+
+private:
+    struct Wanted {
+        std::size_t line = 0;
+        std::string text;
+    };
+    void knownVectors(FrameReader &frame);
+    bool nextGroup(FrameReader &frame, const Deadline &deadline);
+    bool readForGroup(FrameReader &frame, std::size_t line, const Deadline &deadline,
+                      std::vector<Wanted> &group);
+    void embedGroup(const FrameReader &frame, const std::vector<Wanted> &group);
+
+    EngineSet &m_engines;
+    LineCache &m_cache;
+    std::vector<std::vector<float>> m_vectors; // of the frame's lines, empty where unknown
+    std::vector<std::size_t> m_missing;        // lines without, the smallest type first
+    bool m_any = false;                        // a line has a vector
+};
+} // namespace coreai

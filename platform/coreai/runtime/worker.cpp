@@ -1,0 +1,291 @@
+#include "coreai/runtime/worker.h"
+
+#include "coreai/meaning/meaningspace.h"
+#include "coreai/protocol/answers.h"
+#include "coreai/reading/picturedecoder.h"
+
+#include <malloc.h>
+#include <pthread.h>
+
+namespace coreai
+{
+namespace
+{
+using namespace std::chrono_literals;
+
+constexpr auto dropInterval = 5min;             // between looks for lines not seen for an hour
+constexpr std::size_t vectorsAtOnce = 4;        // lines of a background step: 40 to 80 ms
+constexpr std::size_t mostVectorless = 4000;    // more than the cache would keep for long
+constexpr std::size_t mostTextBytes = 16 << 10; // the model looks at 2000 characters
+constexpr int manyLines = 24; // new ones of a small picture, for which a second thread pays
+constexpr int smallerDivisor = 4;
+
+std::vector<Corner> cornersOf(const cv::Rect &box)
+{
+    const int right = box.x + box.width;
+    const int bottom = box.y + box.height;
+    return {{box.x, box.y}, {right, box.y}, {right, bottom}, {box.x, bottom}};
+}
+
+std::string linesOf(const FrameReader &reader)
+{
+    std::vector<ReadLine> lines;
+    for (const FrameReader::Line &line : reader.lines()) {
+        if (line.text && !line.text->text.empty()) {
+            lines.push_back({line.text->text, cornersOf(line.box)});
+        }
+    }
+    return encodeLines(lines);
+}
+} // namespace
+
+Worker::Worker(std::unique_ptr<EngineSet> engines, Settings settings, Answer answer)
+    : m_engines(std::move(engines))
+    , m_settings(std::move(settings))
+    , m_answer(std::move(answer))
+    , m_cache(m_settings.cacheBytes)
+    , m_thread([this] { run(); })
+{
+}
+
+Worker::~Worker()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_stop = true;
+    }
+    m_posted.notify_all();
+    m_thread.join();
+}
+
+void Worker::post(Message message)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_inbox.push_back({std::move(message), Deadline::Clock::now()});
+    }
+    m_posted.notify_all();
+}
+
+void Worker::run()
+{
+    pthread_setname_np(pthread_self(), "ai worker");
+    for (;;) {
+        takeInbox();
+        {
+            const std::lock_guard lock(m_mutex);
+            if (m_stop) {
+                return;
+            }
+        }
+        if (step()) {
+            m_rested = false;
+        } else {
+            waitForInbox();
+        }
+    }
+}
+
+void Worker::waitForInbox()
+{
+    const auto patience = m_rested ? std::chrono::milliseconds(dropInterval) : m_settings.idleTime;
+    std::unique_lock lock(m_mutex);
+    const bool posted =
+        m_posted.wait_for(lock, patience, [this] { return m_stop || !m_inbox.empty(); });
+    lock.unlock();
+    if (!posted) {
+        rest();
+    }
+}
+
+void Worker::rest()
+{
+    m_cache.dropOld();
+    if (!m_rested) {
+        m_engines->unload();
+        m_recent.clear();
+        m_rested = true;
+    }
+    ::malloc_trim(0);
+}
+
+void Worker::takeInbox()
+{
+    std::vector<Question> inbox;
+    {
+        const std::lock_guard lock(m_mutex);
+        inbox.swap(m_inbox);
+    }
+    for (Question &question : inbox) {
+        const Message &message = question.message;
+        if (message.type == MessageType::EmbedText) {
+            m_texts.push_back(std::move(question));
+        } else if (message.type == MessageType::EmbedPicture) {
+            m_pictures.push_back(std::move(question));
+        } else if (message.type == MessageType::CloseSession) {
+            m_reading.removeSession(message.session);
+        } else if (message.type == MessageType::ReadPicture) {
+            const cv::Size size = pictureSize(message.payload.view().bytes());
+            m_reading.add(std::make_shared<ReadingJob>(
+                ReadingJob{message.session, message.request, message.payload, size,
+                           std::make_shared<FrameReader>(m_cache), false}));
+        }
+    }
+}
+
+// False where there is nothing to do.
+bool Worker::step()
+{
+    return embedText() || embedPicture() || readOn() || embedLines();
+}
+
+void Worker::tell(MessageType type, std::uint32_t session, std::uint64_t request,
+                  std::string_view bytes)
+{
+    m_answer({type, session, request, Payload::of(bytes)});
+}
+
+bool Worker::embedText()
+{
+    if (m_texts.empty()) {
+        return false;
+    }
+    const Message message = std::move(m_texts.front().message);
+    m_texts.pop_front();
+    tell(MessageType::Begun, message.session, message.request, {});
+    const Payload::View view = message.payload.view();
+    const std::string text(view.bytes().substr(0, mostTextBytes));
+    const std::vector<float> words = m_engines->ofQuery(text);
+    const std::vector<float> picture =
+        m_settings.pictureModel ? m_engines->ofPictureText(text) : std::vector<float>();
+    tell(MessageType::Vector, message.session, message.request,
+         encodeFloats(MeaningSpace::forQuery(words, picture)));
+    return true;
+}
+
+bool Worker::embedPicture()
+{
+    if (m_pictures.empty()) {
+        return false;
+    }
+    const Question question = std::move(m_pictures.front());
+    m_pictures.pop_front();
+    const Message &message = question.message;
+    tell(MessageType::Begun, message.session, message.request, {});
+    tell(MessageType::Vector, message.session, message.request, encodeFloats(vectorOf(question)));
+    return true;
+}
+
+std::vector<float> Worker::vectorOf(const Question &question)
+{
+    if (m_rested) {
+        m_engines->prepareReading(1); // loads while the picture is decoded
+    }
+    const Payload::View view = question.message.payload.view();
+    const cv::Size size = pictureSize(view.bytes());
+    const cv::Mat smaller = decodeSmaller(view.bytes(), smallerDivisor);
+    if (smaller.empty()) {
+        return {};
+    }
+    // The frame is handed over for reading just before its embedding is asked for, so it usually
+    // still waits.
+    const ReadingJobPtr waiting = m_reading.newestOf(size);
+    if (waiting && !waiting->reader->isCut()) {
+        begin(*waiting);
+        cut(*waiting);
+        m_reading.limitBitmaps();
+    }
+    std::shared_ptr<FrameReader> frame = m_recent.find(size, RecentFrames::thumbnailOf(smaller));
+    if (!frame) {
+        frame = std::make_shared<FrameReader>(m_cache);
+        frame->cut(decodePicture(view.bytes()));
+    }
+    const std::vector<float> picture =
+        m_settings.pictureModel ? m_engines->ofPicture(smaller) : std::vector<float>();
+    return FrameMeaning(*m_engines, m_cache).of(*frame, picture, Deadline(question.asked));
+}
+
+bool Worker::readOn()
+{
+    const ReadingJobPtr job = m_reading.next();
+    if (!job) {
+        return false;
+    }
+    if (!job->reader->isCut()) {
+        begin(*job);
+        cut(*job);
+    } else if (!job->reader->isComplete()) {
+        job->reader->readNext([this](const cv::Mat &line) { return m_engines->readLine(line); });
+    }
+    if (job->reader->isComplete()) {
+        finish(job);
+    }
+    return true;
+}
+
+void Worker::begin(ReadingJob &job)
+{
+    if (!job.begun) {
+        job.begun = true;
+        tell(MessageType::Begun, job.session, job.request, {});
+    }
+}
+
+void Worker::cut(ReadingJob &job)
+{
+    const Payload::View view = job.picture.view();
+    const cv::Mat picture = decodePicture(view.bytes());
+    job.reader->cut(picture);
+    m_recent.add(job.size, RecentFrames::thumbnailOf(picture), job.reader);
+    if (!job.reader->isComplete()) {
+        m_engines->prepareReading(threadsFor(job));
+    }
+}
+
+// A second thread only where somebody waits, which is where a small picture overtakes, and the
+// gain outweighs that the recogniser is made ready anew.
+int Worker::threadsFor(const ReadingJob &job) const
+{
+    const bool overtakes = m_reading.sessionCount() > 1;
+    const bool pays = job.reader->unreadCount() >= manyLines;
+    return overtakes && pays && !m_settings.power.onBattery() ? 2 : 1;
+}
+
+void Worker::finish(const ReadingJobPtr &job)
+{
+    tell(MessageType::Lines, job->session, job->request, linesOf(*job->reader));
+    for (const FrameReader::Line &line : job->reader->lines()) {
+        if (line.text && !line.text->text.empty() && !m_cache.findVector(line.key)) {
+            m_vectorless.push_back({line.key, line.text->text});
+        }
+    }
+    while (m_vectorless.size() > mostVectorless) {
+        m_vectorless.pop_front();
+    }
+    m_reading.remove(*job);
+}
+
+// What was read last is asked for first.
+bool Worker::embedLines()
+{
+    std::vector<Vectorless> lines;
+    while (lines.size() < vectorsAtOnce && !m_vectorless.empty()) {
+        if (!m_cache.findVector(m_vectorless.back().key)) {
+            lines.push_back(std::move(m_vectorless.back()));
+        }
+        m_vectorless.pop_back();
+    }
+    if (lines.empty()) {
+        return false;
+    }
+    std::vector<std::string> texts;
+    for (const Vectorless &line : lines) {
+        texts.push_back(line.text);
+    }
+    const EngineSet::Vectors vectors = m_engines->ofPassages(texts);
+    for (std::size_t index = 0; index < vectors.size() && index < lines.size(); ++index) {
+        m_cache.storeVector(lines[index].key, vectors[index]);
+    }
+    return true;
+}
+} // namespace coreai

@@ -1,0 +1,90 @@
+// The runtime's one thread that computes. It works in steps of a line, and after each step does
+// what is most urgent: embeddings of queries, of pictures, reading (shortest queue first), vectors
+// of new lines. Answers of a session come in the order of its requests of one kind.
+// Owner: RuntimeService. Thread: post() and the constructor on the owner's, the rest on its own.
+
+#pragma once
+
+#include "coreai/runtime/engineset.h"
+#include "coreai/runtime/framemeaning.h"
+#include "coreai/runtime/powerstate.h"
+#include "coreai/runtime/readingqueue.h"
+#include "coreai/runtime/recentframes.h"
+
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+namespace coreai
+{
+class Worker
+{
+public:
+    struct Settings {
+        std::chrono::milliseconds idleTime{60000}; // until the engines' memory is given back
+        PowerState power;
+        bool pictureModel = false; // engines give picture vectors
+        std::size_t cacheBytes = LineCache::usualBytes;
+    };
+
+    // Takes the worker's answers; called on its thread.
+    using Answer = std::function<void(Message)>;
+
+    Worker(std::unique_ptr<EngineSet> engines, Settings settings, Answer answer);
+    // Waits for the step that is under way.
+    ~Worker();
+    Worker(const Worker &) = delete;
+    Worker &operator=(const Worker &) = delete;
+
+    // A request, or the end of a session.
+    void post(Message message);
+
+private:
+    struct Question {
+        Message message;
+        Deadline::Clock::time_point asked;
+    };
+    struct Vectorless {
+        LineKey key;
+        std::string text;
+    };
+
+    void run();
+    void takeInbox();
+    void waitForInbox();
+    bool step();
+    bool embedText();
+    bool embedPicture();
+    bool readOn();
+    bool embedLines();
+
+    void begin(ReadingJob &job);
+    void cut(ReadingJob &job);
+    void finish(const ReadingJobPtr &job);
+    std::vector<float> vectorOf(const Question &question);
+    int threadsFor(const ReadingJob &job) const;
+    void tell(MessageType type, std::uint32_t session, std::uint64_t request,
+              std::string_view bytes);
+    void rest();
+
+    const std::unique_ptr<EngineSet> m_engines;
+    const Settings m_settings;
+    const Answer m_answer;
+
+    // The worker's thread only.
+    LineCache m_cache;
+    ReadingQueue m_reading;
+    RecentFrames m_recent;
+    std::deque<Question> m_texts;
+    std::deque<Question> m_pictures;
+    std::deque<Vectorless> m_vectorless;
+    bool m_rested = true;
+
+    std::mutex m_mutex; // of what follows
+    std::condition_variable m_posted;
+    std::vector<Question> m_inbox;
+    bool m_stop = false;
+
+    std::thread m_thread; // last: sees every member
+};
+} // namespace coreai
