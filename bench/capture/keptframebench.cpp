@@ -1,6 +1,7 @@
 // How long one kept frame holds up the main thread: picture through the pipe, similarity gate,
-// application in front, safety copy, row. Every frame shows another page, so every frame is kept.
-// The floor is the similarity gate alone, whose algorithm is fixed.
+// application in front, safety copy, row, hand-over to the AI runtime. That one answers at once
+// here: what its embedding takes comes on top. Every frame shows another page, so every frame is
+// kept. The floor is the similarity gate alone, whose algorithm is fixed.
 
 #include "ai/imageutils.h"
 #include "capture/capturefixture.h"
