@@ -37,10 +37,19 @@ bool DatabaseManager::updateScreenshotOCRText(ScreenShotData data)
     return m_ocrDatabase.updateScreenshotOCRText(std::move(data));
 }
 
+bool DatabaseManager::saveScreenShotEmbedding(QVector<float> embedding, ScreenShotData data)
+{
+    return m_embeddingDatabase.saveScreenShotEmbedding(std::move(embedding), std::move(data));
+}
+
 bool DatabaseManager::deleteDatabase(long start, long end)
 {
     if (!m_ocrDatabase.deleteOcrDatabase(start, end)) {
         qWarning() << "Delete ocr database failed";
+        return false;
+    }
+    if (!m_embeddingDatabase.deleteVectorDatabase(start, end)) {
+        qWarning() << "Delete vector database failed";
         return false;
     }
     return true;

@@ -3,10 +3,12 @@
 // one. Owner: the process, from first use to exit. Thread: as OcrScreenshotDatabase; it has no lock
 // of its own.
 
+#include "database/embeddingscreenshotdatabase.h"
 #include "database/ocrscreenshotdatabase.h"
 #include "database/screenshotdata.h"
 
 #include <QList>
+#include <QVector>
 
 class DatabaseManager
 {
@@ -20,8 +22,13 @@ public:
     /// Fills in the recognised text of a saved frame. False on failure, which the log tells.
     bool updateScreenshotOCRText(ScreenShotData data);
 
+    /// Stores the vector of a frame whose row was saved before. False on failure, which the log
+    /// tells, and until the vector store is connected.
+    bool saveScreenShotEmbedding(QVector<float> embedding, ScreenShotData data);
+
     /// Deletes what lies in a span of time, in seconds since the epoch; a @p start of 0 stands for
-    /// everything.
+    /// everything. The rows of @p start itself stay, its vectors go. Rows that could not be deleted
+    /// keep their vectors.
     bool deleteDatabase(long start, long end);
 
     /// Deletes from the present backwards. False, with nothing deleted, for a number that is no
@@ -44,5 +51,7 @@ public:
 private:
     DatabaseManager() = default;
 
+    // In the order of construction; destroyed the other way round.
     OcrScreenshotDatabase m_ocrDatabase;
+    EmbeddingScreenshotDatabase m_embeddingDatabase;
 };

@@ -5,6 +5,8 @@
 #include "support/fakeclock.h"
 #include "support/logcapture.h"
 #include "teststore.h"
+#include "vectordb/databaseloader.h"
+#include "vectordb/fake/fakedatabase.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -27,11 +29,18 @@ class DatabaseManagerTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    // The singleton settles its directory at first use: one home for the whole program.
+    // The singleton settles its directory and its stores at first use: one home and one vector
+    // store for the whole program.
+    void initTestCase()
+    {
+        VectorDB::DatabaseLoader::force([this] { return m_vectors; });
+        m_manager = DatabaseManager::getInstance();
+        QTRY_VERIFY(m_manager->saveScreenShotEmbedding({1.0F}, {}));
+    }
     void init()
     {
+        m_vectors->succeed("Delete");
         FakeClock::set(QDateTime(QDate(2024, 2, 1), QTime(12, 0)));
-        m_manager = DatabaseManager::getInstance();
         m_manager->deleteUserData(AllTime);
         FakeClock::set(QDateTime(QDate(2024, 3, 31), QTime(12, 0)));
     }
@@ -45,6 +54,10 @@ private Q_SLOTS:
     void aNumberThatIsNoRangeDeletesNothing_data();
     void aNumberThatIsNoRangeDeletesNothing();
     void aFailedDeletionWarns();
+    void vectorsOfASpanGoAfterItsRows();
+    void whenRowsCannotBeDeletedTheirVectorsStay();
+    void aFailedDeletionOfVectorsWarns();
+    void anEmbeddingIsForwarded();
     void aDayIsDeletedFromItsFirstToItsLastSecond();
     void whatIsNoDayIsRefused_data();
     void whatIsNoDayIsRefused();
@@ -57,6 +70,7 @@ private:
     }
 
     TestStore::Home m_home;
+    std::shared_ptr<VectorDB::FakeDatabase> m_vectors = std::make_shared<VectorDB::FakeDatabase>();
     DatabaseManager *m_manager = nullptr;
 };
 
@@ -141,6 +155,45 @@ void DatabaseManagerTest::aFailedDeletionWarns()
     LogCapture log;
     QVERIFY(!m_manager->deleteDatabase(at("2024-01-05 00:00:00"), at("2024-01-06 00:00:00")));
     QCOMPARE(log.texts(QtWarningMsg), QStringList{QStringLiteral("Delete ocr database failed")});
+}
+
+void DatabaseManagerTest::vectorsOfASpanGoAfterItsRows()
+{
+    QVERIFY(m_manager->saveScreenShotData(frame("2024-03-31 11:00:00")));
+    QVERIFY(m_manager->deleteDatabase(at("2024-03-31 10:00:00"), at("2024-03-31 11:00:00")));
+    QCOMPARE(times("2024-03"), QStringList());
+    QCOMPARE(QString::fromStdString(m_vectors->lastFilter()),
+             QStringLiteral("%1 <= realTime && realTime <= %2")
+                 .arg(at("2024-03-31 10:00:00"))
+                 .arg(at("2024-03-31 11:00:00")));
+}
+
+void DatabaseManagerTest::whenRowsCannotBeDeletedTheirVectorsStay()
+{
+    m_home.writeFile(QStringLiteral("2024-01.db"), QByteArray(8192, 'x'));
+    const int before = m_vectors->count("Delete");
+    QVERIFY(!m_manager->deleteDatabase(at("2024-01-05 00:00:00"), at("2024-01-06 00:00:00")));
+    QCOMPARE(m_vectors->count("Delete"), before);
+}
+
+void DatabaseManagerTest::aFailedDeletionOfVectorsWarns()
+{
+    m_vectors->fail("Delete", {VectorDB::StatusCode::IO_ERROR, "refused by the test"});
+    QVERIFY(m_manager->saveScreenShotData(frame("2024-03-31 11:00:00")));
+    LogCapture log;
+    QVERIFY(!m_manager->deleteDatabase(at("2024-03-31 10:00:00"), at("2024-03-31 12:00:00")));
+    QCOMPARE(log.texts(QtWarningMsg), QStringList{QStringLiteral("Delete vector database failed")});
+    QCOMPARE(times("2024-03"), QStringList());
+}
+
+void DatabaseManagerTest::anEmbeddingIsForwarded()
+{
+    const int before = m_vectors->count("Insert");
+    QVERIFY(m_manager->saveScreenShotEmbedding({1.0F, 2.0F}, frame("2024-03-31 11:00:00", 9)));
+    QCOMPARE(m_vectors->count("Insert"), before + 1);
+    const auto columns = m_vectors->lastColumns();
+    QCOMPARE(static_cast<const VectorDB::Int32FieldData &>(*columns[3]).Data().front(), 9);
+    QVERIFY(!m_manager->saveScreenShotEmbedding({}, frame("2024-03-31 11:00:00")));
 }
 
 void DatabaseManagerTest::aDayIsDeletedFromItsFirstToItsLastSecond()
