@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include <stdbool.h>
+#include <stdbool.h> // NOLINT(modernize-deprecated-headers): an interface in C
 
 #ifdef __cplusplus
 extern "C" {

@@ -6,6 +6,9 @@
 
 #pragma once
 
+// NOLINTBEGIN(bugprone-reserved-identifier,modernize-deprecated-headers): an interface in C, whose
+// names are given.
+
 #include <stdbool.h>
 #include <stdint.h>
 
@@ -43,3 +46,5 @@ void image_embedding_destroy_session(ImageEmbeddingSession **session);
 #ifdef __cplusplus
 }
 #endif
+
+// NOLINTEND(bugprone-reserved-identifier,modernize-deprecated-headers)

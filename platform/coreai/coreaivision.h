@@ -10,6 +10,9 @@
 
 #pragma once
 
+// NOLINTBEGIN(bugprone-reserved-identifier,modernize-deprecated-headers): an interface in C, whose
+// names are given.
+
 #include <stdbool.h>
 #include <stdint.h>
 
@@ -72,3 +75,5 @@ void text_recognition_destroy_session(TextRecognitionSession **session);
 #ifdef __cplusplus
 }
 #endif
+
+// NOLINTEND(bugprone-reserved-identifier,modernize-deprecated-headers)
