@@ -3,7 +3,6 @@
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 
 namespace coreai
@@ -74,39 +73,33 @@ bool hasInk(const cv::Mat &line)
     return *std::max_element(contrasts.begin(), contrasts.end()) >= leastContrast;
 }
 
-std::vector<unsigned char> inkColumns(const cv::Mat &line)
+cv::Scalar borderColour(const cv::Mat &line)
 {
-    const std::vector<int> contrasts = columnContrasts(line);
-    std::vector<unsigned char> ink(contrasts.size());
-    std::transform(contrasts.begin(), contrasts.end(), ink.begin(),
-                   [](int contrast) { return contrast >= leastContrast ? 1 : 0; });
-    return ink;
+    cv::Scalar colour;
+    std::vector<uchar> border;
+    for (int channel = 0; channel < 4; ++channel) {
+        border.clear();
+        for (int x = 0; x < line.cols; ++x) {
+            border.push_back(line.at<cv::Vec4b>(0, x)[channel]);
+            border.push_back(line.at<cv::Vec4b>(line.rows - 1, x)[channel]);
+        }
+        for (int y = 0; y < line.rows; ++y) {
+            border.push_back(line.at<cv::Vec4b>(y, 0)[channel]);
+            border.push_back(line.at<cv::Vec4b>(y, line.cols - 1)[channel]);
+        }
+        const auto middle = border.begin() + long(border.size() / 2);
+        std::nth_element(border.begin(), middle, border.end());
+        colour[channel] = *middle;
+    }
+    return colour;
 }
 
-unsigned char borderGrey(const cv::Mat &grey)
+cv::Mat framed(const cv::Mat &line, int margin)
 {
-    std::array<int, 256> counts{};
-    int total = 0;
-    const auto count = [&](int y, int x) {
-        ++counts[grey.at<uchar>(y, x)];
-        ++total;
-    };
-    for (int x = 0; x < grey.cols; ++x) {
-        count(0, x);
-        count(grey.rows - 1, x);
-    }
-    for (int y = 0; y < grey.rows; ++y) {
-        count(y, 0);
-        count(y, grey.cols - 1);
-    }
-    int below = 0;
-    for (int level = 0; level < 256; ++level) {
-        below += counts[level];
-        if (below * 2 >= total) {
-            return static_cast<unsigned char>(level);
-        }
-    }
-    return 255;
+    cv::Mat frame;
+    cv::copyMakeBorder(line, frame, margin, margin, margin, margin,
+                       cv::BORDER_CONSTANT | cv::BORDER_ISOLATED, borderColour(line));
+    return frame;
 }
 
 std::vector<LinePart> lineParts(const cv::Mat &line, int widest)

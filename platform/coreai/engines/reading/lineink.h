@@ -13,11 +13,13 @@ namespace coreai
 // without contrast.
 bool hasInk(const cv::Mat &line);
 
-// One byte a column, 1 where the column differs within itself or from the one before it.
-std::vector<unsigned char> inkColumns(const cv::Mat &line);
+// The background's colour: the median of the border, channel by channel.
+cv::Scalar borderColour(const cv::Mat &line);
 
-// Grey of the background, of a CV_8UC1 picture: the median of its border.
-unsigned char borderGrey(const cv::Mat &grey);
+// `line` with this many pixels of its background on every side, whatever lies around it in a larger
+// picture. A border that repeats the outermost pixels would smear letters that touch it: words
+// found 95.0 % instead of 93.5.
+cv::Mat framed(const cv::Mat &line, int margin);
 
 // A stretch of a line's columns that is read at once.
 struct LinePart {

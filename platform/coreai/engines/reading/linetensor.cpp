@@ -1,5 +1,7 @@
 #include "coreai/engines/reading/linetensor.h"
 
+#include "coreai/engines/reading/lineink.h"
+
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
@@ -44,16 +46,15 @@ int widestPart(int rows)
 void fillTensor(const cv::Mat &part, int width, float *to)
 {
     const int margin = marginOf(part.rows);
-    cv::Mat framed;
-    cv::copyMakeBorder(part, framed, margin, margin, margin, margin, cv::BORDER_REPLICATE);
     const int filled = std::min(width, scaledWidth(part.size()));
-    const int method = framed.rows > tensorRows ? cv::INTER_AREA : cv::INTER_CUBIC;
-    cv::resize(framed, framed, {filled, tensorRows}, 0, 0, method);
+    const int method = part.rows + 2 * margin > tensorRows ? cv::INTER_AREA : cv::INTER_CUBIC;
+    cv::Mat scaled;
+    cv::resize(framed(part, margin), scaled, {filled, tensorRows}, 0, 0, method);
     const size_t plane = size_t(tensorRows) * width;
     // Grey, 0 of the network's range, behind the text.
     std::fill(to, to + 3 * plane, 0.0F);
     for (int y = 0; y < tensorRows; ++y) {
-        const cv::Vec4b *row = framed.ptr<cv::Vec4b>(y);
+        const cv::Vec4b *row = scaled.ptr<cv::Vec4b>(y);
         float *at = to + size_t(y) * width;
         for (int x = 0; x < filled; ++x) {
             for (int colour = 0; colour < 3; ++colour) {
