@@ -10,6 +10,7 @@ namespace
 struct Neighbourhood {
     int highestBottom = INT_MAX; // of the neighbours; one row below it
     int lowestTop = INT_MIN;
+    bool ofItsHeight = false; // one of them is nearly as high: the line is, too
 };
 
 // A comma below and a quotation mark above a word are no two lines.
@@ -22,6 +23,7 @@ void look(Neighbourhood &hood, const cv::Rect &part, const cv::Rect &neighbour)
 {
     if (!isLetterBeside(neighbour, part))
         return;
+    hood.ofItsHeight |= 4 * neighbour.height >= 3 * part.height;
     hood.highestBottom = std::min(hood.highestBottom, neighbour.y + neighbour.height);
     hood.lowestTop = std::max(hood.lowestTop, neighbour.y);
 }
@@ -29,7 +31,7 @@ void look(Neighbourhood &hood, const cv::Rect &part, const cv::Rect &neighbour)
 // The row from which on `part` belongs to its lower line, or -1.
 int cutOf(const Neighbourhood &hood, const cv::Rect &part)
 {
-    if (hood.highestBottom > hood.lowestTop)
+    if (hood.ofItsHeight || hood.highestBottom > hood.lowestTop)
         return -1;
     const int row = (hood.highestBottom + hood.lowestTop) / 2;
     return row > part.y && row < part.y + part.height ? row : -1;

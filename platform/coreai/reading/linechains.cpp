@@ -52,7 +52,7 @@ bool chained(const cv::Rect &a, const cv::Rect &b)
     const int gap = gapBetween(a, b);
     if (high <= 2 * low + 2)
         return 2 * overlap >= low && 9 * high <= 20 * overlap + 20 && gap <= widestGap(high);
-    return overlap == low && gap * 10 <= high * 6 + 20;
+    return 4 * overlap >= 3 * low && gap <= widestGap(high);
 }
 
 class Chainer

@@ -29,7 +29,8 @@ CutLine lineAt(const cv::Mat &picture, const cv::Rect &box)
 
 std::vector<CutLine> cutLines(const cv::Mat &picture)
 {
-    if (picture.empty() || picture.type() != CV_8UC4)
+    if (picture.empty() || picture.dims != 2 || picture.type() != CV_8UC4 ||
+        picture.total() > largestCutPicture)
         return {};
     const cv::Mat edges = edgeMap(picture);
     InkParts parts = inkParts(edges);
