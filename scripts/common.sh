@@ -14,6 +14,14 @@ fail() {
     exit 1
 }
 
+as_root() {
+    if [ "$(id -u)" -eq 0 ]; then
+        "$@"
+    else
+        sudo "$@"
+    fi
+}
+
 # quietly WHAT COMMAND...: says WHAT, keeps the command's output to itself unless it fails.
 quietly() {
     local what=$1 output
