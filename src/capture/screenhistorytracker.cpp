@@ -11,6 +11,7 @@
 #include <QGuiApplication>
 #include <QPixmap>
 #include <QScreen>
+#include <QTime>
 
 namespace
 {
@@ -188,6 +189,7 @@ void ScreenHistoryTracker::requestMeaning(const QImage &image, ScreenShotData &r
     const int elapsed = before.msecsTo(QTime::currentTime());
     qDebug() << "Frame:" << record.frameIndexOfVideo << "Embedding image elapsed:" << elapsed
              << "ms";
+    m_databaseManager->saveScreenShotEmbedding(embedding, record);
 }
 
 void ScreenHistoryTracker::setRecordingMemory(bool isRecordingMemory)

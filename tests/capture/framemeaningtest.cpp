@@ -7,6 +7,8 @@
 #include "desktopbridge/fake/fakedesktop.h"
 #include "support/logcapture.h"
 #include "support/pictures.h"
+#include "vectordb/databaseloader.h"
+#include "vectordb/fake/fakedatabase.h"
 
 #include <QRegularExpression>
 #include <QTest>
@@ -36,6 +38,12 @@ QString textOf(int number)
     return QStringLiteral("picture; %1; ").arg(number);
 }
 
+QVector<float> vectorOfNumber(const QByteArray &base64)
+{
+    const int number = Pictures::numberOf(QImage::fromData(QByteArray::fromBase64(base64)));
+    return QVector<float>(1024, static_cast<float>(number));
+}
+
 QStringList storedTexts()
 {
     QStringList texts;
@@ -61,12 +69,17 @@ private Q_SLOTS:
     void aSlowReaderDoesNotHoldUpTheRecorder();
     void copyRowAndRequestComeBeforeTheEmbedding();
     void theEmbeddingsTimeStandsOnTheLog();
+    void theVectorIsStoredUnderTheNameOfItsFrame();
     void aFailedEmbeddingChangesNothingElse();
+    void aVectorThatCannotBeStoredChangesNothingElse();
     void noTextReachesATrackerThatIsGone();
 
 private:
+    /// That everything but its vector became of pictures 1 and 2.
+    void verifyTheRestOfTwoFrames();
     void keep(int picture) { m_tracker->screenshotReady(Pictures::numbered(picture)); }
 
+    std::shared_ptr<VectorDB::FakeDatabase> m_vectors;
     std::unique_ptr<FakeDesktop> m_desktop;
     std::unique_ptr<Application> m_application;
     std::unique_ptr<ScreenHistoryTracker> m_tracker;
@@ -74,6 +87,8 @@ private:
 
 void TestFrameMeaning::initTestCase()
 {
+    m_vectors = std::make_shared<VectorDB::FakeDatabase>();
+    VectorDB::DatabaseLoader::force([this] { return m_vectors; });
     m_application = std::make_unique<Application>(Application::FileManager);
     // The AI runtime comes up once for the process: a frame before that would have no text.
     m_desktop = std::make_unique<FakeDesktop>();
@@ -81,6 +96,7 @@ void TestFrameMeaning::initTestCase()
     QTRY_VERIFY(
         CoreAiDouble::calls().contains(QStringLiteral("text_recognition_result_set_callback")));
     QTRY_VERIFY(CoreAiDouble::calls().contains(QStringLiteral("image_embedding_init_session")));
+    QTRY_COMPARE(m_vectors->count("CreateCollection"), 1);
     m_tracker.reset();
     m_desktop.reset();
 }
@@ -97,6 +113,7 @@ void TestFrameMeaning::init()
 
 void TestFrameMeaning::cleanup()
 {
+    m_vectors->succeed("Insert");
     CoreAiDouble::releaseAnswers();
     m_tracker.reset();
     m_desktop.reset();
@@ -183,18 +200,71 @@ void TestFrameMeaning::theEmbeddingsTimeStandsOnTheLog()
     QVERIFY2(times.first() >= 29, qPrintable(QString::number(times.first())));
 }
 
+void TestFrameMeaning::theVectorIsStoredUnderTheNameOfItsFrame()
+{
+    CoreAiDouble::setEmbedder(&vectorOfNumber);
+    for (const int picture : {6, 7}) {
+        const int before = m_vectors->count("Insert");
+        keep(picture);
+        QCOMPARE(m_vectors->count("Insert"), before + 1);
+        const ScreenShotData row = storedRows().last();
+        int found = 0;
+        for (const VectorDB::FieldPtr &column : m_vectors->lastColumns()) {
+            if (column->Name() == "videoName") {
+                const auto &names = static_cast<VectorDB::VarCharFieldData &>(*column).Data();
+                QCOMPARE(QString::fromStdString(names.front()), row.videoName);
+                ++found;
+            } else if (column->Name() == "frameIndexOfVideo") {
+                const auto &indexes = static_cast<VectorDB::Int32FieldData &>(*column).Data();
+                QCOMPARE(static_cast<quint32>(indexes.front()), row.frameIndexOfVideo);
+                ++found;
+            } else if (column->Name() == "realTime") {
+                const auto &times = static_cast<VectorDB::Int64FieldData &>(*column).Data();
+                QCOMPARE(qint64(times.front()), row.realTime);
+                ++found;
+            } else if (column->Name() == "vector") {
+                const auto &vectors = static_cast<VectorDB::FloatVectorFieldData &>(*column).Data();
+                QCOMPARE(vectors.front(), std::vector<float>(1024, static_cast<float>(picture)));
+                ++found;
+            }
+        }
+        QCOMPARE(found, 4);
+    }
+}
+
+void TestFrameMeaning::verifyTheRestOfTwoFrames()
+{
+    QCOMPARE(
+        CaptureFixture::filesIn(CaptureFixture::todayDirectory(), QStringLiteral("*.png")).size(),
+        2);
+    QTRY_COMPARE(storedTexts(), QStringList({textOf(1), textOf(2)}));
+    m_tracker.reset();
+    QCOMPARE(
+        CaptureFixture::filesIn(CaptureFixture::todayDirectory(), QStringLiteral("*.mp4")).size(),
+        1);
+}
+
 void TestFrameMeaning::aFailedEmbeddingChangesNothingElse()
 {
     CoreAiDouble::failEmbeddings();
+    const int before = m_vectors->count("Insert");
     const LogCapture log;
     keep(1);
     keep(2);
     QCOMPARE(log.count(QtDebugMsg, QStringLiteral("embeddingImageResult is nullptr")), 2);
     QCOMPARE(log.count(QtDebugMsg, QStringLiteral("Embedding image elapsed:")), 2);
-    QCOMPARE(
-        CaptureFixture::filesIn(CaptureFixture::todayDirectory(), QStringLiteral("*.png")).size(),
-        2);
-    QTRY_COMPARE(storedTexts(), QStringList({textOf(1), textOf(2)}));
+    QCOMPARE(m_vectors->count("Insert"), before); // an empty vector is not stored
+    verifyTheRestOfTwoFrames();
+}
+
+void TestFrameMeaning::aVectorThatCannotBeStoredChangesNothingElse()
+{
+    m_vectors->fail("Insert", VectorDB::Status(VectorDB::StatusCode::STORE_FULL, "full"));
+    const LogCapture log;
+    keep(1);
+    keep(2);
+    QCOMPARE(log.count(QtDebugMsg, QStringLiteral("Failed to insert:")), 2);
+    verifyTheRestOfTwoFrames();
 }
 
 void TestFrameMeaning::noTextReachesATrackerThatIsGone()
