@@ -115,11 +115,21 @@ public:
         chain(attached);
     }
 
-    std::vector<cv::Rect> result() const
+    std::vector<cv::Rect> result()
     {
+        const int count = static_cast<int>(m_parts.size());
+        std::vector<int> widths(m_parts.size(), 0);
+        std::vector<int> highWidths(m_parts.size(), 0);
+        for (int i = 0; i < count; ++i) {
+            const int root = rootOf(i);
+            widths[root] += m_parts[i].width;
+            if (3 * m_parts[i].height >= m_boxes[root].height)
+                highWidths[root] += m_parts[i].width;
+        }
         std::vector<cv::Rect> lines;
-        for (int i = 0; i < static_cast<int>(m_parts.size()); ++i) {
-            if (m_parents[i] == i && canBeText(m_parts[i]))
+        for (int i = 0; i < count; ++i) {
+            // Scraps of a picture climb beside each other to a height that none of them has.
+            if (m_parents[i] == i && canBeText(m_parts[i]) && 4 * highWidths[i] >= widths[i])
                 lines.push_back(m_boxes[i]);
         }
         return lines;
