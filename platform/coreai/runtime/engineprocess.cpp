@@ -35,19 +35,9 @@ EngineProcess::EngineProcess(std::vector<std::string> command, std::chrono::mill
 
 void EngineProcess::prepareReading(int threads)
 {
-    const bool known = m_process.isRunning() && m_process.channel().isOpen();
-    if (known && threads == m_threads) {
-        return;
-    }
     m_threads = threads;
-    // A process that starts is told by startIfNeeded().
-    if (known) {
-        Message message;
-        message.type = MessageType::EngineSetThreads;
-        message.request = std::uint64_t(threads);
-        send(message);
-    } else {
-        startIfNeeded();
+    if (startIfNeeded()) {
+        tellThreads();
     }
 }
 
@@ -56,9 +46,17 @@ bool EngineProcess::startIfNeeded()
     if (m_process.isRunning() && m_process.channel().isOpen()) {
         return true;
     }
-    if (Clock::now() < m_pauseUntil || !m_process.start(m_command)) {
-        return false;
+    m_toldThreads = 0;
+    return Clock::now() >= m_pauseUntil && m_process.start(m_command);
+}
+
+// The recogniser is loaded by this; whoever only searches does without.
+bool EngineProcess::tellThreads()
+{
+    if (m_toldThreads == m_threads) {
+        return true;
     }
+    m_toldThreads = m_threads;
     Message message;
     message.type = MessageType::EngineSetThreads;
     message.request = std::uint64_t(m_threads);
@@ -80,7 +78,8 @@ bool EngineProcess::send(const Message &message)
 
 std::optional<Message> EngineProcess::tryCall(const Message &question, MessageType type)
 {
-    if (!startIfNeeded() || !send(question)) {
+    const bool reads = question.type == MessageType::EngineReadLine;
+    if (!startIfNeeded() || (reads && !tellThreads()) || !send(question)) {
         return std::nullopt;
     }
     const auto until = Clock::now() + m_patience;

@@ -34,6 +34,7 @@ private:
     std::optional<Message> tryCall(const Message &question, MessageType answer);
     std::vector<float> vectorFor(MessageType type, std::string_view bytes);
     bool startIfNeeded();
+    bool tellThreads();
     bool send(const Message &message);
 
     std::vector<std::string> m_command;
@@ -41,7 +42,8 @@ private:
     ChannelProcess m_process;
     std::uint64_t m_calls = 0;
     int m_threads = 1;
-    int m_failures = 0; // calls in a row that failed
+    int m_toldThreads = 0; // to the present process
+    int m_failures = 0;    // calls in a row that failed
     std::chrono::steady_clock::time_point m_pauseUntil;
 };
 } // namespace coreai

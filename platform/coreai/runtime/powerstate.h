@@ -10,7 +10,8 @@ namespace coreai
 class PowerState
 {
 public:
-    explicit PowerState(const QString &folder = QStringLiteral("/sys/class/power_supply"));
+    PowerState() : PowerState(QStringLiteral("/sys/class/power_supply")) {}
+    explicit PowerState(const QString &folder);
 
     // True where a battery of the machine (not of a mouse) is being discharged, or where it has one
     // and every mains adapter tells that it is off. A machine without a battery is on mains.

@@ -30,8 +30,8 @@ public:
     std::vector<float> picture(const QByteArray &base64)
     {
         EmbeddingResult *result = reinterpret_cast<EmbeddingResult *>(1);
-        const bool success = image_embedding_by_base64_image_data(
-            m_session, base64.constData(), base64.size(), &result);
+        const bool success = image_embedding_by_base64_image_data(m_session, base64.constData(),
+                                                                  base64.size(), &result);
         return take(success, result);
     }
 

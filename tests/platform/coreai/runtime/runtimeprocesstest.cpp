@@ -1,0 +1,376 @@
+// The installed process under the client libraries: killed, idle, refused, and what it leaves on
+// the log. The engines are the test's.
+
+#include "coreai/client/runtimelink.h"
+#include "coreai/client/runtimeprogram.h"
+#include "coreai/coreaiembedding.h"
+#include "coreai/coreaivision.h"
+#include "coreai/engines/modelfiles.h"
+#include "reading/drawnsession.h"
+
+#include <QBuffer>
+#include <QDir>
+#include <QFile>
+#include <QMutex>
+#include <QSet>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace
+{
+QByteArray encoded(const QImage &image, const char *format = "PNG")
+{
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, format);
+    return bytes;
+}
+
+QByteArray contents(const QString &path)
+{
+    QFile file(path);
+    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+std::vector<pid_t> childrenOf(pid_t process)
+{
+    std::vector<pid_t> children;
+    const QString tasks = QStringLiteral("/proc/%1/task/").arg(process);
+    for (const QString &task : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        for (const QByteArray &child :
+             contents(tasks + task + QStringLiteral("/children")).split(' ')) {
+            if (!child.isEmpty()) {
+                children.push_back(pid_t(child.toInt()));
+            }
+        }
+    }
+    return children;
+}
+
+bool isAlive(pid_t process)
+{
+    // A child that its parent has not waited for yet still has an entry.
+    const QByteArray stat = contents(QStringLiteral("/proc/%1/stat").arg(process));
+    return !stat.isEmpty() && stat.at(stat.lastIndexOf(')') + 2) != 'Z';
+}
+
+pid_t runtime()
+{
+    return coreai::RuntimeLink::shared()->processId();
+}
+
+// The recorder's session with every answer as one text.
+class Recorder
+{
+public:
+    Recorder() : m_session(text_recognition_create_session())
+    {
+        text_recognition_result_set_callback(m_session, &Recorder::take, this);
+    }
+    ~Recorder() { text_recognition_destroy_session(&m_session); }
+    Q_DISABLE_COPY(Recorder)
+
+    int init() { return text_recognition_init_session(m_session); }
+    void hand(const QByteArray &png)
+    {
+        text_recognition_recognize_text_from_image_data_async(
+            m_session, reinterpret_cast<const uint8_t *>(png.constData()), uint64_t(png.size()));
+    }
+    QStringList answers() const
+    {
+        const QMutexLocker lock(&m_mutex);
+        return m_answers;
+    }
+    int count() const { return answers().size(); }
+
+private:
+    static void take(TextRecognitionResult *result, void *userData)
+    {
+        int32_t count = 0;
+        TextLine *const *lines = text_recognition_result_get_text_lines(result, &count);
+        QString text = result ? QString() : QStringLiteral("null");
+        for (int32_t line = 0; line < count; ++line) {
+            text += QString::fromUtf8(text_line_get_value(lines[line])) + QLatin1Char('\n');
+        }
+        auto *self = static_cast<Recorder *>(userData);
+        const QMutexLocker lock(&self->m_mutex);
+        self->m_answers << text;
+    }
+
+    TextRecognitionSession *m_session;
+    mutable QMutex m_mutex;
+    QStringList m_answers;
+};
+
+QStringList readingOf(const QVector<QByteArray> &frames)
+{
+    Recorder recorder;
+    recorder.init();
+    for (const QByteArray &frame : frames) {
+        recorder.hand(frame);
+    }
+    const bool all = QTest::qWaitFor([&] { return recorder.count() == frames.size(); }, 60000);
+    return all ? recorder.answers() : QStringList();
+}
+} // namespace
+
+class RuntimeProcessTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void killedAmid100FramesGives100AnswersInOrder();
+    void killedEnginesLoseNoLine();
+    void bothProcessesGoWithTheLastSession();
+    void bothProcessesGoWithAKilledClient();
+    void enginesEndWhenIdleAndComeBackUnnoticed();
+    void runsAtTheLowestPriority();
+    void refusesSessionsWithoutModels();
+    void twoSessionsAtOnce();
+    void embedsPicturesAndTexts();
+    void logsNothingOfTheText();
+
+private:
+    void useRuntime(std::vector<std::string> options = {}, std::vector<std::string> engine = {});
+
+    QTemporaryDir m_models;
+};
+
+void RuntimeProcessTest::init()
+{
+    for (const QString &name : {coreai::lineModelFile, coreai::textMeaningFile}) {
+        QFile file(m_models.filePath(name));
+        QVERIFY(file.open(QFile::WriteOnly));
+        file.write("model");
+    }
+    useRuntime();
+}
+
+void RuntimeProcessTest::cleanup()
+{
+    coreai::setRuntimeProgram({});
+}
+
+void RuntimeProcessTest::useRuntime(std::vector<std::string> options,
+                                    std::vector<std::string> engine)
+{
+    std::vector<std::string> command{RUNTIME_PROGRAM, "--engines", ENGINE_PROGRAM, "--models",
+                                     m_models.path().toStdString()};
+    command.insert(command.end(), options.begin(), options.end());
+    command.emplace_back("--");
+    command.insert(command.end(), engine.begin(), engine.end());
+    coreai::setRuntimeProgram(command);
+}
+
+void RuntimeProcessTest::killedAmid100FramesGives100AnswersInOrder()
+{
+    DrawnSession session({640, 400});
+    QVector<QByteArray> frames;
+    for (int frame = 0; frame < 100; ++frame) {
+        session.openFile();
+        frames << encoded(session.screen());
+    }
+    const QStringList expected = readingOf(frames);
+    QCOMPARE(expected.size(), 100);
+    QVERIFY(QSet<QString>(expected.begin(), expected.end()).size() == 100);
+    QVERIFY(!expected.contains(QString()));
+
+    useRuntime({}, {"1"});
+    Recorder recorder;
+    QCOMPARE(recorder.init(), 0);
+    for (const QByteArray &frame : frames) {
+        recorder.hand(frame);
+    }
+    QTRY_VERIFY_WITH_TIMEOUT(recorder.count() >= 20, 20000);
+    ::kill(runtime(), SIGKILL);
+    QTRY_COMPARE_WITH_TIMEOUT(recorder.count(), 100, 60000);
+    QTest::qWait(50);
+    QCOMPARE(recorder.answers(), expected);
+}
+
+void RuntimeProcessTest::killedEnginesLoseNoLine()
+{
+    DrawnSession session;
+    const QByteArray frame = encoded(session.screen());
+    const QStringList expected = readingOf({frame});
+    useRuntime({}, {"20"});
+    Recorder recorder;
+    QCOMPARE(recorder.init(), 0);
+    recorder.hand(frame);
+    QTRY_VERIFY(childrenOf(runtime()).size() == 1);
+    QTest::qWait(200); // into the reading
+    QCOMPARE(recorder.count(), 0);
+    ::kill(childrenOf(runtime()).front(), SIGKILL);
+    QTRY_COMPARE_WITH_TIMEOUT(recorder.count(), 1, 20000);
+    QCOMPARE(recorder.answers(), expected);
+}
+
+void RuntimeProcessTest::bothProcessesGoWithTheLastSession()
+{
+    pid_t process = -1;
+    pid_t engines = -1;
+    {
+        Recorder recorder;
+        QCOMPARE(recorder.init(), 0);
+        DrawnSession session({640, 400});
+        recorder.hand(encoded(session.screen()));
+        QTRY_COMPARE(recorder.count(), 1);
+        process = runtime();
+        engines = childrenOf(process).at(0);
+    }
+    QTRY_VERIFY(!isAlive(process));
+    QTRY_VERIFY(!isAlive(engines));
+}
+
+void RuntimeProcessTest::bothProcessesGoWithAKilledClient()
+{
+    // Only the sockets tell them: the client gets no chance to say goodbye.
+    coreai::ChannelProcess client;
+    QVERIFY(client.start(coreai::runtimeProgram()));
+    coreai::Message message;
+    message.session = 1;
+    message.request = std::uint64_t(coreai::SessionKind::Embedding);
+    QVERIFY(client.channel().send(message) == coreai::Channel::Sending::Sent);
+    message.type = coreai::MessageType::EmbedText;
+    QVERIFY(client.channel().send(message) == coreai::Channel::Sending::Sent);
+    const pid_t process = client.processId();
+    QTRY_COMPARE(childrenOf(process).size(), std::size_t(1));
+    const pid_t engines = childrenOf(process).front();
+    client.channel().close();
+    QTRY_VERIFY(!isAlive(process));
+    QTRY_VERIFY(!isAlive(engines));
+}
+
+void RuntimeProcessTest::enginesEndWhenIdleAndComeBackUnnoticed()
+{
+    useRuntime({"--idle", "200"});
+    Recorder recorder;
+    QCOMPARE(recorder.init(), 0);
+    const pid_t process = runtime();
+    DrawnSession session({640, 400});
+    const QByteArray first = encoded(session.screen());
+    recorder.hand(first);
+    QTRY_COMPARE(recorder.count(), 1);
+    QTRY_VERIFY(childrenOf(process).empty());
+    session.openFile();
+    recorder.hand(encoded(session.screen()));
+    recorder.hand(first);
+    QTRY_COMPARE(recorder.count(), 3);
+    const QStringList answers = recorder.answers();
+    QVERIFY(!answers.at(1).isEmpty() && answers.at(1) != answers.at(0));
+    QCOMPARE(answers.at(2), answers.at(0));
+    QCOMPARE(runtime(), process);
+}
+
+void RuntimeProcessTest::runsAtTheLowestPriority()
+{
+    Recorder recorder;
+    QCOMPARE(recorder.init(), 0);
+    DrawnSession session({640, 400});
+    recorder.hand(encoded(session.screen()));
+    QTRY_COMPARE(recorder.count(), 1);
+    std::vector<pid_t> processes = childrenOf(runtime());
+    QCOMPARE(processes.size(), std::size_t(1));
+    processes.push_back(runtime());
+    constexpr int whoProcess = 1;
+    constexpr long idleClass = 3;
+    QStringList threads;
+    for (const pid_t process : processes) {
+        const QString tasks = QStringLiteral("/proc/%1/task/").arg(process);
+        for (const QString &task : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+            QCOMPARE(::getpriority(PRIO_PROCESS, id_t(task.toInt())), 19);
+            QCOMPARE(::syscall(SYS_ioprio_get, whoProcess, task.toInt()) >> 13, idleClass);
+            threads << QString::fromLatin1(
+                contents(tasks + task + QStringLiteral("/comm")).trimmed());
+        }
+    }
+    QVERIFY(threads.contains(QStringLiteral("ai worker")));
+    QVERIFY(threads.contains(QStringLiteral("ai runtime")));
+}
+
+void RuntimeProcessTest::refusesSessionsWithoutModels()
+{
+    QVERIFY(QFile::remove(m_models.filePath(coreai::textMeaningFile)));
+    ImageEmbeddingSession *session = image_embedding_create_session();
+    QCOMPARE(image_embedding_init_session(session), 2);
+    image_embedding_destroy_session(&session);
+}
+
+void RuntimeProcessTest::twoSessionsAtOnce()
+{
+    useRuntime({}, {"1"});
+    Recorder recorder;
+    Recorder region;
+    QCOMPARE(recorder.init(), 0);
+    QCOMPARE(region.init(), 0);
+    DrawnSession session;
+    for (int frame = 0; frame < 20; ++frame) {
+        session.openFile();
+        recorder.hand(encoded(session.screen()));
+    }
+    QTRY_VERIFY_WITH_TIMEOUT(recorder.count() > 0, 20000);
+    session.switchTo(1);
+    region.hand(encoded(session.screen().copy(0, 200, 600, 300)));
+    QTRY_COMPARE(region.count(), 1);
+    QVERIFY2(recorder.count() < 15, "the region waited for the recorder");
+    QTRY_COMPARE_WITH_TIMEOUT(recorder.count(), 20, 30000);
+}
+
+void RuntimeProcessTest::embedsPicturesAndTexts()
+{
+    ImageEmbeddingSession *session = image_embedding_create_session();
+    QCOMPARE(image_embedding_init_session(session), 0);
+    DrawnSession screen({640, 400});
+    const QByteArray base64 = encoded(screen.screen(), "JPEG").toBase64();
+    EmbeddingResult *result = nullptr;
+    QVERIFY(
+        image_embedding_by_base64_image_data(session, base64.constData(), base64.size(), &result));
+    QCOMPARE(embedding_result_get_vector_length(result), 1024);
+    embedding_result_destroy(&result);
+    QVERIFY(text_embedding_by_image_model(session, "query", &result));
+    QCOMPARE(embedding_result_get_vector_length(result), 1024);
+    embedding_result_destroy(&result);
+    QVERIFY(!image_embedding_by_base64_image_data(session, "bm8gcGljdHVyZQ==", 16, &result));
+    image_embedding_destroy_session(&session);
+}
+
+void RuntimeProcessTest::logsNothingOfTheText()
+{
+    const QString log = m_models.filePath(QStringLiteral("log"));
+    std::vector<std::string> command{"/bin/sh", "-c", "exec \"$@\" 2>\"$0\"", log.toStdString()};
+    const std::vector<std::string> program = coreai::runtimeProgram();
+    command.insert(command.end(), program.begin(), program.end());
+    coreai::setRuntimeProgram(command);
+    Recorder recorder;
+    QCOMPARE(recorder.init(), 0);
+    DrawnSession session({640, 400});
+    recorder.hand(encoded(session.screen()));
+    recorder.hand("no picture");
+    QTRY_COMPARE(recorder.count(), 2);
+    QVERIFY(recorder.answers().front().startsWith(QStringLiteral("line ")));
+    ImageEmbeddingSession *embedding = image_embedding_create_session();
+    QCOMPARE(image_embedding_init_session(embedding), 0);
+    EmbeddingResult *result = nullptr;
+    QVERIFY(text_embedding_by_image_model(embedding, "secretquery", &result));
+    embedding_result_destroy(&result);
+    image_embedding_destroy_session(&embedding);
+    ::kill(childrenOf(runtime()).at(0), SIGKILL); // something to log
+    session.openFile();
+    recorder.hand(encoded(session.screen()));
+    QTRY_COMPARE(recorder.count(), 3);
+    const QByteArray logged = contents(log);
+    QVERIFY(logged.contains("the engines' process ended"));
+    QVERIFY(!logged.contains("line "));
+    QVERIFY(!logged.contains("secretquery"));
+}
+
+QTEST_MAIN(RuntimeProcessTest)
+#include "runtimeprocesstest.moc"

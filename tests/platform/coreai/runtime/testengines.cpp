@@ -1,0 +1,75 @@
+#include "testengines.h"
+
+#include "coreai/reading/linecache.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <thread>
+
+namespace TestEngines
+{
+namespace
+{
+void wait(int milliseconds)
+{
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+} // namespace
+
+std::string textOf(const cv::Mat &line)
+{
+    char text[32];
+    std::snprintf(text, sizeof(text), "line %016llx",
+                  static_cast<unsigned long long>(coreai::LineKey::of(line).low));
+    return text;
+}
+
+std::vector<float> vectorOf(const std::string &text)
+{
+    if (text.empty()) {
+        return {};
+    }
+    std::vector<float> vector(coreai::TextMeaning::dimensions);
+    vector[std::hash<std::string>()(text) % vector.size()] = 1;
+    return vector;
+}
+
+void CountingSet::prepareReading(int threads)
+{
+    m_counts.mostThreads = std::max(m_counts.mostThreads.load(), threads);
+}
+
+std::optional<coreai::LineText> CountingSet::readLine(const cv::Mat &line)
+{
+    ++m_counts.reads;
+    wait(m_counts.readMilliseconds);
+    if (m_counts.fails) {
+        return std::nullopt;
+    }
+    return coreai::LineText{textOf(line), 1};
+}
+
+coreai::EngineSet::Vectors CountingSet::ofPassages(const std::vector<std::string> &texts)
+{
+    Vectors vectors;
+    for (const std::string &text : texts) {
+        ++m_counts.passages;
+        vectors.push_back(vectorOf(text));
+    }
+    return m_counts.fails ? Vectors() : vectors;
+}
+
+std::vector<float> CountingSet::ofQuery(const std::string &utf8)
+{
+    ++m_counts.queries;
+    return m_counts.fails ? std::vector<float>() : vectorOf(utf8);
+}
+
+coreai::LineText Recognizer::read(const cv::Mat &line)
+{
+    wait(m_milliseconds);
+    return {textOf(line), 1};
+}
+} // namespace TestEngines

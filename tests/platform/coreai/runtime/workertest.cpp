@@ -1,0 +1,478 @@
+// What the worker does first, and what it does not do twice.
+
+#include "coreai/runtime/worker.h"
+#include "coreai/protocol/answers.h"
+#include "reading/drawnsession.h"
+#include "testengines.h"
+
+#include <QBuffer>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <random>
+
+using namespace coreai;
+
+namespace
+{
+std::string encoded(const QImage &image, const char *format = "PNG")
+{
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, format);
+    return bytes.toStdString();
+}
+
+// What the worker told, in order, without the notices that a request has begun.
+class Answers
+{
+public:
+    void take(Message message)
+    {
+        if (message.type != MessageType::Begun) {
+            const std::lock_guard lock(m_mutex);
+            m_messages.push_back(std::move(message));
+        }
+    }
+    int count() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return int(m_messages.size());
+    }
+    std::vector<std::uint64_t> requests() const
+    {
+        const std::lock_guard lock(m_mutex);
+        std::vector<std::uint64_t> numbers;
+        for (const Message &message : m_messages) {
+            numbers.push_back(message.request);
+        }
+        return numbers;
+    }
+    Message at(std::size_t index) const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_messages.at(index);
+    }
+    std::vector<ReadLine> lines(std::size_t index) const
+    {
+        const Message message = at(index);
+        return decodeLines(message.payload.view().bytes()).value();
+    }
+    std::vector<float> vector(std::size_t index) const
+    {
+        const Message message = at(index);
+        return decodeFloats(message.payload.view().bytes()).value();
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    std::vector<Message> m_messages;
+};
+
+class Bench
+{
+public:
+    explicit Bench(Worker::Settings settings = {})
+        : worker(std::make_unique<TestEngines::CountingSet>(counts), std::move(settings),
+                 [this](Message message) { answers.take(std::move(message)); })
+    {
+    }
+    void read(std::uint32_t session, std::uint64_t request, const std::string &picture)
+    {
+        worker.post({MessageType::ReadPicture, session, request, Payload::of(picture)});
+    }
+    void embed(std::uint64_t request, const std::string &picture)
+    {
+        worker.post({MessageType::EmbedPicture, embedding, request, Payload::of(picture)});
+    }
+    void ask(std::uint64_t request, const std::string &text)
+    {
+        worker.post({MessageType::EmbedText, embedding, request, Payload::of(text)});
+    }
+
+    static constexpr std::uint32_t recorder = 1;
+    static constexpr std::uint32_t region = 2;
+    static constexpr std::uint32_t embedding = 3;
+
+    TestEngines::Counts counts;
+    Answers answers;
+    Worker worker; // last: uses the others
+};
+
+double lengthOf(const std::vector<float> &vector)
+{
+    double sum = 0;
+    for (const float part : vector) {
+        sum += double(part) * double(part);
+    }
+    return sum;
+}
+
+QString batteryFolder(const QTemporaryDir &folder)
+{
+    QDir(folder.path()).mkpath(QStringLiteral("BAT0"));
+    for (const auto &[name, word] : {std::pair("type", "Battery"), {"status", "Discharging"}}) {
+        QFile file(folder.filePath(QStringLiteral("BAT0/") + QLatin1String(name)));
+        file.open(QFile::WriteOnly);
+        file.write(word);
+    }
+    return folder.path();
+}
+} // namespace
+
+class WorkerTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void readsALine();
+    void answersInRequestOrderInsideASession();
+    void aRegionOvertakesAQueueOf50Frames();
+    void embeddingsOvertakeTheFrameThatIsBeingRead();
+    void knownLinesAreNotReadAgain();
+    void vectorsAreComputedAfterReadingOnce();
+    void anEmbeddingUsesTheFrameHandedOver();
+    void anUnknownPictureIsCutItself();
+    void anEmbeddingKeepsItsTimeWithSlowEngines();
+    void aPictureThatIsNoneFails();
+    void badPicturesHaveNoLines_data();
+    void badPicturesHaveNoLines();
+    void failedLinesAreLeftOutAndReadLater();
+    void unloadsWhenIdleAndReadsOn();
+    void closedSessionsAreNotReadOn();
+    void oneThreadOnBattery_data();
+    void oneThreadOnBattery();
+    void textsOfAllKinds_data();
+    void textsOfAllKinds();
+};
+
+void WorkerTest::readsALine()
+{
+    Bench bench;
+    DrawnSession session({640, 480});
+    bench.read(Bench::recorder, 1, encoded(session.screen()));
+    QTRY_COMPARE(bench.answers.count(), 1);
+    const std::vector<ReadLine> lines = bench.answers.lines(0);
+    QVERIFY(lines.size() > 5);
+    for (const ReadLine &line : lines) {
+        QCOMPARE(line.text.substr(0, 5), std::string("line "));
+        QCOMPARE(line.corners.size(), std::size_t(4));
+        QVERIFY(line.corners[0].x < line.corners[1].x && line.corners[1].y < line.corners[2].y);
+        QVERIFY(line.corners[2].x <= 640 && line.corners[2].y <= 480);
+    }
+}
+
+void WorkerTest::answersInRequestOrderInsideASession()
+{
+    Bench bench;
+    DrawnSession session({320, 200});
+    std::vector<std::uint64_t> expected;
+    for (std::uint64_t request = 1; request <= 20; ++request) {
+        session.openFile();
+        bench.read(Bench::recorder, request,
+                   request % 3 ? encoded(session.screen()) : "no picture");
+        expected.push_back(request);
+    }
+    QTRY_COMPARE(bench.answers.count(), 20);
+    QCOMPARE(bench.answers.requests(), expected);
+}
+
+void WorkerTest::aRegionOvertakesAQueueOf50Frames()
+{
+    Bench bench;
+    bench.counts.readMilliseconds = 1;
+    DrawnSession session({640, 480});
+    for (std::uint64_t request = 1; request <= 50; ++request) {
+        session.openFile();
+        bench.read(Bench::recorder, request, encoded(session.screen()));
+    }
+    QTRY_VERIFY(bench.answers.count() >= 2);
+    session.switchTo(1);
+    const int before = bench.answers.count();
+    const int reads = bench.counts.reads;
+    bench.read(Bench::region, 51, encoded(session.screen().copy(0, 0, 400, 300)));
+    QTRY_VERIFY(bench.answers.count() > before + 1);
+    const std::vector<std::uint64_t> requests = bench.answers.requests();
+    const auto place = std::find(requests.begin(), requests.end(), 51) - requests.begin();
+    QVERIFY2(place <= before + 1, qPrintable(QString::number(place - before)));
+    QVERIFY(bench.counts.reads > reads);
+    QTRY_COMPARE_WITH_TIMEOUT(bench.answers.count(), 51, 30000);
+}
+
+void WorkerTest::embeddingsOvertakeTheFrameThatIsBeingRead()
+{
+    Bench bench;
+    bench.counts.readMilliseconds = 30;
+    DrawnSession session;
+    bench.read(Bench::recorder, 1, encoded(session.screen()));
+    QTRY_VERIFY(bench.counts.reads >= 2);
+    bench.ask(2, "query");
+    QTRY_COMPARE(bench.answers.count(), 1);
+    QCOMPARE(bench.answers.requests().front(), std::uint64_t(2));
+    QTRY_COMPARE(bench.answers.count(), 2);
+    QCOMPARE(bench.answers.lines(1).size() > 5, true);
+}
+
+void WorkerTest::knownLinesAreNotReadAgain()
+{
+    Bench bench;
+    DrawnSession session;
+    bench.read(Bench::recorder, 1, encoded(session.screen()));
+    QTRY_COMPARE(bench.answers.count(), 1);
+    const int reads = bench.counts.reads;
+    QVERIFY(reads > 20);
+    bench.read(Bench::recorder, 2, encoded(session.screen()));
+    bench.read(Bench::region, 3, encoded(session.screen()));
+    QTRY_COMPARE(bench.answers.count(), 3);
+    QCOMPARE(bench.counts.reads.load(), reads);
+    session.typeLine();
+    bench.read(Bench::recorder, 4, encoded(session.screen()));
+    QTRY_COMPARE(bench.answers.count(), 4);
+    QVERIFY(bench.counts.reads <= reads + 4);
+}
+
+void WorkerTest::vectorsAreComputedAfterReadingOnce()
+{
+    Bench bench;
+    DrawnSession session({640, 480});
+    bench.read(Bench::recorder, 1, encoded(session.screen()));
+    QTRY_COMPARE(bench.answers.count(), 1);
+    const int lines = bench.counts.reads;
+    QTRY_COMPARE(bench.counts.passages.load(), lines);
+    bench.read(Bench::recorder, 2, encoded(session.screen()));
+    bench.embed(3, encoded(session.screen(), "JPEG"));
+    QTRY_COMPARE(bench.answers.count(), 3);
+    QTest::qWait(50);
+    QCOMPARE(bench.counts.passages.load(), lines);
+}
+
+void WorkerTest::anEmbeddingUsesTheFrameHandedOver()
+{
+    Bench bench;
+    DrawnSession session({960, 600});
+    for (std::uint64_t request = 1; request <= 9; request += 2) {
+        session.openFile();
+        const QImage screen = session.screen();
+        bench.read(Bench::recorder, request, encoded(screen));
+        bench.embed(request + 1, encoded(screen, "JPEG"));
+    }
+    QTRY_COMPARE(bench.answers.count(), 10);
+    for (std::size_t index = 0; index < 10; ++index) {
+        if (bench.answers.at(index).type == MessageType::Vector) {
+            const std::vector<float> vector = bench.answers.vector(index);
+            QCOMPARE(vector.size(), std::size_t(1024));
+            QVERIFY(std::abs(lengthOf(vector) - 1) < 1e-3);
+        }
+    }
+    // A lossy copy's lines are other bitmaps: had one been cut, its lines would have been read.
+    int lines = 0;
+    LineCache cache;
+    DrawnSession again({960, 600});
+    for (int frame = 0; frame < 5; ++frame) {
+        again.openFile();
+        const QImage screen = again.screen();
+        FrameReader reader(cache);
+        reader.cut(cv::Mat(screen.height(), screen.width(), CV_8UC4,
+                           const_cast<uchar *>(screen.constBits())));
+        while (!reader.isComplete()) {
+            reader.readNext([&lines](const cv::Mat &) { return ++lines, LineText{"x", 1}; });
+        }
+    }
+    QCOMPARE(bench.counts.reads.load(), lines);
+}
+
+void WorkerTest::anUnknownPictureIsCutItself()
+{
+    Bench bench;
+    DrawnSession session({960, 600});
+    bench.embed(1, encoded(session.screen(), "JPEG"));
+    QTRY_COMPARE(bench.answers.count(), 1);
+    QVERIFY(bench.counts.reads > 5);
+    QCOMPARE(bench.answers.vector(0).size(), std::size_t(1024));
+    // Another page of the same size is not taken for it.
+    const std::vector<float> first = bench.answers.vector(0);
+    session.switchTo(2);
+    bench.embed(2, encoded(session.screen(), "JPEG"));
+    QTRY_COMPARE(bench.answers.count(), 2);
+    QVERIFY(bench.answers.vector(1) != first);
+}
+
+void WorkerTest::anEmbeddingKeepsItsTimeWithSlowEngines()
+{
+    Bench bench;
+    bench.counts.readMilliseconds = 60;
+    DrawnSession session;
+    const QImage screen = session.screen();
+    const std::string png = encoded(screen);
+    const std::string jpeg = encoded(screen, "JPEG");
+    QElapsedTimer timer;
+    timer.start();
+    bench.read(Bench::recorder, 1, png);
+    bench.embed(2, jpeg);
+    QTRY_COMPARE(bench.answers.count(), 1);
+    QCOMPARE(bench.answers.requests().front(), std::uint64_t(2));
+    QVERIFY2(timer.elapsed() < 1000, qPrintable(QString::number(timer.elapsed())));
+    QVERIFY(bench.counts.passages > 0);
+    QTRY_COMPARE_WITH_TIMEOUT(bench.answers.count(), 2, 20000);
+}
+
+void WorkerTest::aPictureThatIsNoneFails()
+{
+    Bench bench;
+    bench.embed(1, "no picture");
+    bench.embed(2, "");
+    QTRY_COMPARE(bench.answers.count(), 2);
+    QVERIFY(bench.answers.vector(0).empty());
+    QVERIFY(bench.answers.vector(1).empty());
+}
+
+void WorkerTest::badPicturesHaveNoLines_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    const auto png = [](const QImage &image) { return QByteArray::fromStdString(encoded(image)); };
+    QImage pixel(1, 1, QImage::Format_RGB32);
+    pixel.fill(Qt::red);
+    QImage plain(800, 600, QImage::Format_RGB32);
+    plain.fill(Qt::white);
+    QByteArray huge = png(pixel);
+    huge.replace(16, 8, QByteArray("\x00\x00\x40\x00\x00\x00\x40\x00", 8));
+    std::mt19937 random(5);
+    QByteArray noise(5000, '\0');
+    for (char &byte : noise) {
+        byte = char(random());
+    }
+    QTest::newRow("nothing") << QByteArray();
+    QTest::newRow("1x1") << png(pixel);
+    QTest::newRow("16384x16384") << huge;
+    QTest::newRow("grey, one colour") << png(plain.convertToFormat(QImage::Format_Grayscale8));
+    QTest::newRow("one colour") << png(plain);
+    QTest::newRow("random bytes") << noise;
+    QTest::newRow("signature, then random bytes") << png(pixel).left(8) + noise;
+}
+
+void WorkerTest::badPicturesHaveNoLines()
+{
+    QFETCH(QByteArray, bytes);
+    Bench bench;
+    bench.read(Bench::recorder, 1, bytes.toStdString());
+    QTRY_COMPARE(bench.answers.count(), 1);
+    QVERIFY(bench.answers.at(0).type == MessageType::Lines);
+    QVERIFY(bench.answers.lines(0).empty());
+}
+
+void WorkerTest::failedLinesAreLeftOutAndReadLater()
+{
+    Bench bench;
+    bench.counts.fails = true;
+    DrawnSession session({640, 480});
+    bench.read(Bench::recorder, 1, encoded(session.screen()));
+    bench.embed(2, encoded(session.screen(), "JPEG"));
+    bench.ask(3, "query");
+    QTRY_COMPARE(bench.answers.count(), 3);
+    bench.counts.fails = false;
+    bench.read(Bench::recorder, 4, encoded(session.screen()));
+    QTRY_COMPARE(bench.answers.count(), 4);
+    QVERIFY(bench.answers.lines(3).size() > 5);
+}
+
+void WorkerTest::unloadsWhenIdleAndReadsOn()
+{
+    Worker::Settings settings;
+    settings.idleTime = std::chrono::milliseconds(100);
+    Bench bench(settings);
+    DrawnSession session({640, 480});
+    QTest::qWait(250);
+    QCOMPARE(bench.counts.unloads.load(), 0); // nothing was loaded
+    bench.read(Bench::recorder, 1, encoded(session.screen()));
+    QTRY_COMPARE(bench.counts.unloads.load(), 1);
+    QCOMPARE(bench.answers.count(), 1);
+    QTest::qWait(250);
+    QCOMPARE(bench.counts.unloads.load(), 1);
+    bench.ask(2, "query");
+    QTRY_COMPARE(bench.answers.count(), 2);
+    QTRY_COMPARE(bench.counts.unloads.load(), 2);
+    const int reads = bench.counts.reads;
+    bench.read(Bench::recorder, 3, encoded(session.screen()));
+    QTRY_COMPARE(bench.answers.count(), 3);
+    QCOMPARE(bench.counts.reads.load(), reads); // what was read outlives the engines
+}
+
+void WorkerTest::closedSessionsAreNotReadOn()
+{
+    Bench bench;
+    bench.counts.readMilliseconds = 5;
+    DrawnSession session;
+    for (std::uint64_t request = 1; request <= 10; ++request) {
+        session.openFile();
+        bench.read(Bench::recorder, request, encoded(session.screen()));
+    }
+    QTRY_VERIFY(bench.counts.reads > 0);
+    bench.worker.post({MessageType::CloseSession, Bench::recorder, 0, Payload()});
+    bench.ask(11, "query");
+    QTRY_VERIFY(bench.answers.requests().back() == 11);
+    const int reads = bench.counts.reads;
+    QTest::qWait(100);
+    QVERIFY(bench.counts.reads <= reads + 1);
+}
+
+void WorkerTest::oneThreadOnBattery_data()
+{
+    QTest::addColumn<bool>("battery");
+    QTest::addColumn<bool>("waits");
+    QTest::addColumn<int>("threads");
+    QTest::newRow("battery, somebody waits") << true << true << 1;
+    QTest::newRow("battery, nobody waits") << true << false << 1;
+    QTest::newRow("mains, nobody waits") << false << false << 1;
+    QTest::newRow("mains, somebody waits") << false << true << 2;
+}
+
+void WorkerTest::oneThreadOnBattery()
+{
+    QFETCH(bool, battery);
+    QFETCH(bool, waits);
+    QFETCH(int, threads);
+    const QTemporaryDir folder;
+    Worker::Settings settings;
+    settings.power = PowerState(battery ? batteryFolder(folder) : folder.path());
+    Bench bench(settings);
+    bench.counts.readMilliseconds = 2;
+    DrawnSession session;
+    for (std::uint64_t request = 1; request <= 3; ++request) {
+        session.openFile();
+        bench.read(Bench::recorder, request, encoded(session.screen()));
+    }
+    if (waits) {
+        session.openFile();
+        bench.read(Bench::region, 4, encoded(session.screen().copy(0, 0, 1000, 1000)));
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(bench.answers.count(), waits ? 4 : 3, 20000);
+    QCOMPARE(bench.counts.mostThreads.load(), threads);
+}
+
+void WorkerTest::textsOfAllKinds_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::newRow("nothing") << QByteArray();
+    QTest::newRow("1 MB") << QByteArray(1 << 20, 'x');
+    QTest::newRow("invalid UTF-8") << QByteArray("\xff\xfe\xc3(\xed\xa0\x80");
+    QTest::newRow("right to left") << QByteArray("שלום עולם مرحبا");
+    QTest::newRow("Chinese") << QByteArray("昨天的会议预算");
+}
+
+void WorkerTest::textsOfAllKinds()
+{
+    QFETCH(QByteArray, text);
+    Bench bench;
+    bench.ask(1, text.toStdString());
+    QTRY_COMPARE(bench.answers.count(), 1);
+    const std::vector<float> vector = bench.answers.vector(0);
+    QCOMPARE(vector.size(), std::size_t(1024));
+    QVERIFY(std::abs(lengthOf(vector) - 1) < 1e-3);
+}
+
+QTEST_MAIN(WorkerTest)
+#include "workertest.moc"
