@@ -10,24 +10,24 @@ namespace TextPages
 namespace
 {
 // Words of ordinary length; with numbers so that no two lines are alike.
-const QStringList words
-    = QStringLiteral("meeting report budget the of and to in screen history keeps every frame that "
-                     "was recorded today window search returns pages with text about projects plan "
-                     "review next week people agreed on release date after testing small changes "
-                     "Quality matters; however, it takes time (and patience) to measure properly. "
-                     "Berlin Tokyo London archive garden winter number system question answer")
-          .split(QLatin1Char(' '));
+const QStringList words =
+    QStringLiteral("meeting report budget the of and to in screen history keeps every frame that "
+                   "was recorded today window search returns pages with text about projects plan "
+                   "review next week people agreed on release date after testing small changes "
+                   "Quality matters; however, it takes time (and patience) to measure properly. "
+                   "Berlin Tokyo London archive garden winter number system question answer")
+        .split(QLatin1Char(' '));
 
-const QStringList code
-    = {QStringLiteral("#include <vector>"),
-       QStringLiteral("static int countOf(const std::vector<int> &values, int wanted%1)"),
-       QStringLiteral("    return std::count(values.begin(), values.end(), wanted%1);"),
-       QStringLiteral("    // compare every value with the one wanted, number %1"),
-       QStringLiteral("    for (const auto &item : items_%1) {"),
-       QStringLiteral("        if (item.size() > limit_%1 && !item.isEmpty())"),
-       QStringLiteral("            total += item.width() * scale[%1] - 0.5;"),
-       QStringLiteral("template <typename Key, typename Value%1>"),
-       QStringLiteral("QString title = settings.value(\"window/title%1\").toString();")};
+const QStringList code = {
+    QStringLiteral("#include <vector>"),
+    QStringLiteral("static int countOf(const std::vector<int> &values, int wanted%1)"),
+    QStringLiteral("    return std::count(values.begin(), values.end(), wanted%1);"),
+    QStringLiteral("    // compare every value with the one wanted, number %1"),
+    QStringLiteral("    for (const auto &item : items_%1) {"),
+    QStringLiteral("        if (item.size() > limit_%1 && !item.isEmpty())"),
+    QStringLiteral("            total += item.width() * scale[%1] - 0.5;"),
+    QStringLiteral("template <typename Key, typename Value%1>"),
+    QStringLiteral("QString title = settings.value(\"window/title%1\").toString();")};
 
 const QStringList messages = {QStringLiteral("服务器今晚十点到十二点维护，请提前保存工作。"),
                               QStringLiteral("Could someone review my pull request before lunch?"),
@@ -57,24 +57,29 @@ void put(QPainter &painter, Page &page, int x, int baseline, const QString &line
 }
 } // namespace
 
-Page editor(const QSize &size, bool dark)
+Page editor(const QSize &size, bool dark, int firstLine, int typedLine)
 {
     const QColor ground = dark ? QColor(0x1e, 0x1e, 0x1e) : QColor(Qt::white);
     Page page{dark ? QStringLiteral("editor dark") : QStringLiteral("editor light"),
               blank(size, ground), QString()};
     QPainter painter(&page.picture);
     painter.setFont(fontOf(QStringLiteral("DejaVu Sans Mono"), 13));
-    const QList<QColor> inks = dark
-        ? QList<QColor>{QColor(0xd4, 0xd4, 0xd4), QColor(0x6a, 0x99, 0x55), QColor(0x56, 0x9c, 0xd6)}
-        : QList<QColor>{Qt::black, QColor(0x00, 0x80, 0x00), QColor(0x80, 0x00, 0x80)};
+    const QList<QColor> inks =
+        dark ? QList<QColor>{QColor(0xd4, 0xd4, 0xd4), QColor(0x6a, 0x99, 0x55),
+                             QColor(0x56, 0x9c, 0xd6)}
+             : QList<QColor>{Qt::black, QColor(0x00, 0x80, 0x00), QColor(0x80, 0x00, 0x80)};
     for (int i = 0; 40 + i * 17 < size.height() - 10; ++i) {
+        const int number = firstLine + i;
         painter.setPen(QColor(0x80, 0x80, 0x80));
-        put(painter, page, 20, 40 + i * 17, QString::number(100 + i));
-        painter.setPen(inks.at(i % inks.size()));
+        put(painter, page, 20, 40 + i * 17, QString::number(number));
+        painter.setPen(inks.at(number % inks.size()));
         for (int column = 0; 70 + (column + 1) * 620 < size.width(); ++column) {
-            const QString line = code.at((i + column) % code.size());
-            const QString numbered = line.contains(QLatin1String("%1")) ? line.arg(i + column) : line;
-            put(painter, page, 70 + column * 620, 40 + i * 17, numbered);
+            QString line = code.at((number + column) % code.size());
+            if (line.contains(QLatin1String("%1")))
+                line = line.arg(number + column);
+            if (number == typedLine && column == 0)
+                line += QStringLiteral(" // so");
+            put(painter, page, 70 + column * 620, 40 + i * 17, line);
         }
     }
     return page;
@@ -129,8 +134,9 @@ Page table(const QSize &size)
             painter.setPen(QColor(0xc0, 0xc0, 0xc0));
             painter.drawRect(place);
             painter.setPen(Qt::black);
-            const QString text = column == 0 ? words.at((row * 7 + 1) % words.size())
-                                             : QString::number((row * 37 + column * 11) * 3.7, 'f', 2);
+            const QString text = column == 0
+                                     ? words.at((row * 7 + 1) % words.size())
+                                     : QString::number((row * 37 + column * 11) * 3.7, 'f', 2);
             put(painter, page, place.left() + 5, place.bottom() - 7, text);
         }
     }
@@ -139,8 +145,8 @@ Page table(const QSize &size)
 
 std::vector<Page> all(const QSize &size)
 {
-    return {editor(size, false), editor(size, true), document(size, 16), document(size, 10),
-            chat(size),          table(size)};
+    return {editor(size, false), editor(size, true), document(size, 16),
+            document(size, 10),  chat(size),         table(size)};
 }
 
 QImage photograph(const QSize &size)

@@ -15,8 +15,9 @@ struct Page {
     QString text;   ///< what stands on it, words parted by white space
 };
 
-/// An editor, light or dark, full of code in monospaced type.
-Page editor(const QSize &size, bool dark);
+/// An editor, light or dark, full of code in monospaced type, scrolled to @p firstLine, with a few
+/// characters more at the end of @p typedLine.
+Page editor(const QSize &size, bool dark, int firstLine = 100, int typedLine = -1);
 /// Paragraphs in proportional type that fill the screen; @p pixelSize 10 is small print.
 Page document(const QSize &size, int pixelSize);
 /// Messages, Chinese and English by turns.
