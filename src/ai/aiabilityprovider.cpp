@@ -1,7 +1,6 @@
 #include "ai/aiabilityprovider.h"
 
 #include <QDebug>
-#include <QMutexLocker>
 
 AIAbilityProvider *AIAbilityProvider::getInstance()
 {
@@ -21,7 +20,7 @@ AIAbilityProvider::AIAbilityProvider() : m_pendingGuard(std::make_shared<Pending
 AIAbilityProvider::~AIAbilityProvider()
 {
     // The list goes before the manager, until whose end results still come.
-    const QMutexLocker lock(&m_pendingGuard->mutex);
+    const std::lock_guard<std::mutex> lock(m_pendingGuard->mutex);
     m_pendingGuard->isClosed = true;
 }
 
@@ -36,7 +35,7 @@ void AIAbilityProvider::connectRequests()
 void AIAbilityProvider::requestOCR(const QImage &image, const ScreenShotData &data)
 {
     {
-        const QMutexLocker lock(&m_pendingGuard->mutex);
+        const std::lock_guard<std::mutex> lock(m_pendingGuard->mutex);
         m_pendingScreenshots.append(data);
     }
     m_manager.getOCRTextDataAsync(image);
@@ -46,7 +45,7 @@ void AIAbilityProvider::onOCRResult(PendingGuard *guard, const QVector<OCRTextDa
 {
     ScreenShotData data;
     {
-        const QMutexLocker lock(&guard->mutex);
+        const std::lock_guard<std::mutex> lock(guard->mutex);
         if (guard->isClosed) {
             return;
         }

@@ -10,12 +10,12 @@
 
 #include <QImage>
 #include <QList>
-#include <QMutex>
 #include <QObject>
 #include <QString>
 #include <QVector>
 
 #include <memory>
+#include <mutex>
 
 class AIAbilityProvider : public QObject
 {
@@ -61,7 +61,7 @@ private:
     /// Keeps an append, a take and the list's end apart. Held by the result callback too, which
     /// may still run while the members go. Never locked during a request or an emission.
     struct PendingGuard {
-        QMutex mutex;
+        std::mutex mutex;
         bool isClosed = false;
     };
 

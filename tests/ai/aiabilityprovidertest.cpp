@@ -7,12 +7,12 @@
 #include "support/logcapture.h"
 #include "support/pictures.h"
 
-#include <QMutex>
 #include <QTest>
 #include <QThread>
 
 #include <atomic>
 #include <memory>
+#include <mutex>
 
 using CoreAiDouble::Line;
 using CoreAiDouble::Reading;
@@ -74,35 +74,35 @@ public:
     }
     int count() const
     {
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard<std::mutex> lock(m_mutex);
         return m_records.size();
     }
     ScreenShotData at(int index) const
     {
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard<std::mutex> lock(m_mutex);
         return m_records.at(index);
     }
     QStringList kinds() const
     {
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard<std::mutex> lock(m_mutex);
         return m_kinds;
     }
     bool wasOnThread(QThread *thread) const
     {
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard<std::mutex> lock(m_mutex);
         return m_threads.contains(thread);
     }
 
 private:
     void add(const QString &kind, const ScreenShotData &data)
     {
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard<std::mutex> lock(m_mutex);
         m_kinds << kind;
         m_records << data;
         m_threads << QThread::currentThread();
     }
 
-    mutable QMutex m_mutex;
+    mutable std::mutex m_mutex;
     QStringList m_kinds;
     QVector<ScreenShotData> m_records;
     QVector<QThread *> m_threads;
@@ -403,12 +403,12 @@ void TestAIAbilityProvider::theEndDropsWhatIsStillInFlight()
 void TestAIAbilityProvider::theSemanticModuleAnswersOnItsOwnThread()
 {
     const LogCapture log;
-    QMutex mutex;
+    std::mutex mutex;
     QStringList answers;
     {
         AIAbilityManager manager;
         manager.setImageSemanticResultCallback([&](const QString &summary) {
-            const QMutexLocker lock(&mutex);
+            const std::lock_guard<std::mutex> lock(mutex);
             answers << QThread::currentThread()->objectName() + QLatin1Char(':') + summary;
         });
         manager.getImageSemanticInfoAsync(QImage()); // ignored

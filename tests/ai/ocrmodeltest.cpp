@@ -8,11 +8,11 @@
 #include "support/logcapture.h"
 #include "support/pictures.h"
 
-#include <QMutex>
 #include <QTest>
 
 #include <algorithm>
 #include <memory>
+#include <mutex>
 
 using CoreAiDouble::Line;
 using CoreAiDouble::Reading;
@@ -33,29 +33,29 @@ public:
     OcrModel::ResultCallback callback()
     {
         return [this](const QVector<OCRTextData> &lines) {
-            const QMutexLocker lock(&m_mutex);
+            const std::lock_guard<std::mutex> lock(m_mutex);
             m_results.append(lines);
             m_threads.push_back(std::this_thread::get_id());
         };
     }
     int count() const
     {
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard<std::mutex> lock(m_mutex);
         return m_results.size();
     }
     QVector<OCRTextData> at(int index) const
     {
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard<std::mutex> lock(m_mutex);
         return m_results.at(index);
     }
     std::vector<std::thread::id> threads() const
     {
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard<std::mutex> lock(m_mutex);
         return m_threads;
     }
 
 private:
-    mutable QMutex m_mutex;
+    mutable std::mutex m_mutex;
     QVector<QVector<OCRTextData>> m_results;
     std::vector<std::thread::id> m_threads;
 };

@@ -24,7 +24,7 @@ void LogCapture::handle(QtMsgType level, const QMessageLogContext &context, cons
         return;
     }
     {
-        QMutexLocker lock(&capture->m_mutex);
+        const std::lock_guard<std::mutex> lock(capture->m_mutex);
         capture->m_entries.append({level, text});
     }
     if (capture->m_previous) {
@@ -34,7 +34,7 @@ void LogCapture::handle(QtMsgType level, const QMessageLogContext &context, cons
 
 QStringList LogCapture::texts() const
 {
-    QMutexLocker lock(&m_mutex);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     QStringList result;
     for (const Entry &entry : m_entries) {
         result.append(entry.text);
@@ -44,7 +44,7 @@ QStringList LogCapture::texts() const
 
 QStringList LogCapture::texts(QtMsgType level) const
 {
-    QMutexLocker lock(&m_mutex);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     QStringList result;
     for (const Entry &entry : m_entries) {
         if (entry.level == level) {
@@ -64,6 +64,6 @@ int LogCapture::count(QtMsgType level, const QString &part) const
 
 void LogCapture::clear()
 {
-    QMutexLocker lock(&m_mutex);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     m_entries.clear();
 }

@@ -24,6 +24,15 @@ Value get(Value State::*member)
     return state().*member;
 }
 
+QVector<QByteArray> bytesOf(std::vector<std::string> State::*member)
+{
+    QVector<QByteArray> bytes;
+    for (const std::string &input : get(member)) {
+        bytes << QByteArray::fromStdString(input);
+    }
+    return bytes;
+}
+
 void release(bool State::*member)
 {
     set(member, false);
@@ -52,14 +61,10 @@ State &state()
     return *state;
 }
 
-void note(const char *function, const QString &arguments)
+void note(const char *function, const std::string &arguments)
 {
-    QString call = QString::fromLatin1(function);
-    if (!arguments.isEmpty()) {
-        call += QLatin1Char(' ') + arguments;
-    }
     const Lock lock(state().mutex);
-    state().calls.append(call);
+    state().calls.push_back(arguments.empty() ? function : function + (' ' + arguments));
 }
 
 void awaitStart()
@@ -149,22 +154,26 @@ void failEmbeddings()
 
 QStringList calls()
 {
-    return get(&State::calls);
+    QStringList calls;
+    for (const std::string &call : get(&State::calls)) {
+        calls << QString::fromStdString(call);
+    }
+    return calls;
 }
 
 QVector<QByteArray> readPictures()
 {
-    return get(&State::readPictures);
+    return bytesOf(&State::readPictures);
 }
 
 QVector<QByteArray> embeddedPictures()
 {
-    return get(&State::embeddedPictures);
+    return bytesOf(&State::embeddedPictures);
 }
 
 QVector<QByteArray> embeddedTexts()
 {
-    return get(&State::embeddedTexts);
+    return bytesOf(&State::embeddedTexts);
 }
 
 int livingResults()

@@ -6,6 +6,8 @@
 
 #include <condition_variable>
 #include <mutex>
+#include <string>
+#include <vector>
 
 namespace CoreAiDouble
 {
@@ -24,17 +26,19 @@ struct State {
     Reader reader;
     Embedder embedder;
 
-    QStringList calls;
-    QVector<QByteArray> readPictures;
-    QVector<QByteArray> embeddedPictures;
-    QVector<QByteArray> embeddedTexts;
+    // Not in Qt's containers: those share what they hold with the copies that they give away, and
+    // the thread sanitizer does not see all of their counting.
+    std::vector<std::string> calls;
+    std::vector<std::string> readPictures;
+    std::vector<std::string> embeddedPictures;
+    std::vector<std::string> embeddedTexts;
     int livingResults = 0;
 };
 
 /// Never destroyed: sessions that belong to static objects use it until the process ends.
 State &state();
 
-void note(const char *function, const QString &arguments = QString());
+void note(const char *function, const std::string &arguments = std::string());
 
 /// Returns when starts are not, or no longer, held.
 void awaitStart();

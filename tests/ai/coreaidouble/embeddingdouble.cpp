@@ -18,12 +18,12 @@ struct _EmbeddingResult {
 
 namespace
 {
-bool embed(const QByteArray &input, QVector<QByteArray> *inputs, EmbeddingResult **result)
+bool embed(const QByteArray &input, std::vector<std::string> *inputs, EmbeddingResult **result)
 {
     CoreAiDouble::Embedder embedder;
     {
         const std::lock_guard<std::mutex> lock(state().mutex);
-        inputs->append(input);
+        inputs->push_back(input.toStdString());
         if (state().failsEmbeddings) {
             return false;
         }

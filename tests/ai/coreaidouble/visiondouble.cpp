@@ -6,6 +6,7 @@
 #include "coreai/coreaivision.h"
 
 #include <deque>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -31,11 +32,11 @@ struct _TextRecognitionSession {
     ~_TextRecognitionSession();
 
     void answerAll();
-    void answer(const QByteArray &picture);
+    void answer(const std::string &picture);
 
     // Both under the script's lock, as is what follows them.
     bool isEnding = false;
-    std::deque<QByteArray> pictures;
+    std::deque<std::string> pictures;
     TextRecognitionCallback callback = nullptr;
     void *userData = nullptr;
     std::thread thread; ///< last, so that it starts when the rest is there
@@ -61,7 +62,7 @@ void _TextRecognitionSession::answerAll()
         if (isEnding) {
             return;
         }
-        const QByteArray picture = pictures.front();
+        const std::string picture = pictures.front();
         pictures.pop_front();
         lock.unlock();
         answer(picture);
@@ -69,14 +70,14 @@ void _TextRecognitionSession::answerAll()
     }
 }
 
-void _TextRecognitionSession::answer(const QByteArray &picture)
+void _TextRecognitionSession::answer(const std::string &picture)
 {
     std::unique_lock<std::mutex> lock(state().mutex);
     const CoreAiDouble::Reader reader = state().reader;
     const TextRecognitionCallback receiver = callback;
     void *const receiverData = userData;
     lock.unlock();
-    const CoreAiDouble::Reading reading = reader(picture);
+    const CoreAiDouble::Reading reading = reader(QByteArray::fromStdString(picture));
     if (!receiver) {
         return;
     }
@@ -117,13 +118,13 @@ TextRecognitionModelConfig *text_recognition_model_config_create()
 void text_recognition_model_config_set_name(TextRecognitionModelConfig * /*config*/,
                                             const char *name)
 {
-    note(__func__, QString::fromUtf8(name));
+    note(__func__, name);
 }
 
 void text_recognition_model_config_set_deploy_type(TextRecognitionModelConfig * /*config*/,
                                                    int32_t type)
 {
-    note(__func__, QString::number(type));
+    note(__func__, std::to_string(type));
 }
 
 void text_recognition_set_model_config(TextRecognitionSession * /*session*/,
@@ -157,10 +158,10 @@ void text_recognition_recognize_text_from_image_data_async(TextRecognitionSessio
                                                            const uint8_t *data, uint64_t size)
 {
     note(__func__);
-    const QByteArray picture(reinterpret_cast<const char *>(data), static_cast<int>(size));
+    const std::string picture(reinterpret_cast<const char *>(data), size);
     {
         const std::lock_guard<std::mutex> lock(state().mutex);
-        state().readPictures.append(picture);
+        state().readPictures.push_back(picture);
         session->pictures.push_back(picture);
     }
     state().released.notify_all();
