@@ -15,12 +15,13 @@ constexpr std::int64_t FORMAT_VERSION = 1;
 
 // NORMAL syncs the file only where the log is folded into it: a commit is one write to the log, in
 // the kernel's hands and so safe from a kill. EXCLUSIVE keeps every other process out.
-// secure_delete overwrites what was deleted.
+// secure_delete overwrites what was deleted. Nothing is to lie in a folder for temporary files.
 constexpr char SETTINGS[] = "PRAGMA locking_mode=EXCLUSIVE;"
                             "PRAGMA journal_mode=WAL;"
                             "PRAGMA synchronous=NORMAL;"
                             "PRAGMA secure_delete=ON;"
                             "PRAGMA journal_size_limit=16777216;"
+                            "PRAGMA temp_store=MEMORY;"
                             "PRAGMA cell_size_check=ON;";
 constexpr char CREATE_STORE[] =
     "CREATE TABLE store (identity TEXT NOT NULL);"

@@ -10,6 +10,10 @@ namespace VectorDB
 {
 namespace
 {
+// Up to this many rows are quickly written to a new file, which is how the others are wiped then:
+// overwriting 150,000 rows takes eight seconds.
+constexpr std::size_t LITTLE = 2000;
+
 std::string tableOf(const CollectionDefinition &definition)
 {
     return "rows_" + std::to_string(definition.number);
@@ -86,21 +90,40 @@ Status RowStore::remove(const CollectionDefinition &definition, const RangeFilte
         return sqliteFailure(handle, doing);
     }
     select.reset();
-    SqliteStatement erase(handle, "DELETE" + rangeOf(definition, filter));
-    erase.bind(1, filter.lower);
-    erase.bind(2, filter.upper);
-    if (erase.step() != SQLITE_DONE) {
-        return sqliteFailure(handle, doing);
-    }
-    erase.reset();
-    if (Status status = transaction.commit(); !status.IsOk()) {
+    std::vector<std::int64_t> all;
+    std::int64_t greatest = 0;
+    if (Status status = rowIds(definition, all, greatest); !status.IsOk()) {
         return status;
     }
-    if (!removed.rowIds.empty()) {
-        // The log still holds the rows as they were inserted. The deletion stands either way.
+    const bool leavesLittle =
+        all.size() - removed.rowIds.size() <= LITTLE && removed.rowIds.size() > LITTLE;
+    if (leavesLittle) {
+        sqlite3_exec(handle, "PRAGMA secure_delete=OFF", nullptr, nullptr, nullptr);
+    }
+    // Without a condition whole tables are let go and no row is looked at.
+    const bool leavesNothing = all.size() == removed.rowIds.size();
+    SqliteStatement erase(handle, leavesNothing ? "DELETE FROM " + tableOf(definition)
+                                                : "DELETE" + rangeOf(definition, filter));
+    if (!leavesNothing) {
+        erase.bind(1, filter.lower);
+        erase.bind(2, filter.upper);
+    }
+    Status status = erase.step() == SQLITE_DONE ? Status() : sqliteFailure(handle, doing);
+    erase.reset();
+    if (status.IsOk()) {
+        status = transaction.commit();
+    }
+    // From here on the deletion stands, whatever becomes of the rest.
+    if (leavesLittle) {
+        sqlite3_exec(handle,
+                     status.IsOk() ? "VACUUM; PRAGMA secure_delete=ON" : "PRAGMA secure_delete=ON",
+                     nullptr, nullptr, nullptr);
+    }
+    if (status.IsOk() && !removed.rowIds.empty()) {
+        // The log still holds the rows as they were inserted.
         sqlite3_wal_checkpoint_v2(handle, nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
     }
-    return {};
+    return status;
 }
 
 Status RowStore::rowIds(const CollectionDefinition &definition, std::vector<std::int64_t> &ids,

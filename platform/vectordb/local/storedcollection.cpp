@@ -14,6 +14,7 @@ namespace
 // Dead rows cost a look each; from this share on a new file is worth its making.
 constexpr std::size_t DEAD_SHARE = 4;
 constexpr std::size_t DEAD_ALLOWED = 1024;
+constexpr std::size_t FEW_ROWS = 2000;
 } // namespace
 
 StoredCollection::StoredCollection(RowStore &rows, CollectionDefinition definition,
@@ -159,7 +160,12 @@ Status StoredCollection::remove(const std::string &filter, DmlResults &results)
     if (Status status = m_rows.remove(m_definition, *range, removed); !status.IsOk()) {
         return status;
     }
-    matrix()->erase(removed.rowIds);
+    const std::shared_ptr<MatrixFile> target = matrix();
+    target->hide(removed.rowIds);
+    // Where little is left a new file costs less than overwriting the old one.
+    if (removed.rowIds.size() <= FEW_ROWS || target->livingRows() > FEW_ROWS || !rebuild().IsOk()) {
+        target->wipe(removed.rowIds);
+    }
     results.SetIdArray(IDArray(std::move(removed.keys)));
     return {};
 }

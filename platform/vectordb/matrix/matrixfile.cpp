@@ -131,7 +131,8 @@ bool MatrixFile::adopt(const std::vector<std::int64_t> &rowIds, std::int64_t gre
     if (matched != rowIds.size()) {
         return false;
     }
-    erase(gone);
+    hide(gone);
+    wipe(gone);
     return true;
 }
 
@@ -191,31 +192,30 @@ void MatrixFile::publish()
     m_staged = 0;
 }
 
-void MatrixFile::erase(const std::vector<std::int64_t> &rowIds)
+void MatrixFile::hide(const std::vector<std::int64_t> &rowIds)
 {
-    std::vector<std::size_t> rows;
-    for (const std::int64_t rowId : rowIds) {
-        const std::size_t row = find(rowId);
-        if (row != NONE) {
-            rows.push_back(row);
-            (*m_segments)[row / SEGMENT_ROWS]->setAlive(row % SEGMENT_ROWS, false);
-        }
+    for (const std::size_t row : find(rowIds)) {
+        MatrixSegment &segment = *(*m_segments)[row / SEGMENT_ROWS];
+        m_dead += segment.isAlive(row % SEGMENT_ROWS) ? 1 : 0;
+        segment.setAlive(row % SEGMENT_ROWS, false);
     }
-    m_dead += rows.size();
+}
+
+void MatrixFile::wipe(const std::vector<std::int64_t> &rowIds)
+{
+    const std::vector<std::size_t> rows = find(rowIds);
     for (std::size_t first = 0; first < rows.size();) {
         std::size_t last = first;
         while (last + 1 < rows.size() && rows[last + 1] == rows[last] + 1 &&
                rows[last + 1] % SEGMENT_ROWS != 0) {
             ++last;
         }
-        wipe(rows[first], rows[last]);
+        wipeRun(rows[first], rows[last]);
         first = last + 1;
     }
 }
 
-// A wipe that fails leaves dead rows readable in the file until it is next built anew; they are
-// searched no more either way.
-void MatrixFile::wipe(std::size_t first, std::size_t last)
+void MatrixFile::wipeRun(std::size_t first, std::size_t last)
 {
     const std::size_t start = startOf(first);
     const std::size_t slot = first % SEGMENT_ROWS;
@@ -243,6 +243,18 @@ MatrixSnapshot MatrixFile::snapshot() const
 {
     const std::lock_guard<std::mutex> lock(m_snapshotMutex);
     return {m_segments, m_rows};
+}
+
+std::vector<std::size_t> MatrixFile::find(const std::vector<std::int64_t> &rowIds) const
+{
+    std::vector<std::size_t> rows;
+    for (const std::int64_t rowId : rowIds) {
+        const std::size_t row = find(rowId);
+        if (row != NONE) {
+            rows.push_back(row);
+        }
+    }
+    return rows;
 }
 
 std::size_t MatrixFile::find(std::int64_t rowId) const

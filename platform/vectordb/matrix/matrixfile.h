@@ -53,14 +53,19 @@ public:
     void publish();
     void dropStaged() { m_staged = 0; }
 
-    /// Takes the rows of @p rowIds (ascending) out of every search, then wipes them from the file.
-    void erase(const std::vector<std::int64_t> &rowIds);
+    /// Takes the rows of @p rowIds (ascending) out of every search, those that run included.
+    void hide(const std::vector<std::int64_t> &rowIds);
+
+    /// Overwrites hidden rows. One that fails leaves its row readable in the file until that is
+    /// next built anew.
+    void wipe(const std::vector<std::int64_t> &rowIds);
 
     MatrixSnapshot snapshot() const;
     const MatrixLayout &layout() const { return m_layout; }
 
-    /// Rows that take room and are searched no more.
+    /// Rows that take room and are searched no more, and those that are searched.
     std::size_t deadRows() const { return m_dead; }
+    std::size_t livingRows() const { return m_rows - m_dead; }
 
 private:
     MatrixFile(int file, const MatrixLayout &layout) : m_file(file), m_layout(layout) {}
@@ -69,7 +74,8 @@ private:
     Status addSegment();
     std::size_t find(std::int64_t rowId) const;
     const char *card(std::size_t row) const;
-    void wipe(std::size_t first, std::size_t last);
+    std::vector<std::size_t> find(const std::vector<std::int64_t> &rowIds) const;
+    void wipeRun(std::size_t first, std::size_t last);
     void clear(std::size_t offset, std::size_t bytes);
     std::size_t startOf(std::size_t row) const;
 

@@ -11,9 +11,7 @@ namespace VectorDB
 namespace
 {
 constexpr int ROW_STEPS = 127;
-constexpr int QUERY_PART = 128;
-// 127 * 128: the high part then fits 8 bits.
-constexpr int QUERY_STEPS = ROW_STEPS * QUERY_PART;
+constexpr int QUERY_STEPS = 127 * 128; // finer ones would not fit the 32 bits of a sum of 1024
 
 // A float no less than value, with room for the rounding of the sums behind it.
 float roundedUp(double value)
@@ -71,8 +69,6 @@ QueryCode encodeQuery(const std::vector<float> &vector)
     QueryCode query;
     query.unit.resize(dimension);
     query.codes.resize(dimension);
-    query.high.resize(dimension);
-    query.low.resize(dimension);
     const double length = lengthOf(vector.data(), dimension);
     if (length == 0.0) {
         return query;
@@ -90,9 +86,6 @@ QueryCode encodeQuery(const std::vector<float> &vector)
         squares += left * left;
         query.unit[i] = unit;
         query.codes[i] = static_cast<std::int16_t>(code);
-        const int high = static_cast<int>(std::nearbyint(double(code) / QUERY_PART));
-        query.high[i] = static_cast<std::int8_t>(high);
-        query.low[i] = static_cast<std::int8_t>(code - high * QUERY_PART);
     }
     query.error = std::sqrt(squares) * (1.0 + 1e-6);
     return query;

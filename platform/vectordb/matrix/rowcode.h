@@ -27,10 +27,8 @@ struct RowScale {
 RowScale encodeRow(const float *vector, std::size_t dimension, std::int8_t *codes);
 
 struct QueryCode {
-    std::vector<double> unit;        ///< the query at length 1, or zeros
-    std::vector<std::int16_t> codes; ///< 128 * high + low
-    std::vector<std::int8_t> high;   ///< -127 to 127
-    std::vector<std::int8_t> low;    ///< -64 to 64
+    std::vector<double> unit; ///< the query at length 1, or zeros
+    std::vector<std::int16_t> codes;
     double scale = 0.0;
     double error = 0.0; ///< no less than |f|
 };

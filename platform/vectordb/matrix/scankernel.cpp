@@ -70,7 +70,7 @@ bool hasAvx2()
 #endif
 } // namespace
 
-ScanKernel plainScanKernel()
+ScanKernel scanKernel()
 {
 #if defined(__x86_64__)
     if (hasAvx2()) {
@@ -80,10 +80,9 @@ ScanKernel plainScanKernel()
     return scanAnywhere;
 }
 
-ScanKernel scanKernel()
+ScanKernel portableScanKernel()
 {
-    static const ScanKernel best = numKongScanKernel() ? numKongScanKernel() : plainScanKernel();
-    return best;
+    return scanAnywhere;
 }
 
 ExactSums exactSums(const float *row, const double *query, std::size_t dimension)

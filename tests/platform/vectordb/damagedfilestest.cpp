@@ -1,0 +1,369 @@
+// What is left of a store whose files are damaged, old, missing or on a full disk.
+
+#include "vectorworld.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+#include <algorithm>
+#include <csignal>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace VectorWorld;
+using VectorDB::StatusCode;
+
+namespace
+{
+constexpr std::size_t DIMENSION = 64;
+constexpr long ROWS = 1500; // two segments
+
+std::vector<Row> rowsFrom(long first, long last)
+{
+    std::vector<Row> rows;
+    for (long number = first; number <= last; ++number) {
+        rows.push_back(row(number, randomVector(DIMENSION, static_cast<unsigned>(number))));
+    }
+    return rows;
+}
+
+QByteArray content(const QString &path)
+{
+    QFile file(path);
+    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void write(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    if (!file.open(QFile::WriteOnly) || file.write(bytes) != bytes.size()) {
+        qFatal("cannot write %s", qPrintable(path));
+    }
+}
+
+void flip(const QString &path, qint64 position, qint64 bytes)
+{
+    QByteArray all = content(path);
+    for (qint64 i = position; i < position + bytes; ++i) {
+        all[static_cast<int>(i)] = static_cast<char>(all[static_cast<int>(i)] ^ 0x5a);
+    }
+    write(path, all);
+}
+
+int code(StatusCode code)
+{
+    return static_cast<int>(code);
+}
+} // namespace
+
+class DamagedFilesTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+
+    void aDamagedMatrixIsBuiltAnew_data();
+    void aDamagedMatrixIsBuiltAnew();
+    void anOlderMatrixIsBuiltAnew();
+    void aMatrixWithDeletedRowsDoesNotBringThemBack();
+    void theMatrixOfAnotherStoreIsBuiltAnew();
+    void aHalfBuiltMatrixIsBuiltAnew();
+    void damageWhileTheStoreIsOpenIsRepaired();
+
+    void damagedRowsAreRefusedAndLeftAlone_data();
+    void damagedRowsAreRefusedAndLeftAlone();
+    void deletedRowsAreWipedFromEveryFile_data();
+    void deletedRowsAreWipedFromEveryFile();
+    void manyDeletionsAreCompacted();
+
+    void aFullDiskStoresNothingByHalves();
+    void aLimitOnFilesStoresNothingByHalves();
+    void aFolderThatCannotBeMadeIsAnError();
+
+private:
+    void fill();
+    void check(const std::vector<Row> &rows);
+
+    std::unique_ptr<QTemporaryDir> m_directory;
+};
+
+void DamagedFilesTest::init()
+{
+    m_directory = std::make_unique<QTemporaryDir>();
+}
+
+void DamagedFilesTest::fill()
+{
+    const auto database = open(m_directory->path(), DIMENSION);
+    QVERIFY(database && insert(*database, rowsFrom(1, ROWS)).IsOk());
+}
+
+// That a start finds exactly those rows, ranks them right and takes more.
+void DamagedFilesTest::check(const std::vector<Row> &rows)
+{
+    const auto database = open(m_directory->path(), DIMENSION);
+    QVERIFY(database);
+    const std::vector<float> query = randomVector(DIMENSION, 77777);
+    QVERIFY(search(*database, query, 10000).ids == bruteForce(rows, query, 10000).ids);
+    QVERIFY(insert(*database, rowsFrom(100000, 100000)).IsOk());
+    QCOMPARE(search(*database, query, 10000).ids.size(), rows.size() + 1);
+}
+
+void DamagedFilesTest::aDamagedMatrixIsBuiltAnew_data()
+{
+    QTest::addColumn<qint64>("position"); // negative: from the end
+    QTest::addColumn<qint64>("bytes");    // 0: cut there
+    QTest::newRow("first byte") << qint64{0} << qint64{1};
+    QTest::newRow("version") << qint64{12} << qint64{1};
+    QTest::newRow("store") << qint64{20} << qint64{1};
+    QTest::newRow("generation") << qint64{56} << qint64{1};
+    QTest::newRow("first card") << qint64{4096} << qint64{1};
+    QTest::newRow("number of a row") << qint64{4096 + 128 + 8} << qint64{1};
+    QTest::newRow("name in a card") << qint64{4096 + 5 * 128 + 80} << qint64{1};
+    QTest::newRow("codes") << qint64{4096 + 131072 + 10 * 64} << qint64{1};
+    QTest::newRow("floats") << qint64{4096 + 131072 + 65536 + 1000 * 256 + 3} << qint64{1};
+    QTest::newRow("everything") << qint64{0} << qint64{900000};
+    QTest::newRow("zeros at its end") << qint64{-4096} << qint64{0};
+    QTest::newRow("cut to one segment") << qint64{-(131072 + 65536 + 262144)} << qint64{0};
+    QTest::newRow("cut to its head") << qint64{4096} << qint64{0};
+    QTest::newRow("empty") << qint64{0} << qint64{0};
+    QTest::newRow("gone") << qint64{-1} << qint64{-1};
+}
+
+void DamagedFilesTest::aDamagedMatrixIsBuiltAnew()
+{
+    QFETCH(qint64, position);
+    QFETCH(qint64, bytes);
+    fill();
+    const QString path = matrixFile(m_directory->path());
+    const QByteArray before = content(path);
+    QCOMPARE(before.size(), 4096 + 2 * (131072 + 65536 + 262144));
+    if (bytes < 0) {
+        QVERIFY(QFile::remove(path));
+    } else if (bytes == 0) {
+        QVERIFY(QFile::resize(path, position < 0 ? before.size() + position : position));
+    } else {
+        flip(path, position, bytes);
+    }
+    check(rowsFrom(1, ROWS));
+}
+
+void DamagedFilesTest::anOlderMatrixIsBuiltAnew()
+{
+    fill();
+    const QByteArray old = content(matrixFile(m_directory->path()));
+    {
+        const auto database = open(m_directory->path(), DIMENSION);
+        QVERIFY(insert(*database, rowsFrom(ROWS + 1, ROWS + 10)).IsOk());
+    }
+    write(matrixFile(m_directory->path()), old);
+    check(rowsFrom(1, ROWS + 10));
+}
+
+void DamagedFilesTest::aMatrixWithDeletedRowsDoesNotBringThemBack()
+{
+    fill();
+    const QByteArray old = content(matrixFile(m_directory->path()));
+    {
+        const auto database = open(m_directory->path(), DIMENSION);
+        QCOMPARE(erase(*database, 101, ROWS), static_cast<int>(ROWS) - 100);
+    }
+    write(matrixFile(m_directory->path()), old);
+    check(rowsFrom(1, 100));
+}
+
+void DamagedFilesTest::theMatrixOfAnotherStoreIsBuiltAnew()
+{
+    fill();
+    const QTemporaryDir other;
+    {
+        const auto database = open(other.path(), DIMENSION);
+        std::vector<Row> rows = rowsFrom(1, ROWS);
+        std::reverse(rows.begin(), rows.end());
+        QVERIFY(insert(*database, rows).IsOk());
+    }
+    write(matrixFile(m_directory->path()), content(matrixFile(other.path())));
+    check(rowsFrom(1, ROWS));
+}
+
+void DamagedFilesTest::aHalfBuiltMatrixIsBuiltAnew()
+{
+    fill();
+    const QString path = matrixFile(m_directory->path());
+    QVERIFY(QFile::rename(path, path + QStringLiteral(".new"))); // killed before its last step
+    check(rowsFrom(1, ROWS));
+    QVERIFY(!QFile::exists(path + QStringLiteral(".new")));
+}
+
+void DamagedFilesTest::damageWhileTheStoreIsOpenIsRepaired()
+{
+    fill();
+    const auto database = open(m_directory->path(), DIMENSION);
+    QFile file(matrixFile(m_directory->path()));
+    QVERIFY(file.open(QFile::ReadWrite));
+    QVERIFY(file.seek(4096 + 131072 + 64));
+    QVERIFY(file.write(QByteArray(640, 'x')) == 640);
+    file.close();
+    const std::vector<float> query = randomVector(DIMENSION, 77777);
+    QVERIFY(search(*database, query, 50).ids == bruteForce(rowsFrom(1, ROWS), query, 50).ids);
+    QVERIFY(insert(*database, rowsFrom(ROWS + 1, ROWS + 1)).IsOk());
+    QVERIFY(search(*database, query, 50).ids == bruteForce(rowsFrom(1, ROWS + 1), query, 50).ids);
+}
+
+void DamagedFilesTest::damagedRowsAreRefusedAndLeftAlone_data()
+{
+    QTest::addColumn<qint64>("position");
+    QTest::addColumn<qint64>("bytes"); // 0: cut there; negative: all of it replaced
+    QTest::newRow("head") << qint64{0} << qint64{16};
+    QTest::newRow("whole first page") << qint64{0} << qint64{4096};
+    QTest::newRow("another file") << qint64{0} << qint64{-1};
+    QTest::newRow("cut short") << qint64{10000} << qint64{0};
+    QTest::newRow("pages of the schema") << qint64{100} << qint64{3000};
+}
+
+void DamagedFilesTest::damagedRowsAreRefusedAndLeftAlone()
+{
+    QFETCH(qint64, position);
+    QFETCH(qint64, bytes);
+    fill();
+    const QString path = rowsFile(m_directory->path());
+    if (bytes < 0) {
+        write(path, QByteArray("not a database, but somebody's notes\n").repeated(200));
+    } else if (bytes == 0) {
+        QVERIFY(QFile::resize(path, position));
+    } else {
+        flip(path, position, bytes);
+    }
+    const QByteArray damaged = content(path);
+    Status status;
+    QVERIFY(!open(m_directory->path(), DIMENSION, &status));
+    QCOMPARE(status.Code(), code(StatusCode::STORE_DAMAGED));
+    QVERIFY2(status.Message().find(path.toStdString()) != std::string::npos,
+             status.Message().c_str());
+    QVERIFY(content(path) == damaged);
+}
+
+void DamagedFilesTest::deletedRowsAreWipedFromEveryFile_data()
+{
+    QTest::addColumn<long>("kept");
+    QTest::newRow("some of many") << 3000L;
+    QTest::newRow("nearly all") << 5L;
+    QTest::newRow("all") << 0L;
+}
+
+void DamagedFilesTest::deletedRowsAreWipedFromEveryFile()
+{
+    QFETCH(long, kept);
+    const auto database = open(m_directory->path(), DIMENSION);
+    QVERIFY(database);
+    std::vector<Row> rows = rowsFrom(1, kept + 2500);
+    for (long number = kept; number < kept + 2500; ++number) {
+        rows[static_cast<std::size_t>(number)].videoName = "marked-for-deletion";
+        rows[static_cast<std::size_t>(number)].vector.assign(DIMENSION, 12345.678F);
+    }
+    QVERIFY(insert(*database, rows).IsOk());
+    const float value = 12345.678F;
+    const QByteArray vector =
+        QByteArray(reinterpret_cast<const char *>(&value), sizeof(value)).repeated(8);
+    const auto remains = [&] {
+        int count = 0;
+        const QDir directory(m_directory->path());
+        for (const QString &file : directory.entryList(QDir::Files)) {
+            const QByteArray all = content(directory.filePath(file));
+            count += all.count(vector) + all.count("marked-for-deletion");
+        }
+        return count;
+    };
+    QVERIFY(remains() >= 2500);
+    QCOMPARE(erase(*database, kept + 1, kept + 2500), 2500);
+    QCOMPARE(remains(), 0);
+    QCOMPARE(search(*database, rows.front().vector, 10000).ids.size(),
+             static_cast<std::size_t>(kept));
+}
+
+void DamagedFilesTest::manyDeletionsAreCompacted()
+{
+    const QString path = matrixFile(m_directory->path());
+    {
+        const auto database = open(m_directory->path(), DIMENSION);
+        QVERIFY(insert(*database, rowsFrom(1, 9000)).IsOk());
+        QCOMPARE(erase(*database, 1, 6000), 6000);
+    }
+    const qint64 before = QFile(path).size();
+    check(rowsFrom(6001, 9000));
+    QVERIFY(QFile(path).size() < before / 2);
+}
+
+void DamagedFilesTest::aFullDiskStoresNothingByHalves()
+{
+    const QByteArray place = QFile::encodeName(m_directory->path());
+    if (geteuid() != 0 || mount("tmpfs", place.constData(), "tmpfs", 0, "size=3m,mode=0700") != 0) {
+        QSKIP("only root may mount a small disk");
+    }
+    std::size_t stored = 0;
+    Status status;
+    {
+        const auto database = open(m_directory->path(), DIMENSION);
+        for (long number = 1; database && status.IsOk() && number < 5000; number += 20) {
+            status = insert(*database, rowsFrom(number, number + 19));
+            stored += status.IsOk() ? 20 : 0;
+        }
+        const bool isWhole =
+            database && search(*database, randomVector(DIMENSION, 5), 10000).ids.size() == stored;
+        if (!isWhole) {
+            stored = 0;
+        }
+    }
+    std::size_t after = 0;
+    {
+        const auto database = open(m_directory->path(), DIMENSION);
+        after = database ? search(*database, randomVector(DIMENSION, 5), 10000).ids.size() : 0;
+    }
+    umount2(place.constData(), MNT_DETACH);
+    QCOMPARE(status.Code(), code(StatusCode::STORE_FULL));
+    QVERIFY(!status.Message().empty());
+    QVERIFY(stored > 0);
+    QCOMPARE(after, stored);
+}
+
+void DamagedFilesTest::aLimitOnFilesStoresNothingByHalves()
+{
+    const auto database = open(m_directory->path(), DIMENSION);
+    QVERIFY(database && insert(*database, rowsFrom(1, 20)).IsOk());
+    rlimit former{};
+    getrlimit(RLIMIT_FSIZE, &former);
+    rlimit small = former;
+    small.rlim_cur = 300000; // below what the log of the rows comes to
+    const auto handler = signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &small);
+    Status status;
+    std::size_t stored = 20;
+    for (long number = 21; status.IsOk() && number < 5000; number += 20) {
+        status = insert(*database, rowsFrom(number, number + 19));
+        stored += status.IsOk() ? 20 : 0;
+    }
+    const std::size_t found = search(*database, randomVector(DIMENSION, 5), 10000).ids.size();
+    setrlimit(RLIMIT_FSIZE, &former);
+    signal(SIGXFSZ, handler);
+    QCOMPARE(status.Code(), code(StatusCode::STORE_FULL));
+    QCOMPARE(found, stored);
+    QVERIFY(insert(*database, rowsFrom(9000, 9001)).IsOk()); // room again
+    QCOMPARE(search(*database, randomVector(DIMENSION, 5), 10000).ids.size(), stored + 2);
+}
+
+void DamagedFilesTest::aFolderThatCannotBeMadeIsAnError()
+{
+    write(m_directory->filePath(QStringLiteral("file")), "x");
+    Status status;
+    QVERIFY(!open(m_directory->filePath(QStringLiteral("file/store")), DIMENSION, &status));
+    QCOMPARE(status.Code(), code(StatusCode::IO_ERROR));
+    QVERIFY(!open(m_directory->filePath(QStringLiteral("file")), DIMENSION, &status));
+    QCOMPARE(status.Code(), code(StatusCode::IO_ERROR));
+}
+
+QTEST_GUILESS_MAIN(DamagedFilesTest)
+#include "damagedfilestest.moc"
