@@ -5,6 +5,18 @@
 
 namespace coreai
 {
+namespace
+{
+size_t bestClass(const float *row, size_t classes)
+{
+    // Most steps are blanks, and nothing else can be likelier than more than a half.
+    if (row[0] > 0.5F) {
+        return 0;
+    }
+    return size_t(std::max_element(row, row + classes) - row);
+}
+} // namespace
+
 CtcText::CtcText(const std::string &characters)
 {
     m_classes.emplace_back();
@@ -22,11 +34,10 @@ LineText CtcText::decode(const float *probabilities, size_t steps) const
     int kept = 0;
     for (size_t step = 0; step < steps; ++step) {
         const float *row = probabilities + step * classes();
-        const float *best = std::max_element(row, row + classes());
-        const size_t index = size_t(best - row);
+        const size_t index = bestClass(row, classes());
         if (index != 0 && index != before) {
             line.text += m_classes[index];
-            line.confidence += *best;
+            line.confidence += row[index];
             ++kept;
         }
         before = index;

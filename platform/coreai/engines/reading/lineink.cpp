@@ -11,8 +11,10 @@ namespace
 {
 // Grey levels; below it lie compression noise and gradients of backgrounds.
 constexpr int leastContrast = 24;
-// Of the line's height: narrower gaps stand between letters, wider ones between words.
-constexpr double wordGap = 0.2;
+// Blank columns between words, of the line's height. Where a line is cut, the widest gap of a
+// stretch was chosen, which lies between letters only where there are no words.
+constexpr double wordGap = 0.12;
+constexpr int leastWordGap = 2;
 
 // How much each column differs within itself or from the one before it.
 std::vector<int> columnContrasts(const cv::Mat &line)
@@ -124,7 +126,9 @@ std::vector<LinePart> lineParts(const cv::Mat &line, int widest)
         if (right - left > widest) {
             right = cutColumn(contrasts, left, widest);
         }
-        parts.push_back({left, right - left, !parts.empty() && left - end >= wordGap * line.rows});
+        const bool newWord =
+            !parts.empty() && left - end >= std::max(double(leastWordGap), wordGap * line.rows);
+        parts.push_back({left, right - left, newWord});
         left = end = right;
     }
 }

@@ -20,6 +20,27 @@ std::string characterList(const ov::Model &model)
 {
     return model.get_rt_info<std::string>("framework", "character");
 }
+
+// Chinese, Japanese and Korean put no blanks between words: U+3000 and above, of three bytes.
+bool isIdeographic(unsigned char firstByte)
+{
+    return firstByte >= 0xe3;
+}
+
+bool startsWithWord(const std::string &text)
+{
+    return !text.empty() && !isIdeographic(static_cast<unsigned char>(text.front()));
+}
+
+bool endsWithWord(const std::string &text)
+{
+    const auto continues = [&](size_t at) { return (text[at] & 0xc0) == 0x80; };
+    size_t last = text.empty() ? 0 : text.size() - 1;
+    while (last > 0 && continues(last)) {
+        --last;
+    }
+    return !text.empty() && !isIdeographic(static_cast<unsigned char>(text[last]));
+}
 } // namespace
 
 struct OpenVinoLineRecognizer::Network {
@@ -95,7 +116,7 @@ LineText OpenVinoLineRecognizer::read(const cv::Mat &line)
         for (const LinePart &part : lineParts(line, widestPart(line.rows))) {
             const LineText read =
                 m_network->readPart(line.colRange(part.left, part.left + part.width));
-            if (part.newWord && !answer.text.empty() && !read.text.empty()) {
+            if (part.newWord && endsWithWord(answer.text) && startsWithWord(read.text)) {
                 answer.text += ' ';
             }
             answer.text += read.text;

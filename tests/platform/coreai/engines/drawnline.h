@@ -5,7 +5,7 @@
 #include <QImage>
 #include <QString>
 
-#include <opencv2/core/mat.hpp>
+#include <opencv2/core.hpp>
 
 struct DrawnLine {
     QString text;

@@ -1,5 +1,5 @@
-// Each engine that reads lines, on lines drawn here: what is read, that it is a function of the
-// bitmap alone, and what becomes of bitmaps that hold no line.
+// The neural engine that reads lines, on lines drawn here: what is read, that it is a function of
+// the bitmap alone, and what becomes of bitmaps that hold no line.
 
 #include "coreai/engines/modelfolders.h"
 #include "coreai/engines/reading/loadlinerecognizer.h"
@@ -49,18 +49,14 @@ private Q_SLOTS:
     void whatHoldsNoLineGivesNoText();
     void whatIsNoTextIsSurvived_data();
     void whatIsNoTextIsSurvived();
-    void theFallbackReadsEnglishAndChinese_data();
-    void theFallbackReadsEnglishAndChinese();
 
 private:
     std::unique_ptr<LineRecognizer> m_engine;
-    std::unique_ptr<LineRecognizer> m_fallback;
 };
 
 void LineRecognizerTest::initTestCase()
 {
     m_engine = loadLineRecognizer(ModelFolders::standard());
-    m_fallback = loadLineRecognizer(ModelFolders::standard(), LineEngine::Tesseract);
     if (m_engine->name() != "PP-OCRv6 small") {
         QSKIP("the line model or OpenVINO is not there (scripts/setup brings both)");
     }
@@ -221,11 +217,9 @@ void LineRecognizerTest::whatHoldsNoLineGivesNoText()
     const cv::Mat line =
         empty ? cv::Mat()
               : cv::Mat(size.height(), size.width(), CV_8UC4, cv::Scalar(20, 120, 220, 255));
-    for (LineRecognizer *engine : {m_engine.get(), m_fallback.get()}) {
-        const LineText read = engine->read(line);
-        QCOMPARE(read.text, std::string());
-        QCOMPARE(read.confidence, 0.0F);
-    }
+    const LineText read = m_engine->read(line);
+    QCOMPARE(read.text, std::string());
+    QCOMPARE(read.confidence, 0.0F);
 }
 
 void LineRecognizerTest::whatIsNoTextIsSurvived_data()
@@ -253,32 +247,6 @@ void LineRecognizerTest::whatIsNoTextIsSurvived()
     // right.
     m_engine->read(bitmapOf(drawn({QStringLiteral("مرحبا بالعالم שלום עולם"), 16})));
     QCOMPARE(told(m_engine->read(english16())), english);
-}
-
-void LineRecognizerTest::theFallbackReadsEnglishAndChinese_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QColor>("ink");
-    QTest::addColumn<QColor>("paper");
-    QTest::newRow("English") << english << QColor(Qt::black) << QColor(Qt::white);
-    QTest::newRow("light on dark") << english << QColor(Qt::white) << QColor(0x20, 0x20, 0x20);
-    QTest::newRow("Chinese") << chinese << QColor(Qt::black) << QColor(Qt::white);
-}
-
-void LineRecognizerTest::theFallbackReadsEnglishAndChinese()
-{
-    if (m_fallback->name().rfind("Tesseract", 0) != 0) {
-        QSKIP("Tesseract's language data is not there (packages tesseract-ocr-eng, -chi-sim)");
-    }
-    QFETCH(QString, text);
-    QFETCH(QColor, ink);
-    QFETCH(QColor, paper);
-    const cv::Mat line = bitmapOf(drawn({text, 18, ink, paper}));
-    // It puts blanks between Chinese characters.
-    const QString wanted = QString(text).remove(QLatin1Char(' '));
-    QCOMPARE(told(m_fallback->read(line)).remove(QLatin1Char(' ')), wanted);
-    m_fallback->read(bitmapOf(drawn({chinese, 30})));
-    QCOMPARE(told(m_fallback->read(line)).remove(QLatin1Char(' ')), wanted);
 }
 
 QTEST_MAIN(LineRecognizerTest)
