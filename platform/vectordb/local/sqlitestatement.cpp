@@ -15,7 +15,7 @@ bool isFull(int systemError)
     return systemError == ENOSPC || systemError == EDQUOT || systemError == EFBIG;
 }
 
-StatusCode codeOf(sqlite3 *handle)
+StatusCode codeOf(sqlite3 *handle, int systemError)
 {
     const int extended = sqlite3_extended_errcode(handle);
     if (extended == SQLITE_CONSTRAINT_UNIQUE || extended == SQLITE_CONSTRAINT_PRIMARYKEY) {
@@ -31,7 +31,7 @@ StatusCode codeOf(sqlite3 *handle)
     case SQLITE_LOCKED:
         return StatusCode::STORE_IN_USE;
     default:
-        return isFull(sqlite3_system_errno(handle)) ? StatusCode::STORE_FULL : StatusCode::IO_ERROR;
+        return isFull(systemError) ? StatusCode::STORE_FULL : StatusCode::IO_ERROR;
     }
 }
 } // namespace
@@ -43,16 +43,19 @@ void SqliteCloser::operator()(sqlite3 *handle) const
 
 Status sqliteFailure(sqlite3 *handle, const std::string &doing)
 {
+    // SQLite does not keep the reason of every failed write, and a limit on the size of files is
+    // one that it has no code for. Each call below begins with errno cleared.
+    const int systemError = isFull(errno) ? errno : sqlite3_system_errno(handle);
     std::string message = "cannot " + doing + ": " + sqlite3_errmsg(handle);
-    const int systemError = sqlite3_system_errno(handle);
     if (isFull(systemError)) {
         message += std::string(" (") + std::strerror(systemError) + ')';
     }
-    return {codeOf(handle), std::move(message)};
+    return {codeOf(handle, systemError), std::move(message)};
 }
 
 Status sqliteExecute(sqlite3 *handle, const std::string &sql, const std::string &doing)
 {
+    errno = 0;
     if (sqlite3_exec(handle, sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) {
         return sqliteFailure(handle, doing);
     }
@@ -89,6 +92,7 @@ void SqliteStatement::bind(int position, const void *blob, std::size_t bytes)
 
 int SqliteStatement::step()
 {
+    errno = 0;
     return m_prepared == SQLITE_OK ? sqlite3_step(m_statement.get()) : m_prepared;
 }
 

@@ -21,6 +21,13 @@ namespace
 constexpr std::size_t DIMENSION = 64;
 constexpr long ROWS = 1500; // two segments
 
+// What a matrix file is made of, in bytes: its head, one card, and the parts of a segment.
+constexpr int HEAD = 4096;
+constexpr int CARD = 136;
+constexpr int CARDS = 1024 * CARD;
+constexpr int CODES = 1024 * 64;
+constexpr int FLOATS = 1024 * 256;
+
 std::vector<Row> rowsFrom(long first, long last)
 {
     std::vector<Row> rows;
@@ -122,13 +129,13 @@ void DamagedFilesTest::aDamagedMatrixIsBuiltAnew_data()
     QTest::newRow("store") << qint64{20} << qint64{1};
     QTest::newRow("generation") << qint64{56} << qint64{1};
     QTest::newRow("first card") << qint64{4096} << qint64{1};
-    QTest::newRow("number of a row") << qint64{4096 + 128 + 8} << qint64{1};
-    QTest::newRow("name in a card") << qint64{4096 + 5 * 128 + 80} << qint64{1};
-    QTest::newRow("codes") << qint64{4096 + 131072 + 10 * 64} << qint64{1};
-    QTest::newRow("floats") << qint64{4096 + 131072 + 65536 + 1000 * 256 + 3} << qint64{1};
+    QTest::newRow("number of a row") << qint64{HEAD + CARD + 8} << qint64{1};
+    QTest::newRow("name in a card") << qint64{HEAD + 5 * CARD + 80} << qint64{1};
+    QTest::newRow("codes") << qint64{HEAD + CARDS + 10 * 64} << qint64{1};
+    QTest::newRow("floats") << qint64{HEAD + CARDS + CODES + 1000 * 256 + 3} << qint64{1};
     QTest::newRow("everything") << qint64{0} << qint64{900000};
     QTest::newRow("zeros at its end") << qint64{-4096} << qint64{0};
-    QTest::newRow("cut to one segment") << qint64{-(131072 + 65536 + 262144)} << qint64{0};
+    QTest::newRow("cut to one segment") << qint64{-(CARDS + CODES + FLOATS)} << qint64{0};
     QTest::newRow("cut to its head") << qint64{4096} << qint64{0};
     QTest::newRow("empty") << qint64{0} << qint64{0};
     QTest::newRow("gone") << qint64{-1} << qint64{-1};
@@ -141,7 +148,7 @@ void DamagedFilesTest::aDamagedMatrixIsBuiltAnew()
     fill();
     const QString path = matrixFile(m_directory->path());
     const QByteArray before = content(path);
-    QCOMPARE(before.size(), 4096 + 2 * (131072 + 65536 + 262144));
+    QCOMPARE(before.size(), HEAD + 2 * (CARDS + CODES + FLOATS));
     if (bytes < 0) {
         QVERIFY(QFile::remove(path));
     } else if (bytes == 0) {
@@ -205,7 +212,7 @@ void DamagedFilesTest::damageWhileTheStoreIsOpenIsRepaired()
     const auto database = open(m_directory->path(), DIMENSION);
     QFile file(matrixFile(m_directory->path()));
     QVERIFY(file.open(QFile::ReadWrite));
-    QVERIFY(file.seek(4096 + 131072 + 64));
+    QVERIFY(file.seek(HEAD + CARDS + 64));
     QVERIFY(file.write(QByteArray(640, 'x')) == 640);
     file.close();
     const std::vector<float> query = randomVector(DIMENSION, 77777);
@@ -349,7 +356,7 @@ void DamagedFilesTest::aLimitOnFilesStoresNothingByHalves()
     const std::size_t found = search(*database, randomVector(DIMENSION, 5), 10000).ids.size();
     setrlimit(RLIMIT_FSIZE, &former);
     signal(SIGXFSZ, handler);
-    QCOMPARE(status.Code(), code(StatusCode::STORE_FULL));
+    QVERIFY2(status.Code() == code(StatusCode::STORE_FULL), status.Message().c_str());
     QCOMPARE(found, stored);
     QVERIFY(insert(*database, rowsFrom(9000, 9001)).IsOk()); // room again
     QCOMPARE(search(*database, randomVector(DIMENSION, 5), 10000).ids.size(), stored + 2);
