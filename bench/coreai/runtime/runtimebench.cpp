@@ -1,6 +1,6 @@
 // What recording costs in the AI runtime over a drawn session: CPU of a kept frame, embedding
-// calls, memory. With a number as argument it goes on for that many frames and tells the memory on
-// the way.
+// calls, memory. With a number as argument it reads that many frames of a smaller screen instead
+// and tells the memory on the way.
 
 #include "coreai/aisubsystem.h"
 #include "coreai/client/runtimelink.h"
@@ -247,8 +247,10 @@ void benchQueries(Recorder &recorder)
     print("query", Bench::median(calls), "ms", 30);
 }
 
-void longRun(Recorder &recorder, DrawnSession &session, int frames)
+void longRun(int frames)
 {
+    Recorder recorder;
+    DrawnSession session({960, 600});
     for (int frame = 0; frame < frames; ++frame) {
         doNext(session, frame);
         if (frame % 50 == 0) {
@@ -256,24 +258,20 @@ void longRun(Recorder &recorder, DrawnSession &session, int frames)
         }
         recorder.hand(session.screen());
         recorder.wait();
-        if (frame % std::max(1, frames / 10) == 0) {
-            std::printf("after %d frames: runtime %.1f MB, this program %.1f MB\n", frame,
-                        ProcessFigures::residentMegabytes(recorder.process()),
+        if (frame % std::max(1, frames / 10) == frames / 10 - 1) {
+            std::printf("after %d frames: runtime and engines %.1f MB, this program %.1f MB\n",
+                        frame + 1, ProcessFigures::residentMegabytes(recorder.process()),
                         ProcessFigures::ownMegabytes(::getpid()));
             std::fflush(stdout);
         }
     }
+    ::usleep((idleMs + 2500) * 1000);
+    print("runtime, resident when idle", ProcessFigures::residentMegabytes(recorder.process()),
+          "MB", 40);
 }
-} // namespace
 
-int main(int argc, char **argv)
+void benchAll()
 {
-    QGuiApplication application(argc, argv);
-    if (!is_ai_subsystem_inited()) {
-        std::printf("no models are installed: nothing is measured\n");
-        return 0;
-    }
-    coreai::setRuntimeProgram({RUNTIME_PROGRAM, "--idle", std::to_string(idleMs)});
     DrawnSession session;
     std::vector<double> empty;
     for (int window = 0; window < 3; ++window) {
@@ -301,8 +299,21 @@ int main(int argc, char **argv)
     print("runtime, resident when idle", ProcessFigures::residentMegabytes(recorder.process()),
           "MB", 40);
     benchQueries(recorder);
+}
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QGuiApplication application(argc, argv);
+    if (!is_ai_subsystem_inited()) {
+        std::printf("no models are installed: nothing is measured\n");
+        return 0;
+    }
+    coreai::setRuntimeProgram({RUNTIME_PROGRAM, "--idle", std::to_string(idleMs)});
     if (argc > 1) {
-        longRun(recorder, session, std::max(0, atoi(argv[1])));
+        longRun(QByteArray(argv[1]).toInt());
+    } else {
+        benchAll();
     }
     return 0;
 }
