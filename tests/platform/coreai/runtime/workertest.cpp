@@ -288,10 +288,10 @@ void WorkerTest::anEmbeddingUsesTheFrameHandedOver()
 void WorkerTest::anUnknownPictureIsCutItself()
 {
     Bench bench;
-    DrawnSession session({960, 600});
+    DrawnSession session({480, 300});
     bench.embed(1, encoded(session.screen(), "JPEG"));
     QTRY_COMPARE(bench.answers.count(), 1);
-    QVERIFY(bench.counts.reads > 5);
+    QVERIFY(bench.counts.reads > 0);
     QCOMPARE(bench.answers.vector(0).size(), std::size_t(1024));
     // Another page of the same size is not taken for it.
     const std::vector<float> first = bench.answers.vector(0);
@@ -304,7 +304,7 @@ void WorkerTest::anUnknownPictureIsCutItself()
 void WorkerTest::anEmbeddingKeepsItsTimeWithSlowEngines()
 {
     Bench bench;
-    bench.counts.readMilliseconds = 60;
+    bench.counts.readMilliseconds = 150; // 8 s for all of its lines
     DrawnSession session;
     const QImage screen = session.screen();
     const std::string png = encoded(screen);
@@ -315,8 +315,9 @@ void WorkerTest::anEmbeddingKeepsItsTimeWithSlowEngines()
     bench.embed(2, jpeg);
     QTRY_COMPARE(bench.answers.count(), 1);
     QCOMPARE(bench.answers.requests().front(), std::uint64_t(2));
-    QVERIFY2(timer.elapsed() < 1000, qPrintable(QString::number(timer.elapsed())));
+    QVERIFY2(timer.elapsed() < 3000, qPrintable(QString::number(timer.elapsed())));
     QVERIFY(bench.counts.passages > 0);
+    bench.counts.readMilliseconds = 0;
     QTRY_COMPARE_WITH_TIMEOUT(bench.answers.count(), 2, 20000);
 }
 
