@@ -26,7 +26,6 @@ namespace
 constexpr int rounds = 7;
 constexpr double goalFirstLine = 500; // ms from the start of a process
 constexpr double goalMemory = 550e6;  // bytes resident at work
-constexpr double goalUnloaded = 40e6; // bytes resident without work
 const QString sentence = QStringLiteral("The build is green again after the last commit, "
                                         "请把上周的测试报告发给我, and nobody has to wait. ");
 
@@ -92,6 +91,7 @@ void measureEngine(LineEngine wanted)
         const cv::Mat line = lineOf(columns);
         engine->read(line); // shapes the network
         std::vector<double> times;
+        times.reserve(rounds);
         for (int round = 0; round < rounds; ++round) {
             times.push_back(Bench::cpuMilliseconds([&] { engine->read(line); }));
         }
@@ -105,9 +105,8 @@ void measureEngine(LineEngine wanted)
     engine.reset();
     malloc_trim(0);
     print(name + ": resident before loading", before, "bytes");
-    // Why the engines stand in a process that ends.
-    print(name + ": resident after unloading in the same process", residentBytes(), "bytes",
-          goalUnloaded);
+    // Far above the 40 MB that a process without work may hold: why engines stand in one that ends.
+    print(name + ": resident after unloading in the same process", residentBytes(), "bytes");
 }
 } // namespace
 

@@ -5,7 +5,6 @@
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
-#include <iterator>
 
 namespace coreai
 {
@@ -23,7 +22,7 @@ constexpr int finelySteppedUpTo = 320;
 
 int marginOf(int rows)
 {
-    return std::max(1, int(rows * marginShare + 0.5));
+    return std::max(1, cvRound(rows * marginShare));
 }
 } // namespace
 
@@ -31,12 +30,12 @@ int scaledWidth(const cv::Size &part)
 {
     const int margin = marginOf(part.height);
     const double scale = stretch * tensorRows / (part.height + 2 * margin);
-    return std::clamp(int((part.width + 2 * margin) * scale + 0.5), 1, widestTensor);
+    return std::clamp(cvRound((part.width + 2 * margin) * scale), 1, widestTensor);
 }
 
 int tensorWidth(int width)
 {
-    const int step = width <= finelySteppedUpTo ? 32 : 64;
+    const int step = width <= finelySteppedUpTo ? 32 : 64; // 10 widths, then 15
     return std::min((width + step - 1) / step * step, widestTensor);
 }
 

@@ -25,14 +25,14 @@ constexpr int mostColumns = 32000;
 cv::Mat prepared(const cv::Mat &line)
 {
     cv::Mat grey;
-    cv::cvtColor(framed(line, std::max(1, int(line.rows * marginShare + 0.5))), grey,
+    cv::cvtColor(framed(line, std::max(1, cvRound(line.rows * marginShare))), grey,
                  cv::COLOR_BGRA2GRAY);
     if (grey.at<uchar>(0, 0) < 128) {
         cv::bitwise_not(grey, grey);
     }
     const double scale = textRows * (1 + 2 * marginShare) / grey.rows;
     const cv::Size size(std::clamp(int(grey.cols * scale), 1, mostColumns),
-                        std::max(1, int(grey.rows * scale + 0.5)));
+                        std::max(1, cvRound(grey.rows * scale)));
     cv::resize(grey, grey, size, 0, 0, scale < 1 ? cv::INTER_AREA : cv::INTER_CUBIC);
     return grey;
 }
