@@ -3,6 +3,7 @@
 #include <opencv2/core/hal/intrin.hpp>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <vector>
 
@@ -36,7 +37,7 @@ inline cv::v_uint8x16 differing16(const uchar *a, const uchar *b)
     const v_uint8x16 threshold = v_setall_u8(contrast);
     const v_uint32x4 colours = v_setall_u32(0x00ffffff);
     v_int32x4 parts[4];
-    for (int i = 0; i < 4; ++i) {
+    for (std::ptrdiff_t i = 0; i < 4; ++i) {
         const v_uint8x16 large = v_absdiff(v_load(a + 16 * i), v_load(b + 16 * i)) > threshold;
         parts[i] = v_reinterpret_as_s32((v_reinterpret_as_u32(large) & colours) != v_setzero_u32());
     }
@@ -49,7 +50,7 @@ void findEdges(const uchar *row, const uchar *above, int width, uchar *edges)
     using namespace cv;
     edges[0] = above && differs(row, above) ? TopEdge : 0;
     const uchar *compared = above ? above : row;
-    int x = 1;
+    std::ptrdiff_t x = 1;
     for (; x + 16 <= width; x += 16) {
         const v_uint8x16 side = differing16(row + 4 * x, row + 4 * x - 4);
         const v_uint8x16 top = differing16(row + 4 * x, compared + 4 * x);

@@ -14,8 +14,9 @@ namespace
 // The tallest part that can be text.
 constexpr int tallestPart = 80;
 
-// A part is cut into four lines at most.
-constexpr int mostCuts = 2;
+// Rounds of cutting parts that reach over two lines. Each costs as much as all the rest in pictures
+// that are full of scraps.
+constexpr int mostCuts = 1;
 
 // The sides of buttons and input fields, whose horizontal borders are not ink, and carets of large
 // type: no letter is as narrow for its height.
@@ -172,17 +173,26 @@ private:
     {
         m_hosts.clear();
         const cv::Rect box = m_boxes[mark];
-        const int reach = tallestPart / 2;
-        const cv::Rect area(box.x - reach, box.y - reach, box.width + 2 * reach,
-                            box.height + 2 * reach);
+        const int beside = std::min(widestGap(highestLineOf(box)), tallestPart / 2);
+        const int above = highestLineOf(box) / 2;
+        const cv::Rect area(box.x - beside, box.y - above, box.width + 2 * beside,
+                            box.height + 2 * above);
         m_grid.visit(area, [&](int i) {
+            if (m_parts[i].height <= box.height || !canBeText(m_parts[i]))
+                return;
             const int root = rootOf(i);
-            if (root == mark || !canBeText(m_parts[i]) || m_parts[i].height <= box.height)
+            if (root == mark || m_boxes[root].height > highestLineOf(box))
                 return;
             const int distance = distanceTo(m_boxes[root], m_parts[i], box);
             if (distance >= 0 && !wallBetween(m_parts[i], box))
                 m_hosts.push_back({distance, m_boxes[root], root});
         });
+    }
+
+    // Of type whose strokes are as thick as this mark at the least.
+    static int highestLineOf(const cv::Rect &mark)
+    {
+        return std::min(tallestPart, 10 * mark.height + 14);
     }
 
     // How far a mark is from a part of a line, -1 where it is too far or no mark of such a line.

@@ -26,7 +26,7 @@ public:
             for (int column = cells.x; column < cells.x + cells.width; ++column) {
                 const int cell = row * m_columns + column;
                 for (int i = m_starts[cell]; i < m_starts[cell + 1]; ++i) {
-                    if ((m_boxes[m_items[i]] & area).area() > 0)
+                    if (meet(m_boxes[m_items[i]], area))
                         visit(m_items[i]);
                 }
             }
@@ -34,6 +34,12 @@ public:
     }
 
 private:
+    static bool meet(const cv::Rect &a, const cv::Rect &b)
+    {
+        return a.x < b.x + b.width && b.x < a.x + a.width && a.y < b.y + b.height &&
+               b.y < a.y + a.height;
+    }
+
     cv::Rect cellsOf(const cv::Rect &area) const;
 
     const std::vector<cv::Rect> &m_boxes;
