@@ -16,8 +16,7 @@
 
 namespace
 {
-const QByteArray ANSWER =
-    "{\"modelResponse\": \"{\\\"imageAbstract\\\": \\\"a window\\\"}\"}";
+const QByteArray ANSWER = "{\"modelResponse\": \"{\\\"imageAbstract\\\": \\\"a window\\\"}\"}";
 
 void ask(ImageSemanticModule *module, const InferenceServer &server)
 {

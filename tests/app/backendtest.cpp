@@ -1,5 +1,6 @@
 // The backend root: settings reach the tracker, and a clock that went back switches recording off.
 
+#include "app/startup.h"
 #include "app/yestermarkbackend.h"
 #include "capture/capturefixture.h"
 #include "database/databasemanager.h"
@@ -8,6 +9,7 @@
 #include "support/logcapture.h"
 #include "support/pictures.h"
 
+#include <QMetaType>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -22,6 +24,7 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
+    void whatCrossesThreadsIsRegisteredByName();
     void recordingStartsByItselfIfItIsOnInTheSettings();
     void settingsReachTheTracker();
     void aSettingThatDoesNotChangeReachesNobody();
@@ -71,6 +74,16 @@ void TestBackend::storeFrameAt(const QDateTime &moment)
     row.desktopFilePath = m_application->desktopEntry();
     row.ocrText = QLatin1String("");
     QVERIFY(DatabaseManager::getInstance()->saveScreenShotData(row));
+}
+
+void TestBackend::whatCrossesThreadsIsRegisteredByName()
+{
+    registerMetaTypes();
+    // As signals name their arguments: a queued one looks its types up by these texts.
+    for (const char *name : {"ScreenShotData", "ScreenShotData&", "QVector<OCRTextData>"}) {
+        QVERIFY2(QMetaType::type(name) != QMetaType::UnknownType, name);
+    }
+    QCOMPARE(QMetaType::type("ScreenShotData&"), QMetaType::type("ScreenShotData"));
 }
 
 void TestBackend::recordingStartsByItselfIfItIsOnInTheSettings()
