@@ -100,6 +100,17 @@ bool ChannelProcess::start(const std::vector<std::string> &command)
     return true;
 }
 
+std::chrono::nanoseconds ChannelProcess::cpuTime() const
+{
+    clockid_t clock = 0;
+    timespec time = {};
+    if (m_process <= 0 || ::clock_getcpuclockid(m_process, &clock) != 0 ||
+        ::clock_gettime(clock, &time) != 0) {
+        return {};
+    }
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
+
 void ChannelProcess::end(int patience)
 {
     m_channel.close();

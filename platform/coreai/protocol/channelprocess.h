@@ -7,6 +7,7 @@
 
 #include "coreai/protocol/channel.h"
 
+#include <chrono>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -34,6 +35,8 @@ public:
 
     bool isRunning() const { return m_process > 0; }
     pid_t processId() const { return m_process; }
+    // What the process has used so far; 0 where none runs.
+    std::chrono::nanoseconds cpuTime() const;
     Channel &channel() { return m_channel; }
 
 private:

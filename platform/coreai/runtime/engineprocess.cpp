@@ -11,6 +11,8 @@ namespace
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
+constexpr int patienceWithoutCpu = 15;
+
 constexpr int tries = 2; // of one call, each with a process of its own if the first dies
 
 // Engines that fail twice in a row are left alone for a while: a picture has hundreds of lines, and
@@ -82,7 +84,8 @@ std::optional<Message> EngineProcess::tryCall(const Message &question, MessageTy
     if (!startIfNeeded() || (reads && !tellThreads()) || !send(question)) {
         return std::nullopt;
     }
-    const auto until = Clock::now() + m_patience;
+    const Clock::time_point asked = Clock::now();
+    const std::chrono::nanoseconds cpu = m_process.cpuTime();
     for (;;) {
         Message answer;
         const Channel::Receiving receiving = m_process.channel().receive(answer);
@@ -95,14 +98,18 @@ std::optional<Message> EngineProcess::tryCall(const Message &question, MessageTy
             }
             continue; // of a call that was given up
         }
-        const auto left = until - Clock::now();
-        if (left <= 0ms) {
+        if (isStuck(asked, cpu)) {
             qWarning("AI runtime: the engines do not answer; started again");
             return std::nullopt;
         }
-        m_process.channel().waitReadable(
-            int(std::chrono::duration_cast<std::chrono::milliseconds>(left).count()) + 1);
+        m_process.channel().waitReadable(int(m_patience.count()) + 1);
     }
+}
+
+bool EngineProcess::isStuck(Clock::time_point asked, std::chrono::nanoseconds cpu) const
+{
+    return m_process.cpuTime() - cpu >= m_patience ||
+           Clock::now() - asked >= patienceWithoutCpu * m_patience;
 }
 
 std::optional<Message> EngineProcess::call(MessageType type, std::string_view bytes,

@@ -14,7 +14,9 @@ namespace coreai
 class EngineProcess : public EngineSet
 {
 public:
-    // A call takes tenths of a second; after this the process is taken for stuck, and killed.
+    // A call takes tenths of a second of CPU; after so much of it the process is taken for stuck,
+    // and killed. One that uses none, as a busy machine may leave it at the lowest priority, is
+    // given 15 times as long.
     static constexpr std::chrono::milliseconds usualPatience{20000};
 
     // `command` starts the process: an absolute path and arguments.
@@ -35,6 +37,7 @@ private:
     std::vector<float> vectorFor(MessageType type, std::string_view bytes);
     bool startIfNeeded();
     bool tellThreads();
+    bool isStuck(std::chrono::steady_clock::time_point asked, std::chrono::nanoseconds cpu) const;
     bool send(const Message &message);
 
     std::vector<std::string> m_command;
