@@ -14,14 +14,18 @@ foreach(library IN LISTS openvino_needed)
     install(PROGRAMS "${openvino_libs}/${library}" DESTINATION "${YESTERMARK_LIBRARYDIR}")
 endforeach()
 
+add_library(openvino_tbb SHARED IMPORTED GLOBAL)
+set_target_properties(openvino_tbb PROPERTIES
+    IMPORTED_LOCATION "${PROJECT_BINARY_DIR}/${YESTERMARK_LIBRARYDIR}/libtbb.so.12"
+    IMPORTED_SONAME libtbb.so.12)
 add_library(openvino_runtime SHARED IMPORTED GLOBAL)
+# The distribution's OpenCV brings an older library of the same name as OpenVINO's; which of them a
+# program gets is left to no order of loading: it asks for the newer one itself.
 set_target_properties(openvino_runtime PROPERTIES
     IMPORTED_LOCATION "${PROJECT_BINARY_DIR}/${YESTERMARK_LIBRARYDIR}/libopenvino.so.2640"
     IMPORTED_SONAME libopenvino.so.2640
+    INTERFACE_LINK_LIBRARIES openvino_tbb
     INTERFACE_INCLUDE_DIRECTORIES "${openvino_folder}/openvino/include")
-# libtbb lies beside it.
-target_link_options(openvino_runtime INTERFACE
-    "LINKER:-rpath-link,${PROJECT_BINARY_DIR}/${YESTERMARK_LIBRARYDIR}")
 
 file(GLOB licences CONFIGURE_DEPENDS
     "${openvino_folder}/openvino-*.dist-info/licenses/LICENSE"
