@@ -502,7 +502,8 @@ void LineCutTest::bitmapsAreThePixelsOfTheirBoxes()
         QCOMPARE(QSize(line.bitmap.cols, line.bitmap.rows), rectOf(line).size());
         for (int y = 0; y < line.bitmap.rows; ++y) {
             for (int x = 0; x < line.bitmap.cols; ++x)
-                QCOMPARE(line.bitmap.at<quint32>(y, x), page.pixel(line.box.x + x, line.box.y + y));
+                QCOMPARE(line.bitmap.ptr<quint32>(y)[x],
+                         page.pixel(line.box.x + x, line.box.y + y));
         }
     }
 }
