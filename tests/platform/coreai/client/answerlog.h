@@ -4,10 +4,11 @@
 
 #include "coreai/coreaivision.h"
 
-#include <QMutex>
 #include <QPoint>
 #include <QStringList>
 #include <QVector>
+
+#include <mutex>
 
 struct AnsweredLine {
     QString text;
@@ -44,19 +45,19 @@ public:
             answered.lines << line;
         }
         auto *log = static_cast<AnswerLog *>(userData);
-        const QMutexLocker lock(&log->m_mutex);
+        const std::lock_guard lock(log->m_mutex);
         log->m_answers << answered;
     }
 
     int count() const
     {
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard lock(m_mutex);
         return m_answers.size();
     }
 
     QVector<Answered> answers() const
     {
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard lock(m_mutex);
         return m_answers;
     }
 
@@ -73,6 +74,6 @@ public:
     }
 
 private:
-    mutable QMutex m_mutex;
+    mutable std::mutex m_mutex; // not Qt's, which the thread sanitizer does not see
     QVector<Answered> m_answers;
 };

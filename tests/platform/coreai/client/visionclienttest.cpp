@@ -63,8 +63,13 @@ void countLateCalls(TextRecognitionResult *, void *)
     callsAfterDestruction += isDestroyed ? 1 : 0;
 }
 
+std::atomic<bool> requestReturned{false};
+
 void destroyInside(TextRecognitionResult *, void *userData)
 {
+    while (!requestReturned) { // nobody else may still use the session
+        std::this_thread::yield();
+    }
     auto *session = static_cast<TextRecognitionSession **>(userData);
     text_recognition_destroy_session(session);
 }
@@ -401,6 +406,7 @@ void VisionClientTest::aSessionMayBeDestroyedInItsCallback()
     const pid_t process = FakeProgram::processId();
     const uint8_t byte = 1;
     text_recognition_recognize_text_from_image_data_async(session, &byte, 1);
+    requestReturned = true;
     QTRY_VERIFY(!FakeProgram::isAlive(process));
 }
 
