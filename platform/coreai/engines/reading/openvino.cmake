@@ -20,11 +20,12 @@ set_target_properties(openvino_tbb PROPERTIES
     IMPORTED_SONAME libtbb.so.12)
 add_library(openvino_runtime SHARED IMPORTED GLOBAL)
 # The distribution's OpenCV brings an older library of the same name as OpenVINO's; which of them a
-# program gets is left to no order of loading: it asks for the newer one itself.
+# program gets is left to no order of loading: it asks for the newer one itself, though none of its
+# own code calls it.
 set_target_properties(openvino_runtime PROPERTIES
     IMPORTED_LOCATION "${PROJECT_BINARY_DIR}/${YESTERMARK_LIBRARYDIR}/libopenvino.so.2640"
     IMPORTED_SONAME libopenvino.so.2640
-    INTERFACE_LINK_LIBRARIES openvino_tbb
+    INTERFACE_LINK_LIBRARIES "-Wl,--push-state,--no-as-needed;openvino_tbb;-Wl,--pop-state"
     INTERFACE_INCLUDE_DIRECTORIES "${openvino_folder}/openvino/include")
 
 file(GLOB licences CONFIGURE_DEPENDS
