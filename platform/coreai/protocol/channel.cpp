@@ -141,8 +141,10 @@ Channel::Receiving Channel::receive(Message &message)
     packet.msg_controllen = sizeof(space.bytes);
     ssize_t length = 0;
     do {
+        // A side that died with unread packets leaves ECONNRESET, told once and before the packets
+        // that it had sent; those still count.
         length = ::recvmsg(m_socket.get(), &packet, MSG_CMSG_CLOEXEC | MSG_DONTWAIT);
-    } while (length < 0 && errno == EINTR);
+    } while (length < 0 && (errno == EINTR || errno == ECONNRESET));
     if (length < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
         return Receiving::Nothing;
     }

@@ -95,6 +95,7 @@ private Q_SLOTS:
     void carriesAMessage_data();
     void carriesAMessage();
     void tellsTheEndOnce();
+    void whatADeadSideHadSentStillCounts();
     void isFullWithoutBlocking();
     void hostilePacketsEndTheConnection_data();
     void hostilePacketsEndTheConnection();
@@ -152,6 +153,20 @@ void ChannelTest::tellsTheEndOnce()
     QVERIFY(ends.ours.receive(message) == Channel::Receiving::Ended);
     QVERIFY(ends.ours.send(message) == Channel::Sending::Ended);
     QCOMPARE(log.texts().size(), 0);
+}
+
+void ChannelTest::whatADeadSideHadSentStillCounts()
+{
+    Channel::Pair pair = Channel::makePair();
+    Channel ours(std::move(pair.ours));
+    Message message{MessageType::Lines, 1, 1, Payload::of("answer")};
+    {
+        Channel theirs(std::move(pair.theirs));
+        QVERIFY(theirs.send(message) == Channel::Sending::Sent);
+        QVERIFY(ours.send(message) == Channel::Sending::Sent); // never read
+    }
+    QVERIFY(ours.receive(message) == Channel::Receiving::Received);
+    QVERIFY(ours.receive(message) == Channel::Receiving::Ended);
 }
 
 void ChannelTest::isFullWithoutBlocking()
