@@ -73,7 +73,8 @@ Part partOf(const QString &name)
     return name == QStringLiteral("heldout") ? Part::HeldOut : Part::Calibration;
 }
 
-// Two frames a page: as it was opened, and scrolled on with a file manager beside it.
+// Three frames a page: as it was opened, scrolled on with a file manager beside it, and in front of
+// a terminal full of a folder's listing.
 void addPage(const Page &page, const QHash<QString, Page> &furniture, std::vector<Frame> &frames)
 {
     constexpr int all = 1000;
@@ -89,6 +90,11 @@ void addPage(const Page &page, const QHash<QString, Page> &furniture, std::vecto
     append(scrolled.lines, page.lines, 2, all);
     append(scrolled.lines, furniture[QStringLiteral("desktop-") + language].lines, 0, beside);
     frames.push_back(scrolled);
+
+    Frame inFront{page.head.value(0), language, furniture[QStringLiteral("terminal")].lines};
+    append(inFront.lines, around, 0, all);
+    append(inFront.lines, page.lines, 0, all);
+    frames.push_back(inFront);
 }
 
 void addFurniture(const QHash<QString, Page> &furniture, std::vector<Frame> &frames)
@@ -102,6 +108,7 @@ void addFurniture(const QHash<QString, Page> &furniture, std::vector<Frame> &fra
             frames.push_back(both);
         }
     }
+    frames.push_back({{}, QStringLiteral("en"), furniture[QStringLiteral("terminal")].lines});
 }
 } // namespace
 

@@ -132,8 +132,9 @@ int main(int argc, char **argv)
         std::fprintf(stderr, "no text model or no labelled pages\n");
         return 1;
     }
+    FrameVectors vectors(*model);
     for (const Labelled::Frame &frame : set.frames) {
-        frameVector(*model, frame);
+        vectors.of(frame);
     }
     const double resident = residentMegabytes() - before;
     measureSeparation(*model, *raw, set);

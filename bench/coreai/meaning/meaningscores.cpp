@@ -18,26 +18,35 @@ double cosine(const std::vector<float> &a, const std::vector<float> &b)
 }
 } // namespace
 
-std::vector<float> frameVector(TextMeaning &model, const Labelled::Frame &frame)
+FrameVectors::FrameVectors(TextMeaning &model) : m_model(model) {}
+
+std::vector<float> FrameVectors::of(const Labelled::Frame &frame)
 {
-    std::vector<std::string> texts;
+    std::vector<std::string> unknown;
     for (const Labelled::Line &line : frame.lines) {
-        texts.push_back(line.text.toStdString());
+        const std::string text = line.text.toStdString();
+        if (m_known.emplace(text, std::vector<float>()).second) {
+            unknown.push_back(text);
+        }
     }
-    const std::vector<std::vector<float>> vectors = model.ofPassages(texts);
+    std::vector<std::vector<float>> vectors = m_model.ofPassages(unknown);
+    for (size_t i = 0; i < unknown.size(); ++i) {
+        m_known[unknown[i]] = std::move(vectors[i]);
+    }
     std::vector<coreai::WeighedLine> lines;
-    for (size_t i = 0; i < texts.size(); ++i) {
-        const Labelled::Line &line = frame.lines[i];
-        lines.push_back({&vectors[i], MeaningSpace::weightOf(line.width, line.height)});
+    for (const Labelled::Line &line : frame.lines) {
+        const std::string text = line.text.toStdString();
+        lines.push_back({&m_known[text], MeaningSpace::weightOf(text, line.height)});
     }
     return MeaningSpace::forFrame(lines, {});
 }
 
 std::vector<std::vector<double>> scoresOf(TextMeaning &model, const Labelled::Set &set)
 {
+    FrameVectors vectors(model);
     std::vector<std::vector<float>> frames;
     for (const Labelled::Frame &frame : set.frames) {
-        frames.push_back(frameVector(model, frame));
+        frames.push_back(vectors.of(frame));
     }
     std::vector<std::vector<double>> scores;
     for (const Labelled::Query &query : set.queries) {

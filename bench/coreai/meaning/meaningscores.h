@@ -6,10 +6,23 @@
 
 #include "coreai/engines/textmeaning.h"
 
+#include <string>
+#include <unordered_map>
 #include <vector>
 
-/// The vector of a frame without a picture's meaning.
-std::vector<float> frameVector(coreai::TextMeaning &model, const Labelled::Frame &frame);
+/// The vectors of frames without a picture's meaning. Each text is embedded once, as the runtime
+/// does. The model has to outlive it.
+class FrameVectors
+{
+public:
+    explicit FrameVectors(coreai::TextMeaning &model);
+
+    std::vector<float> of(const Labelled::Frame &frame);
+
+private:
+    coreai::TextMeaning &m_model;
+    std::unordered_map<std::string, std::vector<float>> m_known;
+};
 
 /// A row a query, a column a frame.
 std::vector<std::vector<double>> scoresOf(coreai::TextMeaning &model, const Labelled::Set &set);

@@ -4,12 +4,13 @@
 
 #pragma once
 
+#include <string>
 #include <vector>
 
 namespace coreai
 {
-// One line of a frame. `vector` is TextMeaning::ofPassage() of its text; `weight` grows with its
-// type size and width.
+// One line of a frame. `vector` is TextMeaning::ofPassage() of its text; `weight` is
+// MeaningSpace::weightOf() of it.
 struct WeighedLine {
     const std::vector<float> *vector = nullptr;
     float weight = 0;
@@ -29,7 +30,9 @@ public:
     static std::vector<float> forQuery(const std::vector<float> &text,
                                        const std::vector<float> &picture);
 
-    // The weight of a line of this size in pixels.
-    static float weightOf(int width, int height);
+    // The weight of a line of this text (UTF-8) in type of this many pixels: its words, times the
+    // size. Lines of less than four words (menus, cells, file names) count for next to nothing,
+    // since a screen full of them would drown the page that it is about.
+    static float weightOf(const std::string &text, int height);
 };
 } // namespace coreai

@@ -1,5 +1,6 @@
 // The vector of a picture, from the vectors of its lines and, where such a model is installed, of
-// the picture itself. Somebody waits, so only what the time allows is read anew.
+// the picture itself. Somebody waits, so only what the time allows is read anew, whole sentences
+// in large type first.
 // Owner and thread: the worker.
 
 #pragma once
@@ -38,7 +39,7 @@ public:
     FrameMeaning(EngineSet &engines, LineCache &cache) : m_engines(engines), m_cache(cache) {}
 
     // `picture` is the vector of the picture itself, or empty. Reads and embeds what is new in
-    // `frame`, largest type first, until the deadline, and remembers it.
+    // `frame` until the deadline, and remembers it.
     std::vector<float> of(FrameReader &frame, const std::vector<float> &picture,
                           const Deadline &deadline);
 
@@ -56,7 +57,7 @@ private:
     EngineSet &m_engines;
     LineCache &m_cache;
     std::vector<std::vector<float>> m_vectors; // of the frame's lines, empty where unknown
-    std::vector<std::size_t> m_missing;        // lines without, the smallest type first
+    std::vector<std::size_t> m_missing;        // lines without, the most telling last
     bool m_any = false;                        // a line has a vector
 };
 } // namespace coreai

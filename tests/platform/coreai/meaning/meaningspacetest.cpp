@@ -222,22 +222,29 @@ void MeaningSpaceTest::constantPartSurvivesEightBits()
 
 void MeaningSpaceTest::weighsLines_data()
 {
-    QTest::addColumn<int>("width");
+    QTest::addColumn<QString>("text");
     QTest::addColumn<int>("height");
     QTest::addColumn<float>("expected");
 
-    QTest::newRow("line of a page") << 600 << 20 << 12000.0F;
-    QTest::newRow("headline") << 600 << 40 << 24000.0F;
-    QTest::newRow("empty") << 0 << 20 << 0.0F;
-    QTest::newRow("not a size") << -5 << -5 << 0.0F;
-    QTest::newRow("no overflow") << 1000000 << 100000 << 1e11F;
+    QTest::newRow("line of a page") << "brown bread with walnuts" << 20 << 80.0F;
+    QTest::newRow("headline") << "brown bread with walnuts" << 40 << 160.0F;
+    QTest::newRow("words of two letters count for nothing")
+        << "to do: brown bread with 12 walnuts" << 20 << 80.0F;
+    QTest::newRow("two ideographs are a word") << QStringLiteral("在家做面包的方法") << 20 << 80.0F;
+    QTest::newRow("marks belong to their letter")
+        << QStringLiteral("कल मिलेंगे बाज़ार वाली दुकान") << 20 << 80.0F;
+    QTest::newRow("fragment") << "drwxr-xr-x 2 root" << 20 << 0.4F;
+    QTest::newRow("menu") << "File Edit View" << 10 << 0.6F;
+    QTest::newRow("no words") << "12:45 3 %" << 20 << 0.0F;
+    QTest::newRow("empty") << "" << 20 << 0.0F;
+    QTest::newRow("not a size") << "brown bread with walnuts" << -5 << 0.0F;
 }
 
 void MeaningSpaceTest::weighsLines()
 {
-    QFETCH(int, width);
+    QFETCH(QString, text);
     QFETCH(int, height);
-    QTEST(MeaningSpace::weightOf(width, height), "expected");
+    QTEST(MeaningSpace::weightOf(text.toStdString(), height), "expected");
 }
 
 QTEST_APPLESS_MAIN(MeaningSpaceTest)
