@@ -27,7 +27,8 @@ public:
     virtual std::string name() const = 0;
 
     // How many threads a call of read() may use, 1 at first; the text does not depend on it. An
-    // engine that cannot be told keeps its own. What was made ready for another number is made anew.
+    // engine that cannot be told keeps its own. What was made ready for another number is made
+    // anew.
     virtual void setThreads(int /*threads*/) {}
 };
 } // namespace coreai
