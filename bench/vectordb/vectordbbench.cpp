@@ -121,7 +121,7 @@ void must(const Status &status)
 
 std::shared_ptr<Database> connect(const QString &directory)
 {
-    const std::shared_ptr<Database> database = Database::Create();
+    std::shared_ptr<Database> database = Database::Create();
     ConnectParam param;
     param.SetDirectory(directory.toStdString());
     must(database->Connect(param));

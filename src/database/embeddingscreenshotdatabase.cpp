@@ -155,6 +155,7 @@ bool EmbeddingScreenshotDatabase::hasCollection(const std::string &name)
     return store && store->HasCollection(name, has).IsOk() && has;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): records are handed over by value
 bool EmbeddingScreenshotDatabase::saveScreenShotEmbedding(QVector<float> embedding,
                                                           ScreenShotData data)
 {

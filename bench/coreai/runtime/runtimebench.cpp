@@ -15,6 +15,7 @@
 #include <QGuiApplication>
 
 #include <algorithm>
+#include <cmath>
 #include <condition_variable>
 #include <cstdio>
 #include <functional>
@@ -128,7 +129,7 @@ double mean(const std::vector<double> &values)
 double percentile(std::vector<double> values, double share)
 {
     std::sort(values.begin(), values.end());
-    return values.at(std::size_t(share * double(values.size() - 1) + 0.5));
+    return values.at(std::size_t(std::lround(share * double(values.size() - 1))));
 }
 
 void print(const char *name, double value, const char *unit, double goal)
@@ -238,8 +239,10 @@ void benchStill(Recorder &recorder, const DrawnSession &session)
 
 void benchQueries(Recorder &recorder)
 {
+    constexpr int rounds = 21;
     std::vector<double> calls;
-    for (int round = 0; round < 21; ++round) {
+    calls.reserve(rounds);
+    for (int round = 0; round < rounds; ++round) {
         calls.push_back(recorder.query("budget meeting " + QByteArray::number(round)));
     }
     print("query, first after a pause", calls.front(), "ms", 1000);

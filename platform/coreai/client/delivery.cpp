@@ -9,7 +9,7 @@ namespace coreai
 {
 std::shared_ptr<Delivery> Delivery::start()
 {
-    const std::shared_ptr<Delivery> delivery(new Delivery);
+    std::shared_ptr<Delivery> delivery(new Delivery);
     std::thread thread([delivery] { delivery->run(); });
     const std::lock_guard lock(delivery->m_mutex);
     delivery->m_thread = thread.get_id();

@@ -32,6 +32,7 @@ private:
 };
 } // namespace coreai
 
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the C interface names it
 struct _ImageEmbeddingSession {
 public:
     _ImageEmbeddingSession() = default;

@@ -8,6 +8,7 @@
 
 #include <string_view>
 
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the C interface names it
 struct _TextRecognitionSession {
 public:
     _TextRecognitionSession();

@@ -4,6 +4,8 @@
 
 #include <QtGlobal>
 
+#include <algorithm>
+
 namespace coreai
 {
 namespace
@@ -12,6 +14,7 @@ using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
 constexpr int patienceWithoutCpu = 15;
+constexpr std::chrono::milliseconds waitingSlice = 40ms;
 
 constexpr int tries = 2; // of one call, each with a process of its own if the first dies
 
@@ -33,6 +36,11 @@ std::string bitmapBytes(const cv::Mat &bitmap)
 EngineProcess::EngineProcess(std::vector<std::string> command, std::chrono::milliseconds patience)
     : m_command(std::move(command)), m_patience(patience)
 {
+}
+
+void EngineProcess::setWhileWaiting(std::function<void()> whileWaiting)
+{
+    m_whileWaiting = std::move(whileWaiting);
 }
 
 void EngineProcess::prepareReading(int threads)
@@ -102,7 +110,11 @@ std::optional<Message> EngineProcess::tryCall(const Message &question, MessageTy
             qWarning("AI runtime: the engines do not answer; started again");
             return std::nullopt;
         }
-        m_process.channel().waitReadable(int(m_patience.count()) + 1);
+        m_process.channel().waitReadable(
+            int(std::min<std::chrono::milliseconds>(m_patience, waitingSlice).count()));
+        if (m_whileWaiting) {
+            m_whileWaiting();
+        }
     }
 }
 

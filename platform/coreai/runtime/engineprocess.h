@@ -23,6 +23,7 @@ public:
     explicit EngineProcess(std::vector<std::string> command,
                            std::chrono::milliseconds patience = usualPatience);
 
+    void setWhileWaiting(std::function<void()> whileWaiting) override;
     void prepareReading(int threads) override;
     std::optional<LineText> readLine(const cv::Mat &line) override;
     Vectors ofPassages(const std::vector<std::string> &texts) override;
@@ -42,6 +43,7 @@ private:
 
     std::vector<std::string> m_command;
     std::chrono::milliseconds m_patience;
+    std::function<void()> m_whileWaiting;
     ChannelProcess m_process;
     std::uint64_t m_calls = 0;
     int m_threads = 1;

@@ -6,6 +6,7 @@
 
 #include "coreai/engines/linerecognizer.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -18,6 +19,11 @@ public:
     using Vectors = std::vector<std::vector<float>>;
 
     virtual ~EngineSet() = default;
+
+    // Called every few hundredths of a second while a call waits for its answer, which may take
+    // long on a busy machine. It must not call an engine. Engines that answer at once need not call
+    // it.
+    virtual void setWhileWaiting(std::function<void()>) {}
 
     // Lines will be read soon, by so many threads: loads what can be loaded meanwhile. Returns at
     // once.

@@ -127,6 +127,7 @@ void FrameMeaning::embedGroup(const FrameReader &frame, const std::vector<Wanted
         return;
     }
     std::vector<std::string> texts;
+    texts.reserve(group.size());
     for (const Wanted &wanted : group) {
         texts.push_back(wanted.text);
     }

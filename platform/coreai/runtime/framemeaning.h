@@ -23,7 +23,13 @@ public:
     static constexpr std::chrono::milliseconds usual{250};
     static constexpr std::chrono::milliseconds latest{750};
 
+    // Then the answer is made of what is known, whatever is being computed.
+    static constexpr std::chrono::milliseconds overdue{400};
+
     explicit Deadline(Clock::time_point asked) : m_asked(asked) {}
+
+    // For an answer at once.
+    static Deadline passed() { return Deadline(Clock::time_point()); }
 
     // Whether work of so long ends in time. `nothingYet`: no line has a vector, which makes later
     // better than at once.

@@ -1,11 +1,13 @@
 // yestermark-ai-runtime: reads and embeds for one program, whose client libraries start it with
-// their socket as descriptor 3, and ends with it. The options are for tests and benchmarks.
+// their socket as descriptor 3, and ends with it. Its own work, some hundredths of a second a
+// frame, is done at the usual priority, since the recorder waits for it; the engines', which takes
+// a hundred times as long, at the lowest. The options are for tests and benchmarks.
 
 #include "coreai/engines/modelavailability.h"
 #include "coreai/engines/modelfiles.h"
 #include "coreai/protocol/channelprocess.h"
+#include "coreai/runtime/descriptorlimit.h"
 #include "coreai/runtime/engineprocess.h"
-#include "coreai/runtime/processpriority.h"
 #include "coreai/runtime/runtimeservice.h"
 
 #include <QCommandLineParser>
@@ -48,7 +50,7 @@ std::vector<std::string> engineCommand(const QCommandLineParser &parser, const O
 
 int main(int argc, char **argv)
 {
-    takeLowPriority();
+    raiseDescriptorLimit();
     QCoreApplication application(argc, argv);
     pthread_setname_np(pthread_self(), "ai runtime");
 

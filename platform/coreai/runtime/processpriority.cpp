@@ -18,10 +18,5 @@ void takeLowPriority()
 {
     ::setpriority(PRIO_PROCESS, 0, lowest);
     ::syscall(SYS_ioprio_set, ioprioWhoProcess, 0, ioprioIdle);
-    rlimit limit = {};
-    if (::getrlimit(RLIMIT_NOFILE, &limit) == 0) {
-        limit.rlim_cur = limit.rlim_max; // each waiting picture is one
-        ::setrlimit(RLIMIT_NOFILE, &limit);
-    }
 }
 } // namespace coreai

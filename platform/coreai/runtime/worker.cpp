@@ -70,6 +70,7 @@ void Worker::post(Message message)
 void Worker::run()
 {
     pthread_setname_np(pthread_self(), "ai worker");
+    m_engines->setWhileWaiting([this] { serveOverdue(); });
     for (;;) {
         takeInbox();
         {
@@ -168,27 +169,50 @@ bool Worker::embedPicture()
     if (m_pictures.empty()) {
         return false;
     }
-    const Question question = std::move(m_pictures.front());
+    m_embedding = Embedding{std::move(m_pictures.front()), nullptr, false};
     m_pictures.pop_front();
-    const Message &message = question.message;
+    const Message &message = m_embedding->question.message;
     tell(MessageType::Begun, message.session, message.request, {});
-    tell(MessageType::Vector, message.session, message.request, encodeFloats(vectorOf(question)));
+    answerEmbedding(vectorOfPicture());
+    m_embedding.reset();
     return true;
 }
 
-std::vector<float> Worker::vectorOf(const Question &question)
+// The first answer counts.
+void Worker::answerEmbedding(const std::vector<float> &vector)
 {
-    if (m_rested) {
+    if (!m_embedding->answered) {
+        m_embedding->answered = true;
+        const Message &message = m_embedding->question.message;
+        tell(MessageType::Vector, message.session, message.request, encodeFloats(vector));
+    }
+}
+
+std::vector<float> Worker::vectorOfPicture()
+{
+    if (m_rested && !m_servesOverdue) {
         m_engines->prepareReading(1); // loads while the picture is decoded
     }
-    const Payload::View view = question.message.payload.view();
-    const cv::Size size = pictureSize(view.bytes());
+    const Payload::View view = m_embedding->question.message.payload.view();
     const cv::Mat smaller = decodeSmaller(view.bytes(), smallerDivisor);
     if (smaller.empty()) {
         return {};
     }
+    m_embedding->frame = frameOf(view.bytes(), smaller);
+    if (m_servesOverdue) {
+        return knownVector(*m_embedding->frame);
+    }
+    const std::vector<float> picture =
+        m_settings.pictureModel ? m_engines->ofPicture(smaller) : std::vector<float>();
+    return FrameMeaning(*m_engines, m_cache)
+        .of(*m_embedding->frame, picture, Deadline(m_embedding->question.asked));
+}
+
+std::shared_ptr<FrameReader> Worker::frameOf(std::string_view picture, const cv::Mat &smaller)
+{
     // The frame is handed over for reading just before its embedding is asked for, so it usually
     // still waits.
+    const cv::Size size = pictureSize(picture);
     const ReadingJobPtr waiting = m_reading.newestOf(size);
     if (waiting && !waiting->reader->isCut()) {
         begin(*waiting);
@@ -198,11 +222,34 @@ std::vector<float> Worker::vectorOf(const Question &question)
     std::shared_ptr<FrameReader> frame = m_recent.find(size, RecentFrames::thumbnailOf(smaller));
     if (!frame) {
         frame = std::make_shared<FrameReader>(m_cache);
-        frame->cut(decodePicture(view.bytes()));
+        frame->cut(decodePicture(picture));
     }
-    const std::vector<float> picture =
-        m_settings.pictureModel ? m_engines->ofPicture(smaller) : std::vector<float>();
-    return FrameMeaning(*m_engines, m_cache).of(*frame, picture, Deadline(question.asked));
+    return frame;
+}
+
+std::vector<float> Worker::knownVector(FrameReader &frame)
+{
+    return FrameMeaning(*m_engines, m_cache).of(frame, {}, Deadline::passed());
+}
+
+// While an engine is waited for. The recorder stands still until it has its vector, and engines at
+// the lowest priority may take seconds where others use the machine.
+void Worker::serveOverdue()
+{
+    const auto isOverdue = [](const Question &question) {
+        return Deadline::Clock::now() - question.asked >= Deadline::overdue;
+    };
+    m_servesOverdue = true;
+    if (m_embedding && m_embedding->frame && isOverdue(m_embedding->question)) {
+        answerEmbedding(knownVector(*m_embedding->frame));
+    }
+    if (!m_embedding) {
+        takeInbox();
+        while (!m_pictures.empty() && isOverdue(m_pictures.front())) {
+            embedPicture();
+        }
+    }
+    m_servesOverdue = false;
 }
 
 bool Worker::readOn()
@@ -237,7 +284,7 @@ void Worker::cut(ReadingJob &job)
     const cv::Mat picture = decodePicture(view.bytes());
     job.reader->cut(picture);
     m_recent.add(job.size, RecentFrames::thumbnailOf(picture), job.reader);
-    if (!job.reader->isComplete()) {
+    if (!job.reader->isComplete() && !m_servesOverdue) {
         m_engines->prepareReading(threadsFor(job));
     }
 }
@@ -279,6 +326,7 @@ bool Worker::embedLines()
         return false;
     }
     std::vector<std::string> texts;
+    texts.reserve(lines.size());
     for (const Vectorless &line : lines) {
         texts.push_back(line.text);
     }

@@ -44,6 +44,11 @@ private:
         Message message;
         Deadline::Clock::time_point asked;
     };
+    struct Embedding { // of a picture, under way
+        Question question;
+        std::shared_ptr<FrameReader> frame; // null before it is cut
+        bool answered = false;
+    };
     struct Vectorless {
         LineKey key;
         std::string text;
@@ -61,7 +66,11 @@ private:
     void begin(ReadingJob &job);
     void cut(ReadingJob &job);
     void finish(const ReadingJobPtr &job);
-    std::vector<float> vectorOf(const Question &question);
+    void serveOverdue();
+    void answerEmbedding(const std::vector<float> &vector);
+    std::vector<float> vectorOfPicture();
+    std::vector<float> knownVector(FrameReader &frame);
+    std::shared_ptr<FrameReader> frameOf(std::string_view picture, const cv::Mat &smaller);
     int threadsFor(const ReadingJob &job) const;
     void tell(MessageType type, std::uint32_t session, std::uint64_t request,
               std::string_view bytes);
@@ -78,6 +87,8 @@ private:
     std::deque<Question> m_texts;
     std::deque<Question> m_pictures;
     std::deque<Vectorless> m_vectorless;
+    std::optional<Embedding> m_embedding;
+    bool m_servesOverdue = false; // an engine's call is under way: none may be called
     bool m_rested = true;
 
     std::mutex m_mutex; // of what follows

@@ -108,7 +108,7 @@ Status FakeDatabase::Disconnect()
 Status FakeDatabase::CreateCollection(const CollectionSchema &schema, const IndexDesc &index)
 {
     const Lock lock(m_mutex);
-    const Status status = note("CreateCollection");
+    Status status = note("CreateCollection");
     m_schemas.push_back(schema);
     m_indexes.push_back(index);
     m_hasCollection = m_hasCollection || status.IsOk();
@@ -127,7 +127,7 @@ Status FakeDatabase::Insert(const std::string & /*collectionName*/,
                             const std::vector<FieldPtr> &columns, DmlResults &results)
 {
     const Lock lock(m_mutex);
-    const Status status = note("Insert");
+    Status status = note("Insert");
     m_lastColumns = columns;
     if (status.IsOk() && !columns.empty()) {
         results.SetIdArray(IDArray(std::vector<std::string>(columns.front()->Count(), "id")));

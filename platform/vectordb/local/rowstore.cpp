@@ -58,8 +58,9 @@ std::string createRows(const CollectionDefinition &definition)
         columns += quoted(field.Name()) + (isText ? " TEXT NOT NULL" : " INTEGER NOT NULL") +
                    (field.IsPrimary() ? " UNIQUE, " : ", ");
         if (field.Type() == DataType::INT64) { // what deletions go by
-            indexes += "CREATE INDEX " + quoted(table + '_' + field.Name()) + " ON " + table + '(' +
-                       quoted(field.Name()) + ");";
+            indexes.append("CREATE INDEX ").append(quoted(table + '_' + field.Name()));
+            indexes.append(" ON ").append(table).append("(").append(quoted(field.Name()));
+            indexes.append(");");
         }
     }
     // The vector stands last: it would else lie between a row's start and its short columns.

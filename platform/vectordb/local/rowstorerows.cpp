@@ -60,7 +60,7 @@ Status RowStore::insert(const CollectionDefinition &definition, const RowValues 
     }
     statement.bind(position, row.vector, definition.dimension() * sizeof(float));
     const int result = statement.step();
-    const Status status =
+    Status status =
         result == SQLITE_DONE ? Status() : sqliteFailure(m_handle.get(), "insert a row");
     rowId = sqlite3_last_insert_rowid(m_handle.get());
     statement.reset();

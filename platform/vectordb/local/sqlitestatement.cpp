@@ -133,14 +133,14 @@ SqliteTransaction::~SqliteTransaction()
 
 Status SqliteTransaction::begin()
 {
-    const Status status = sqliteExecute(m_handle, "BEGIN IMMEDIATE", "begin a transaction");
+    Status status = sqliteExecute(m_handle, "BEGIN IMMEDIATE", "begin a transaction");
     m_open = status.IsOk();
     return status;
 }
 
 Status SqliteTransaction::commit()
 {
-    const Status status = sqliteExecute(m_handle, "COMMIT", "write to the disk");
+    Status status = sqliteExecute(m_handle, "COMMIT", "write to the disk");
     m_open = !status.IsOk();
     return status;
 }

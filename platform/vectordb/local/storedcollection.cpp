@@ -67,7 +67,7 @@ Status StoredCollection::rebuild()
     if (status.IsOk()) {
         status =
             m_rows.forEachRow(m_definition, [&built](std::int64_t rowId, const RowValues &row) {
-                const Status staged = built->stage(rowId, row.scalars, row.vector);
+                Status staged = built->stage(rowId, row.scalars, row.vector);
                 built->publish();
                 return staged;
             });

@@ -65,6 +65,7 @@ std::vector<char> MatrixLayout::makeCard(RowHead head, const std::vector<Scalar>
             const auto &text = std::get<std::string>(scalars[place]);
             const auto length = static_cast<std::uint16_t>(text.size());
             std::memcpy(target, &length, LENGTH_BYTES);
+            // NOLINTNEXTLINE(bugprone-not-null-terminated-result): its length stands before it
             std::memcpy(target + LENGTH_BYTES, text.data(), text.size());
         }
     }

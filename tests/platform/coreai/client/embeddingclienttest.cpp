@@ -169,11 +169,13 @@ void EmbeddingClientTest::textsAndPicturesFromSeveralThreads()
     Session session;
     QCOMPARE(session.init(), 0);
     std::vector<std::vector<float>> expected;
+    expected.reserve(4);
     for (int index = 0; index < 4; ++index) {
         expected.push_back(session.text(QByteArray::number(index).constData()));
     }
     std::atomic<int> wrong{0};
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int thread = 0; thread < 4; ++thread) {
         threads.emplace_back([&, thread] {
             const QByteArray own = QByteArray::number(thread);

@@ -458,6 +458,7 @@ void VisionClientTest::requestsFromSeveralThreadsAreAllAnswered()
     Session session;
     QCOMPARE(session.init(), 0);
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int thread = 0; thread < 4; ++thread) {
         threads.emplace_back(
             [&session, thread] { session.askNumbers(thread * 50 + 1, thread * 50 + 50); });
