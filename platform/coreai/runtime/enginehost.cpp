@@ -1,6 +1,7 @@
 #include "coreai/runtime/enginehost.h"
 
 #include "coreai/protocol/answers.h"
+#include "coreai/runtime/processpriority.h"
 
 #include <algorithm>
 
@@ -48,6 +49,7 @@ PictureMeaning &EngineHost::pictures()
 
 void EngineHost::run()
 {
+    takeLowPriority(); // before an engine starts threads, which inherit it
     while (m_channel.isOpen()) {
         Message question;
         switch (m_channel.receive(question)) {

@@ -26,7 +26,7 @@ public:
 
     EngineHost(Channel channel, Loaders loaders);
 
-    // Returns when the channel has ended.
+    // Takes the lowest priority for the process; returns when the channel has ended.
     void run();
 
 private:

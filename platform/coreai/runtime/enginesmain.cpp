@@ -5,7 +5,6 @@
 #include "coreai/engines/reading/loadlinerecognizer.h"
 #include "coreai/protocol/channelprocess.h"
 #include "coreai/runtime/enginehost.h"
-#include "coreai/runtime/processpriority.h"
 
 #include <QCoreApplication>
 
@@ -15,7 +14,6 @@ using namespace coreai;
 
 int main(int argc, char **argv)
 {
-    takeLowPriority();
     QCoreApplication application(argc, argv); // for the folders of the models
     pthread_setname_np(pthread_self(), "ai engines");
     const ModelFolders models =

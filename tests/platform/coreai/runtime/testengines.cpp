@@ -44,7 +44,13 @@ void CountingSet::prepareReading(int threads)
 std::optional<coreai::LineText> CountingSet::readLine(const cv::Mat &line)
 {
     ++m_counts.reads;
-    wait(m_counts.readMilliseconds);
+    constexpr int slice = 20; // in which one that waits for another process looks about
+    int left = m_counts.readMilliseconds;
+    for (; left > slice; left -= slice) {
+        wait(slice);
+        m_whileWaiting();
+    }
+    wait(left);
     if (m_counts.fails) {
         return std::nullopt;
     }

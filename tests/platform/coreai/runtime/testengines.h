@@ -34,6 +34,10 @@ class CountingSet : public coreai::EngineSet
 public:
     explicit CountingSet(Counts &counts) : m_counts(counts) {}
 
+    void setWhileWaiting(std::function<void()> whileWaiting) override
+    {
+        m_whileWaiting = std::move(whileWaiting);
+    }
     void prepareReading(int threads) override;
     std::optional<coreai::LineText> readLine(const cv::Mat &line) override;
     Vectors ofPassages(const std::vector<std::string> &texts) override;
@@ -44,6 +48,7 @@ public:
 
 private:
     Counts &m_counts;
+    std::function<void()> m_whileWaiting;
 };
 
 /// The same for a process of its own.

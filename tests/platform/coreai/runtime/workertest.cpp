@@ -138,6 +138,8 @@ private Q_SLOTS:
     void anEmbeddingUsesTheFrameHandedOver();
     void anUnknownPictureIsCutItself();
     void anEmbeddingKeepsItsTimeWithSlowEngines();
+    void anEmbeddingDoesNotWaitForALineThatTakesSeconds();
+    void aLateLineOfTheOwnEmbeddingIsReadAllTheSame();
     void aPictureThatIsNoneFails();
     void badPicturesHaveNoLines_data();
     void badPicturesHaveNoLines();
@@ -299,6 +301,42 @@ void WorkerTest::anUnknownPictureIsCutItself()
     bench.embed(2, encoded(session.screen(), "JPEG"));
     QTRY_COMPARE(bench.answers.count(), 2);
     QVERIFY(bench.answers.vector(1) != first);
+}
+
+void WorkerTest::anEmbeddingDoesNotWaitForALineThatTakesSeconds()
+{
+    Bench bench;
+    DrawnSession session({640, 480});
+    bench.read(Bench::recorder, 1, encoded(session.screen()));
+    QTRY_COMPARE(bench.answers.count(), 1);
+    bench.counts.readMilliseconds = 3000;
+    session.typeLine();
+    const int before = bench.counts.reads;
+    bench.read(Bench::recorder, 2, encoded(session.screen()));
+    QTRY_VERIFY(bench.counts.reads > before);
+    QElapsedTimer asked;
+    asked.start();
+    bench.embed(3, encoded(session.screen(), "JPEG"));
+    QTRY_COMPARE(bench.answers.count(), 2);
+    QVERIFY(asked.elapsed() < 2000); // the line takes three seconds
+    QCOMPARE(bench.answers.at(1).request, std::uint64_t(3));
+    QCOMPARE(bench.answers.vector(1).size(), std::size_t(1024));
+    QTRY_COMPARE_WITH_TIMEOUT(bench.answers.count(), 3, 20000);
+    QCOMPARE(bench.answers.at(2).request, std::uint64_t(2));
+}
+
+void WorkerTest::aLateLineOfTheOwnEmbeddingIsReadAllTheSame()
+{
+    Bench bench;
+    DrawnSession session({640, 480});
+    bench.counts.readMilliseconds = 1500;
+    bench.embed(1, encoded(session.screen(), "JPEG")); // nothing is known: it begins to read
+    QTRY_COMPARE(bench.answers.count(), 1);
+    QCOMPARE(bench.counts.reads.load(), 1);
+    QCOMPARE(bench.answers.vector(0).size(), std::size_t(1024));
+    bench.counts.readMilliseconds = 0;
+    QTest::qWait(2000);                 // the line ends, and with it the embedding
+    QCOMPARE(bench.answers.count(), 1); // answered once
 }
 
 void WorkerTest::anEmbeddingKeepsItsTimeWithSlowEngines()
