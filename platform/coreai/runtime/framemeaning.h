@@ -20,7 +20,7 @@ public:
 
     // Leaves room for the step that was under way and for a machine that is busy otherwise: 400 ms
     // are what the caller expects, a second is its limit.
-    static constexpr std::chrono::milliseconds usual{250};
+    static constexpr std::chrono::milliseconds usual{340};
     static constexpr std::chrono::milliseconds latest{750};
 
     // Then the answer is made of what is known, whatever is being computed.
