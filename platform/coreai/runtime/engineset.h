@@ -21,9 +21,8 @@ public:
     virtual ~EngineSet() = default;
 
     // Called every few hundredths of a second while a call waits for its answer, which may take
-    // long on a busy machine. It must not call an engine. Engines that answer at once need not call
-    // it.
-    virtual void setWhileWaiting(std::function<void()>) {}
+    // long on a busy machine. It must not call an engine.
+    virtual void setWhileWaiting(std::function<void()> whileWaiting) = 0;
 
     // Lines will be read soon, by so many threads: loads what can be loaded meanwhile. Returns at
     // once.
