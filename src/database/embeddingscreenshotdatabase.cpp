@@ -155,9 +155,10 @@ bool EmbeddingScreenshotDatabase::hasCollection(const std::string &name)
     return store && store->HasCollection(name, has).IsOk() && has;
 }
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): records are handed over by value
+// NOLINTBEGIN(performance-unnecessary-value-param): records are handed over by value
 bool EmbeddingScreenshotDatabase::saveScreenShotEmbedding(QVector<float> embedding,
                                                           ScreenShotData data)
+// NOLINTEND(performance-unnecessary-value-param)
 {
     if (!m_connected) {
         qWarning() << "向量数据库连接失败，无法保存数据";

@@ -143,9 +143,7 @@ void ExactSearchTest::vectorsOfManyShapesAreRankedAsByBruteForce()
         for (std::size_t i = 0; i < size; ++i) {
             if (shape == 1 && i == number % size) {
                 vector[i] = 1e6F;
-            } else if (shape == 2 && (i + number) % 16 != 0) {
-                vector[i] = 0.0F;
-            } else if (shape == 3 && number % 10 == 0) {
+            } else if ((shape == 2 && (i + number) % 16 != 0) || (shape == 3 && number % 10 == 0)) {
                 vector[i] = 0.0F;
             } else if (shape == 4) {
                 vector[i] *= number % 2 == 0 ? 1e-30F : 1e30F;

@@ -64,6 +64,7 @@ void StoreThreadsTest::everythingRunsAtOnce()
         }
     });
     std::vector<std::thread> searching;
+    searching.reserve(3);
     for (int thread = 0; thread < 3; ++thread) {
         searching.emplace_back([&, thread] {
             while (!isDone) {

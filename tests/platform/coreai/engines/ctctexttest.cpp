@@ -44,7 +44,7 @@ void CtcTextTest::bestClassesBecomeText()
     for (const float probability : {0.9F, 0.4F}) {
         std::vector<float> rows(size_t(best.size()) * 5, (1.0F - probability) / 4);
         for (int step = 0; step < best.size(); ++step) {
-            rows[size_t(step * 5 + best[step])] = probability;
+            rows[size_t(step) * 5 + size_t(best[step])] = probability;
         }
         const CtcText characters("a\nb\n中");
         QCOMPARE(characters.decode(rows.data(), size_t(best.size())).text, text.toStdString());

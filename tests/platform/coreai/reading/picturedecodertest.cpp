@@ -88,7 +88,7 @@ void PictureDecoderTest::givesEveryPixelOfAPng()
     const QImage expected = image.convertToFormat(QImage::Format_RGB32);
     for (int y = 0; y < picture.rows; ++y) {
         for (int x = 0; x < picture.cols; ++x) {
-            const auto pixel = picture.at<cv::Vec4b>(y, x);
+            const auto &pixel = picture.at<cv::Vec4b>(y, x);
             QCOMPARE(qRgb(pixel[2], pixel[1], pixel[0]), expected.pixel(x, y));
             QCOMPARE(int(pixel[3]), 255);
         }
