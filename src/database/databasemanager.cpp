@@ -74,6 +74,17 @@ bool DatabaseManager::deleteUserData(TimeRange range)
     return false;
 }
 
+QVector<ScreenShotData> DatabaseManager::getOcrScreenShotData(const SearchQuery &query) const
+{
+    return m_ocrDatabase.getOcrScreenshotData(query);
+}
+
+ScreenShotData DatabaseManager::getScreenShotDataOfVideo(const QString &videoName,
+                                                         uint frameIndexOfVideo) const
+{
+    return m_ocrDatabase.getScreenShotDataOfVideo(videoName, frameIndexOfVideo);
+}
+
 void DatabaseManager::deleteDataAtDate(const QString &day)
 {
     const QDate date = validDate(day);
@@ -81,6 +92,13 @@ void DatabaseManager::deleteDataAtDate(const QString &day)
         const DayText::Bounds bounds = DayText::boundsOfDay(date);
         deleteDatabase(bounds.start, bounds.end);
     }
+}
+
+ScreenShotData DatabaseManager::getScreenShotDataOfDay(const QString &day,
+                                                       uint frameIndexOfDay) const
+{
+    return validDate(day).isValid() ? m_ocrDatabase.getScreenShotDataOfDay(day, frameIndexOfDay)
+                                    : ScreenShotData();
 }
 
 QList<ActiveAppInfo> DatabaseManager::getAppListOfDay(const QString &day)

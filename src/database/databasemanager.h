@@ -35,9 +35,19 @@ public:
     /// TimeRange.
     bool deleteUserData(TimeRange range);
 
+    /// The frames whose text or time a search asks for, the newest first.
+    QVector<ScreenShotData> getOcrScreenShotData(const SearchQuery &query) const;
+
+    /// The row of a video's frame, counted from 1. An empty record if there is none.
+    ScreenShotData getScreenShotDataOfVideo(const QString &videoName, uint frameIndexOfVideo) const;
+
     /// Deletes a day, "yyyy-MM-dd". This and the reads below touch nothing and give the empty value
     /// for a text that is no day of the calendar, with a warning.
     void deleteDataAtDate(const QString &day);
+
+    /// The row of a day's frame, counted from 1, without its date. An empty record if there is
+    /// none.
+    ScreenShotData getScreenShotDataOfDay(const QString &day, uint frameIndexOfDay) const;
 
     /// A day's runs of one application in the order of capture.
     QList<ActiveAppInfo> getAppListOfDay(const QString &day);

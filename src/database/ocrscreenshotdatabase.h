@@ -60,6 +60,20 @@ public:
     /// Removes every month file and begins anew. False if a file could not be removed.
     bool deleteAllDatabase();
 
+    /// The frames that a search asks for, the newest first as long as each file holds its own month
+    /// alone. The text goes into the SQL as it stands: "%", "_" and a quote keep their meaning
+    /// there, and one that cannot be prepared ends the search. Scans every month's file until the
+    /// limit is met; a QThread that is asked to stop by requestInterruption() gets what was found
+    /// so far. The main thread's scan always ends by itself.
+    QVector<ScreenShotData> getOcrScreenshotData(const SearchQuery &query) const;
+
+    /// The row of a video's frame, counted from 1. An empty record if there is none.
+    ScreenShotData getScreenShotDataOfVideo(const QString &videoName, uint frameIndexOfVideo) const;
+
+    /// The row of a day's frame, counted from 1, without its date. An empty record if there is
+    /// none.
+    ScreenShotData getScreenShotDataOfDay(const QString &day, uint frameIndexOfDay) const;
+
     /// A day's runs of one application in the order of capture. Frames without an application count
     /// into the run after them. Empty if the month has no file.
     QList<ActiveAppInfo> getAppListOfDay(const QString &day);

@@ -1,9 +1,10 @@
-// The reading half of OcrScreenshotDatabase. Every read takes its connection from readDatabase(),
-// so that none makes a file.
+// The reading half of OcrScreenshotDatabase but for the text search. Every read takes its
+// connection from readDatabase(), so that none makes a file.
 
 #include "database/ocrscreenshotdatabase.h"
 
 #include "database/daytext.h"
+#include "database/screenshotrow.h"
 #include "database/sqlite3connection.h"
 #include "database/statement.h"
 
@@ -16,17 +17,22 @@
 
 namespace
 {
+constexpr char FRAME_OF_VIDEO[] = "SELECT * FROM screenshots WHERE real_time >= ? AND real_time <= "
+                                  "? AND video_name = ? AND frame_index_of_video = ?";
+constexpr char FRAME_OF_DAY[] = "SELECT * FROM screenshots WHERE frame_index_of_day = ? AND "
+                                "real_time >= ? AND real_time <= ?";
 constexpr char APPS_OF_DAY[] =
     "SELECT desktop_file_path FROM screenshots WHERE real_time >= ? AND real_time <= ?";
 constexpr char FRAMES_OF_DAY[] = "SELECT frame_index_of_day FROM screenshots WHERE real_time >= ? "
                                  "AND real_time <= ? ORDER BY real_time DESC";
 constexpr char LAST_INSERTED[] = "SELECT real_time FROM screenshots ORDER BY id DESC LIMIT 1;";
 
-void bindDay(Statement &statement, const QString &day)
+// Its bounds go to @p position and to the one after.
+void bindDay(Statement &statement, int position, const QString &day)
 {
     const DayText::Bounds bounds = DayText::boundsOfDay(DayText::toDate(day));
-    statement.bindInt64(1, bounds.start);
-    statement.bindInt64(2, bounds.end);
+    statement.bindInt64(position, bounds.start);
+    statement.bindInt64(position + 1, bounds.end);
 }
 
 QList<ActiveAppInfo> runsOfApps(Statement &rows)
@@ -62,6 +68,49 @@ QFileInfoList OcrScreenshotDatabase::getDatabaseFileInfo() const
     return files;
 }
 
+ScreenShotData OcrScreenshotDatabase::getScreenShotDataOfVideo(const QString &videoName,
+                                                               uint frameIndexOfVideo) const
+{
+    const auto connection = readDatabase(DayText::monthOfDayOrVideo(videoName));
+    if (!connection) {
+        qDebug() << "Database not initialized!";
+        return {};
+    }
+    Statement frame(connection.get(), FRAME_OF_VIDEO);
+    if (!frame.isPrepared()) {
+        qDebug() << "Error preparing statement: " << frame.errorText();
+        return {};
+    }
+    bindDay(frame, 1, DayText::dayOfVideo(videoName));
+    frame.bindText(3, videoName);
+    frame.bindInt(4, frameIndexOfVideo);
+    if (frame.step() != SQLITE_ROW) {
+        return {};
+    }
+    ScreenShotData data = ScreenshotRow::read(frame);
+    data.videoName = videoName;
+    data.date = ScreenshotRow::dateOf(data);
+    return data;
+}
+
+ScreenShotData OcrScreenshotDatabase::getScreenShotDataOfDay(const QString &day,
+                                                             uint frameIndexOfDay) const
+{
+    const auto connection = readDatabase(DayText::monthOfDayOrVideo(day));
+    if (!connection) {
+        qDebug() << "Database not initialized!";
+        return {};
+    }
+    Statement frame(connection.get(), FRAME_OF_DAY);
+    if (!frame.isPrepared()) {
+        qDebug() << "Error preparing statement: " << frame.errorText();
+        return {};
+    }
+    frame.bindInt(1, frameIndexOfDay);
+    bindDay(frame, 2, day);
+    return frame.step() == SQLITE_ROW ? ScreenshotRow::read(frame) : ScreenShotData();
+}
+
 QList<ActiveAppInfo> OcrScreenshotDatabase::getAppListOfDay(const QString &day)
 {
     const auto connection = readDatabase(DayText::monthOfDayOrVideo(day));
@@ -74,7 +123,7 @@ QList<ActiveAppInfo> OcrScreenshotDatabase::getAppListOfDay(const QString &day)
         qDebug() << "Error preparing statement: " << rows.errorText();
         return {};
     }
-    bindDay(rows, day);
+    bindDay(rows, 1, day);
     return runsOfApps(rows);
 }
 
@@ -90,7 +139,7 @@ uint OcrScreenshotDatabase::getFrameNumOfDay(const QString &day)
         qDebug() << "Error preparing statement: " << newest.errorText();
         return 0;
     }
-    bindDay(newest, day);
+    bindDay(newest, 1, day);
     return newest.step() == SQLITE_ROW ? static_cast<uint>(newest.int32(0)) : 0;
 }
 
