@@ -5,6 +5,7 @@
 
 #include "ai/imageutils.h"
 #include "database/databasemanager.h"
+#include "database/dataencryptor.h"
 #include "database/daytext.h"
 #include "database/screenshotdata.h"
 #include "video/videocomposer.h"
@@ -29,11 +30,24 @@ QString greatestFolderName(const QDir &directory)
 }
 } // namespace
 
+bool ScreenHistoryTracker::hasEncryption() const
+{
+    return m_dataEncryptor->isSafeDirectoryMounted();
+}
+
+QString ScreenHistoryTracker::screenshotsRoot() const
+{
+    if (hasEncryption()) {
+        return QDir::homePath() + QLatin1String("/.vault/tavel-ai-yestermark/screenshots");
+    }
+    return QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
+           QLatin1String("/tavel-ai-yestermark/screenshots");
+}
+
 QString ScreenHistoryTracker::getScreenshotDirByDate(QDate date) const
 {
-    return QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
-           QLatin1String("/tavel-ai-yestermark/screenshots/") + DayText::monthOfDate(date) +
-           QLatin1Char('/') + DayText::ofDate(date);
+    return screenshotsRoot() + QLatin1Char('/') + DayText::monthOfDate(date) + QLatin1Char('/') +
+           DayText::ofDate(date);
 }
 
 QString ScreenHistoryTracker::getVideoStorageDir() const

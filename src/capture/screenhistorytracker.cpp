@@ -3,6 +3,7 @@
 #include "ai/aiabilityprovider.h"
 #include "ai/imageutils.h"
 #include "database/databasemanager.h"
+#include "database/dataencryptor.h"
 #include "database/daytext.h"
 #include "database/screenshotdata.h"
 #include "video/videocomposer.h"
@@ -27,6 +28,7 @@ ScreenHistoryTracker::ScreenHistoryTracker(QObject *parent)
     , m_videoComposer(new VideoComposer(nullptr))
     , m_aiAbilityProvider(AIAbilityProvider::getInstance())
     , m_databaseManager(DatabaseManager::getInstance())
+    , m_dataEncryptor(DataEncryptor::getInstance())
     , m_lastCheckTime(QDateTime::currentDateTime())
 {
     m_images.reserve(m_maxFramesPerVideo);

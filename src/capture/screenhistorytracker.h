@@ -15,6 +15,7 @@
 
 class AIAbilityProvider;
 class DatabaseManager;
+class DataEncryptor;
 class QScreen;
 class VideoComposer;
 struct ScreenShotData;
@@ -32,6 +33,9 @@ public:
     /// Hands the open batch to the encoder and joins the encoder's thread. What does not reach a
     /// video stays as PNG files for the next start.
     ~ScreenHistoryTracker() override;
+
+    /// Whether frames lie in the encrypted box.
+    bool hasEncryption() const;
 
     /// Directory of a day's frames, without a closing "/".
     QString getScreenshotDirByDate(QDate date) const;
@@ -110,6 +114,8 @@ Q_SIGNALS:
     void backInTimeDetected();
 
 private:
+    /// Above all months of frames, without a closing "/".
+    QString screenshotsRoot() const;
     void initComposer();
     void initTimer();
     void connectRecognizedText();
@@ -141,5 +147,6 @@ private:
     QVector<QImage> m_images;
     AIAbilityProvider *m_aiAbilityProvider = nullptr;
     DatabaseManager *m_databaseManager = nullptr;
+    DataEncryptor *m_dataEncryptor = nullptr;
     QDateTime m_lastCheckTime; ///< when the last clock check passed
 };

@@ -1,5 +1,6 @@
 #include "database/ocrscreenshotdatabase.h"
 
+#include "database/dataencryptor.h"
 #include "database/daytext.h"
 #include "database/sqlite3connection.h"
 #include "database/statement.h"
@@ -31,11 +32,18 @@ constexpr char UPDATE_TEXT[] = "UPDATE screenshots SET ocr_text = ? WHERE video_
 constexpr char DELETE_ROWS[] = "DELETE FROM screenshots WHERE real_time > ? AND real_time <= ?;";
 } // namespace
 
-OcrScreenshotDatabase::OcrScreenshotDatabase()
-    : m_databaseDirectory(QDir::homePath() +
-                          QStringLiteral("/.cache/tavel-ai-yestermark/traditional_database/"))
+OcrScreenshotDatabase::OcrScreenshotDatabase() : m_encryptor(DataEncryptor::getInstance())
 {
+    m_databaseDirectory =
+        QDir::homePath() +
+        (hasEncryption() ? QStringLiteral("/.vault/tavel-ai-yestermark/traditional_database/")
+                         : QStringLiteral("/.cache/tavel-ai-yestermark/traditional_database/"));
     initDatabase();
+}
+
+bool OcrScreenshotDatabase::hasEncryption() const
+{
+    return m_encryptor->isSafeDirectoryMounted();
 }
 
 QString OcrScreenshotDatabase::databasePath(const QString &month) const

@@ -14,13 +14,18 @@
 #include <string>
 #include <unordered_map>
 
+class DataEncryptor;
 class SQLite3Connection;
 
 class OcrScreenshotDatabase
 {
 public:
-    /// Settles the directory below the user's cache and opens the present month.
+    /// Settles the directory for good, in the encrypted box or below the user's cache, and opens
+    /// the present month.
     OcrScreenshotDatabase();
+
+    /// Whether the encrypted box is in use.
+    bool hasEncryption() const;
 
     /// Makes the directory with its parents; a new one is open to the user alone.
     void createDatabaseDirectory();
@@ -105,4 +110,5 @@ private:
     /// with std::atomic_load and std::atomic_store: look-ups need no lock.
     mutable std::shared_ptr<const ConnectionMap> m_connections =
         std::make_shared<const ConnectionMap>();
+    DataEncryptor *m_encryptor;
 };

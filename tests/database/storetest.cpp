@@ -1,11 +1,13 @@
 #include "storetest.h"
 
+#include "database/dataencryptor.h"
 #include "support/fakeclock.h"
 
 void StoreTest::init()
 {
     FakeClock::set(QDateTime(QDate(2024, 3, 15), QTime(12, 0)));
     m_home = std::make_unique<TestStore::Home>();
+    DataEncryptor::getInstance(); // tells once where data lie, before anybody looks at the log
     m_log = std::make_unique<LogCapture>();
 }
 
