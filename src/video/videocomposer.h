@@ -41,6 +41,12 @@ public:
     /// How many frames the container declares for its first video stream; 0 on any failure.
     static unsigned int getFrameNumberFromVideo(const QString &videoFile);
 
+    /// Keeps the first @p frameNumber frames of @p videoFile and drops the rest; 0 removes the
+    /// file. True also for a missing file and for one with no more frames than that. On failure
+    /// false, a line on the log, and the old video stays. Blocks for the decoding and encoding of
+    /// the kept frames, see videotruncation.cpp.
+    bool deleteFramesToEndFromVideoFile(const QString &videoFile, unsigned int frameNumber);
+
 public Q_SLOTS:
     /// Encodes one batch into @p videoFile, replacing what stands there, and removes its PNG
     /// files once the video is on the disk. On failure false, a line on the log, the PNG files
@@ -61,6 +67,18 @@ private:
     bool openEncoder(Batch &batch) const;
     bool encodeImages(Batch &batch, const QVector<QImage> &images);
     bool keepFinishedVideo(const QString &videoFile, int readableImages);
+
+    struct Truncation;
+    bool openStoredVideo(Truncation &truncation) const;
+    bool openStoredDecoder(Truncation &truncation) const;
+    bool openPendingOutput(Truncation &truncation) const;
+    bool openPendingEncoder(Truncation &truncation) const;
+    bool openPendingFile(Truncation &truncation) const;
+    void copyFrames(Truncation &truncation) const;
+    bool copyPacket(Truncation &truncation, bool hasEnded) const;
+    bool copyFrame(Truncation &truncation) const;
+    bool finishPendingFile(Truncation &truncation);
+    bool exchangeFiles(const QString &videoFile, const QString &pendingFile);
 
     qint32 m_frameRate; ///< frames a second of every video: a frame's index is its second
 };

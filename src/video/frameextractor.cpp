@@ -1,0 +1,223 @@
+#include "video/frameextractor.h"
+
+#include "video/nv12frame.h"
+
+#include "systeminfo/tvsysinfo.h"
+
+#include <QDebug>
+#include <QElapsedTimer>
+
+#include <algorithm>
+#include <limits>
+
+extern "C" {
+#include <libavutil/imgutils.h>
+}
+
+FrameExtractor::FrameExtractor(QObject *parent)
+    : QObject(parent), m_productionLine(QString::fromUtf8(tdk_system_get_production_line()))
+{
+}
+
+FrameExtractor::~FrameExtractor()
+{
+    unloadResource();
+}
+
+QString FrameExtractor::getAbsoluteVideoName() const
+{
+    return m_absoluteVideoName;
+}
+
+void FrameExtractor::setAbsoluteVideoName(const QString &name)
+{
+    if (name == m_absoluteVideoName) {
+        return;
+    }
+    QElapsedTimer timer;
+    timer.start();
+    m_absoluteVideoName = name;
+    unloadResource();
+    m_isLoaded = loadResource();
+    if (!m_isLoaded) {
+        m_absoluteVideoName.clear();
+    }
+    qDebug() << "setAbsoluteVideoName"
+             << "elapsed:" << timer.elapsed() << "ms";
+}
+
+bool FrameExtractor::loadResource()
+{
+    unloadResource();
+    AVFormatContext *opened = nullptr;
+    if (avformat_open_input(&opened, m_absoluteVideoName.toUtf8().constData(), nullptr, nullptr) <
+        0) {
+        qDebug() << "avformat_open_input fail" << m_absoluteVideoName;
+        return false;
+    }
+    m_formatContext.reset(opened);
+    if (!findStream() || !openDecoder()) {
+        unloadResource();
+        return false;
+    }
+    const AVCodecContext *codec = m_codecContext.get();
+    m_scaledFormat = codec->pix_fmt;
+    m_scaledSize = {codec->width, codec->height};
+    m_swsContext.reset(sws_getContext(codec->width, codec->height, codec->pix_fmt, codec->width,
+                                      codec->height, AV_PIX_FMT_BGRA, SWS_BICUBIC, nullptr, nullptr,
+                                      nullptr));
+    return true;
+}
+
+/// Without a video stream the last stream is taken, with no index: such a file opens, and every
+/// request to it finds nothing.
+bool FrameExtractor::findStream()
+{
+    if (avformat_find_stream_info(m_formatContext.get(), nullptr) < 0) {
+        qDebug() << "avformat_find_stream_info fail";
+        return false;
+    }
+    for (unsigned int index = 0; index < m_formatContext->nb_streams; ++index) {
+        m_videoStream = m_formatContext->streams[index];
+        if (m_videoStream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO) {
+            m_videoStreamIndex = static_cast<qint32>(index);
+            break;
+        }
+    }
+    if (!m_videoStream) {
+        qDebug() << "Failed to get video stream.";
+        return false;
+    }
+    return true;
+}
+
+bool FrameExtractor::openDecoder()
+{
+    const AVCodec *codec = avcodec_find_decoder(m_videoStream->codecpar->codec_id);
+    m_codecContext.reset(avcodec_alloc_context3(codec));
+    if (!m_codecContext) {
+        qDebug() << "video avcodec_alloc_context3 fail";
+        return false;
+    }
+    if (avcodec_parameters_to_context(m_codecContext.get(), m_videoStream->codecpar) < 0) {
+        qDebug() << "video avcodec_parameters_to_context";
+        return false;
+    }
+    if (m_productionLine == QLatin1String("Wayland")) {
+        m_codecContext->pix_fmt = AV_PIX_FMT_NV12;
+    }
+    if (avcodec_open2(m_codecContext.get(), codec, nullptr) < 0) {
+        qDebug() << "video avcodec_open2() fail";
+        return false;
+    }
+    return true;
+}
+
+bool FrameExtractor::unloadResource()
+{
+    m_formatContext.reset();
+    m_swsContext.reset();
+    m_codecContext.reset();
+    m_videoStream = nullptr;
+    m_videoStreamIndex = -1;
+    m_isLoaded = false;
+    return true;
+}
+
+void FrameExtractor::clearVideoFile()
+{
+    m_absoluteVideoName.clear();
+    unloadResource();
+}
+
+QImage FrameExtractor::requestGetFrame(int frameIndex)
+{
+    if (!m_isLoaded) {
+        return {};
+    }
+    const qint64 timestamp = timestampOf(frameIndex);
+    if (avformat_seek_file(m_formatContext.get(), m_videoStreamIndex,
+                           std::numeric_limits<qint64>::min(), timestamp,
+                           std::numeric_limits<qint64>::max(), AVSEEK_FLAG_BACKWARD) < 0) {
+        qDebug() << "Error on av_seek_frame";
+        return {};
+    }
+    avcodec_flush_buffers(m_codecContext.get());
+    const AvPacketPtr packet(av_packet_alloc());
+    const AvFramePtr frame(av_frame_alloc());
+    if (!packet || !frame) {
+        return {};
+    }
+    if (readForward(packet.get(), frame.get(), timestamp)) {
+        const QImage picture = pictureOf(frame.get());
+        return picture.copy(0, 0, picture.width(), picture.height() - 1);
+    }
+    // One row taller on purpose: that is how frames from the end of the file are handed out.
+    return readAtEnd(frame.get(), timestamp) ? pictureOf(frame.get()) : QImage();
+}
+
+/// In the stream's time base. The index is a second, since videos have one frame a second; the
+/// product wraps around at 32 bits, far beyond the hundred frames of a video.
+qint64 FrameExtractor::timestampOf(int frameIndex) const
+{
+    constexpr quint32 microseconds = 1'000'000;
+    const auto product = static_cast<qint32>(static_cast<quint32>(frameIndex) * microseconds);
+    return av_rescale_q(product, {1, static_cast<int>(microseconds)}, m_videoStream->time_base);
+}
+
+/// Receives until @p frame is the first one at or behind @p timestamp; false if there is none yet.
+bool FrameExtractor::receiveFrame(AVFrame *frame, qint64 timestamp)
+{
+    while (avcodec_receive_frame(m_codecContext.get(), frame) >= 0) {
+        if (frame->pts >= timestamp) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool FrameExtractor::readForward(AVPacket *packet, AVFrame *frame, qint64 timestamp)
+{
+    while (av_read_frame(m_formatContext.get(), packet) >= 0) {
+        const bool isSent = packet->stream_index == m_videoStreamIndex &&
+                            avcodec_send_packet(m_codecContext.get(), packet) >= 0;
+        av_packet_unref(packet);
+        if (isSent && receiveFrame(frame, timestamp)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool FrameExtractor::readAtEnd(AVFrame *frame, qint64 timestamp)
+{
+    return avcodec_send_packet(m_codecContext.get(), nullptr) >= 0 &&
+           receiveFrame(frame, timestamp);
+}
+
+/// The whole target of the scaler, one row taller than the video; null for a frame that isn't of
+/// the format and size that the scaler was made for.
+QImage FrameExtractor::pictureOf(const AVFrame *frame) const
+{
+    AvFramePtr woven;
+    if (m_scaledFormat == AV_PIX_FMT_NV12 && frame->format == AV_PIX_FMT_YUV420P) {
+        woven = nv12FrameOf(frame);
+        frame = woven.get();
+    }
+    if (!m_swsContext || !frame || frame->format != m_scaledFormat ||
+        QSize(frame->width, frame->height) != m_scaledSize) {
+        return {};
+    }
+    QImage picture(m_scaledSize.width(), m_scaledSize.height() + 1, QImage::Format_RGB32);
+    if (picture.isNull()) {
+        return {};
+    }
+    std::fill_n(reinterpret_cast<QRgb *>(picture.scanLine(m_scaledSize.height())),
+                m_scaledSize.width(), qRgb(0, 0, 0));
+    int strides[4] = {};
+    av_image_fill_linesizes(strides, AV_PIX_FMT_BGRA, m_scaledSize.width());
+    uint8_t *const planes[] = {picture.bits(), nullptr, nullptr, nullptr};
+    sws_scale(m_swsContext.get(), frame->data, frame->linesize, 0, m_scaledSize.height(), planes,
+              strides);
+    return picture;
+}

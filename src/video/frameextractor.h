@@ -1,0 +1,63 @@
+#pragma once
+// Gives back single pictures of a stored video by their index. Stays open on one file, so that
+// walking through a file costs no reopening. Owned by the recorder, by value; no lock and no thread
+// of its own, so calls must not overlap.
+
+#include "video/avhandles.h"
+
+#include <QImage>
+#include <QObject>
+#include <QString>
+
+class FrameExtractor : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Opens nothing.
+    explicit FrameExtractor(QObject *parent);
+    ~FrameExtractor() override;
+    Q_DISABLE_COPY(FrameExtractor)
+
+    /// Makes @p name the open file. The name that is open already changes nothing, also when the
+    /// file was rewritten or deleted meanwhile. On failure a line on the log, no file is open, and
+    /// the same name is tried anew the next time.
+    void setAbsoluteVideoName(const QString &name);
+
+    /// The path of the open file; empty if none is.
+    QString getAbsoluteVideoName() const;
+
+    /// The picture with the index @p frameIndex, counted from 0, in Format_RGB32; null beyond the
+    /// last one, without an open file and on any failure. A frame that the decoder gives up only
+    /// at the end of the file, so one of the last few, comes one row taller than the video.
+    QImage requestGetFrame(int frameIndex);
+
+    /// Opens the file of the current name. On failure false, a line on the log, nothing is open.
+    bool loadResource();
+
+    /// Closes everything, keeps the name. Always true.
+    bool unloadResource();
+
+    /// Forgets the name and closes the file.
+    void clearVideoFile();
+
+private:
+    bool findStream();
+    bool openDecoder();
+    qint64 timestampOf(int frameIndex) const;
+    bool receiveFrame(AVFrame *frame, qint64 timestamp);
+    bool readForward(AVPacket *packet, AVFrame *frame, qint64 timestamp);
+    bool readAtEnd(AVFrame *frame, qint64 timestamp);
+    QImage pictureOf(const AVFrame *frame) const;
+
+    QString m_productionLine;
+    bool m_isLoaded = false;
+    QString m_absoluteVideoName;
+    qint32 m_videoStreamIndex = -1;
+    AVStream *m_videoStream = nullptr; ///< owned by the format context
+    AvCodecContextPtr m_codecContext;
+    AvInputContextPtr m_formatContext;
+    SwsContextPtr m_swsContext;
+    AVPixelFormat m_scaledFormat = AV_PIX_FMT_NONE; ///< what the scaler was made for
+    QSize m_scaledSize;
+};
