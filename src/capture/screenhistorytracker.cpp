@@ -163,6 +163,11 @@ void ScreenHistoryTracker::screenshotReady(const QImage &image)
     storeFrame(image, appEntry);
 }
 
+QString ScreenHistoryTracker::safetyCopyOf(const QString &video, int frameIndex)
+{
+    return QStringLiteral("%1_%2.png").arg(video).arg(frameIndex, 3, 10, QLatin1Char('0'));
+}
+
 void ScreenHistoryTracker::storeFrame(const QImage &image, const QString &appEntry)
 {
     ScreenShotData record;
@@ -174,9 +179,8 @@ void ScreenHistoryTracker::storeFrame(const QImage &image, const QString &appEnt
     record.ocrText =
         QLatin1String(""); // not null: the column tells "not read yet" by its emptiness
 
-    const QString number = QStringLiteral("%1").arg(m_videoFrameNumber, 3, 10, QLatin1Char('0'));
-    image.save(m_videoStorageDir + QLatin1Char('/') + record.videoName + QLatin1Char('_') + number +
-               QLatin1String(".png"));
+    image.save(m_videoStorageDir + QLatin1Char('/') +
+               safetyCopyOf(record.videoName, m_videoFrameNumber));
     // The row stands before any result of the AI abilities: they only add to it.
     m_databaseManager->saveScreenShotData(record);
     requestMeaning(image, record);

@@ -4,6 +4,9 @@
 // Owner: the backend, by value. Thread: main, all of it; only the video composer works on a thread
 // of its own and is reached by a queued signal that carries the batch by value.
 
+#include "database/screenshotdata.h"
+#include "video/frameextractor.h"
+
 #include <QDate>
 #include <QDateTime>
 #include <QImage>
@@ -18,7 +21,6 @@ class DatabaseManager;
 class DataEncryptor;
 class QScreen;
 class VideoComposer;
-struct ScreenShotData;
 
 class ScreenHistoryTracker : public QObject
 {
@@ -95,6 +97,38 @@ public:
     void getTodayFrameNumFromDB();
     void getTodayVideoFrameNum();
 
+    /// Removes the frames of a user's choice from disk; their rows and vectors are the caller's.
+    /// False, with nothing removed, for a number that is no TimeRange.
+    bool deleteScreenShotData(TimeRange range);
+
+    /// Removes the frames from @p start to @p end, which is meant to be now, in seconds since the
+    /// epoch; a @p start of 0 stands for everything. The video of the first of them is shortened,
+    /// and that one frame stays in it; the open batch is dropped. Frames that cannot be removed
+    /// are told on the log. Always true. Blocks for the new encoding of what stays.
+    bool deleteVideosWithinTime(long start, long end);
+
+    /// Removes all frames and begins anew, as in a new process. A clock that was found set back is
+    /// right from now on.
+    void deleteAllVideos();
+
+    /// Removes the directory of a day, "yyyy-MM-dd"; the open video and the counters stay.
+    void deleteDataAtDate(const QString &date);
+
+    /// The rows from @p start to @p end, both included, oldest first; those of the same second in
+    /// no fixed order.
+    QVector<ScreenShotData> getScreenshotsWithinTimeInOrder(long start, long end) const;
+
+    /// Bytes of all files below @p path; 0, with a line on the log, if it is no directory.
+    quint64 getDirectorySize(const QString &path) const;
+
+    /// Bytes of all stored frames, without databases and vectors.
+    quint64 getScreenshotsStorageSize() const;
+
+    /// A frame by video and its number there, counted from 1. The picture read last is kept: asked
+    /// for it again, no file is read. Null if it cannot be read, but asked for it again then, the
+    /// picture read before may come.
+    QImage getImageFromVideoFile(const QString &videoName, uint frameIndex);
+
 public Q_SLOTS:
     void setRecordingMemory(bool isRecordingMemory);
     /// @p interval in seconds.
@@ -127,7 +161,14 @@ private:
     void onIntervalElapsed();
     void turnToNewDay();
     void storeFrame(const QImage &image, const QString &appEntry);
+    /// Name of a frame's safety copy, with the path that @p video has.
+    static QString safetyCopyOf(const QString &video, int frameIndex);
     void requestMeaning(const QImage &image, ScreenShotData &record);
+    void shortenVideoOf(const ScreenShotData &record);
+    void deleteVideo(const QString &name);
+    void deleteSafetyCopies(const QVector<ScreenShotData> &records);
+    QString pathOfVideo(const QString &name) const;
+    QImage imageOfOpenBatch(uint frameIndex);
 
     bool m_intervalElapsed = false; ///< the next content change may take a frame
     bool m_timerOnly = false;       ///< no usable change signal: the timer alone triggers
@@ -141,12 +182,16 @@ private:
     QString m_videoFile; ///< absolute path of the current video, empty if none is open
     QString m_today;     ///< "yyyy-MM-dd", the day the counters belong to
     QString m_currentApp;
+    uint m_cachedFrameIndex = 0; ///< of the frame read last, by which it is found again
+    QImage m_cachedImage;
+    QString m_cachedVideoName;
     QImage m_lastFrame;
     QThread m_composerThread;
     VideoComposer *m_videoComposer = nullptr; ///< lives on m_composerThread, deletes itself there
     QVector<QImage> m_images;
     AIAbilityProvider *m_aiAbilityProvider = nullptr;
     DatabaseManager *m_databaseManager = nullptr;
+    FrameExtractor m_frameExtractor{nullptr};
     DataEncryptor *m_dataEncryptor = nullptr;
     QDateTime m_lastCheckTime; ///< when the last clock check passed
 };
