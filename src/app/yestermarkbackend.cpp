@@ -10,6 +10,8 @@ constexpr int clockPollMs = 5000;
 
 YestermarkBackend::YestermarkBackend(QObject *parent) : QObject(parent)
 {
+    // Before anything is recorded: without a ceiling any stored frame lies above it.
+    m_dataHandler.setScreenshotStorageSize(m_configManager.getMaxStorageSize());
     connectSettings();
     connectClockCheck();
     isBackInTime();
@@ -22,6 +24,8 @@ void YestermarkBackend::connectSettings()
             &ScreenHistoryTracker::setRecordingMemory);
     connect(&m_configManager, &ConfigManager::screenshotIntervalChanged, &m_screenHistoryTracker,
             &ScreenHistoryTracker::setScreenshotInterval);
+    connect(&m_configManager, &ConfigManager::maxStorageSizeChanged, &m_dataHandler,
+            &DataHandler::setScreenshotStorageSize);
 }
 
 void YestermarkBackend::connectClockCheck()

@@ -41,5 +41,5 @@ private:
     // The order of construction matters: the tracker brings up the stores that the handler asks.
     ConfigManager m_configManager;
     ScreenHistoryTracker m_screenHistoryTracker;
-    DataHandler m_dataHandler;
+    DataHandler m_dataHandler{m_screenHistoryTracker};
 };

@@ -1,13 +1,122 @@
 #include "database/datahandler.h"
 
+#include "capture/screenhistorytracker.h"
 #include "database/databasemanager.h"
+#include "database/dataencryptor.h"
 
 #include <QDateTime>
 #include <QDebug>
+#include <QDir>
+#include <QRegularExpression>
 
-DataHandler::DataHandler(QObject *parent)
-    : QObject(parent), m_databaseManager(DatabaseManager::getInstance())
+namespace
 {
+constexpr double GB_PER_MIB = 0.0009765625;
+
+QFileInfoList foldersIn(const QString &path)
+{
+    return QDir(path).entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot);
+}
+} // namespace
+
+DataHandler::DataHandler(ScreenHistoryTracker &tracker, QObject *parent)
+    : QObject(parent)
+    , m_tracker(&tracker)
+    , m_databaseManager(DatabaseManager::getInstance())
+    , m_encryptor(DataEncryptor::getInstance())
+{
+    connect(m_tracker, &ScreenHistoryTracker::todayFrameNumberChanged, this,
+            &DataHandler::todayFrameNumberChanged);
+    connect(m_tracker, &ScreenHistoryTracker::activeAppChanged, this,
+            &DataHandler::activeAppChanged);
+    connect(m_tracker, &ScreenHistoryTracker::requestCheckStorage, this,
+            &DataHandler::adjustYestermarkStorage);
+}
+
+QVector<ScreenShotData> DataHandler::getOcrScreenShotData(const SearchQuery &query) const
+{
+    return m_databaseManager->getOcrScreenShotData(query);
+}
+
+QImage DataHandler::getScreenShotImageFromVideo(const QString &videoName,
+                                                unsigned int frameIndexOfVideo)
+{
+    if (frameIndexOfVideo == 0) {
+        qWarning() << "frameIndexOfVideo has to be greater than 0";
+        return {};
+    }
+    return m_tracker->getImageFromVideoFile(videoName, frameIndexOfVideo);
+}
+
+ScreenShotImage DataHandler::getScreenShotImageOfDay(const QString &day,
+                                                     unsigned int frameIndexOfDay)
+{
+    if (!isValidDayFormat(day)) {
+        return {};
+    }
+    const ScreenShotData record = m_databaseManager->getScreenShotDataOfDay(day, frameIndexOfDay);
+    return {record.realTime, record.desktopFilePath,
+            m_tracker->getImageFromVideoFile(record.videoName, record.frameIndexOfVideo)};
+}
+
+QList<ActiveAppInfo> DataHandler::getAppListOfDay(const QString &day)
+{
+    return isValidDayFormat(day) ? m_databaseManager->getAppListOfDay(day) : QList<ActiveAppInfo>();
+}
+
+QString DataHandler::screenshotsRoot() const
+{
+    const QLatin1String root = m_encryptor->isSafeDirectoryMounted()
+                                   ? QLatin1String("/.vault/tavel-ai-yestermark/screenshots")
+                                   : QLatin1String("/.cache/tavel-ai-yestermark/screenshots");
+    return QDir::homePath() + root;
+}
+
+QStringList DataHandler::getFirstAndLastDay()
+{
+    QStringList days{QString(), QString()};
+    const QString root = screenshotsRoot();
+    if (!QDir(root).exists()) {
+        qWarning() << root << "not exist !";
+        return days;
+    }
+    for (const QFileInfo &month : foldersIn(root)) {
+        for (const QFileInfo &day : foldersIn(month.absoluteFilePath())) {
+            if (QDir(day.absoluteFilePath()).isEmpty()) {
+                continue;
+            }
+            const QString name = day.completeBaseName();
+            if (days.first().isEmpty()) {
+                days.first() = name;
+            }
+            days.last() = name;
+        }
+    }
+    return days;
+}
+
+bool DataHandler::isValidDayFormat(const QString &day)
+{
+    static const QRegularExpression format(QStringLiteral("\\d{4}-\\d{2}-\\d{2}"));
+    const QRegularExpressionMatch match = format.match(day);
+    return match.hasMatch() && match.capturedLength() == day.length();
+}
+
+bool DataHandler::deleteDataAtDate(const QString &day)
+{
+    if (!isValidDayFormat(day)) {
+        qWarning() << "Invalid date format:" << day;
+        return false;
+    }
+    // Files first: what a kill in between leaves are rows, and deleting the day again ends them.
+    m_tracker->deleteDataAtDate(day);
+    m_databaseManager->deleteDataAtDate(day);
+    return true;
+}
+
+bool DataHandler::deleteUserData(TimeRange range)
+{
+    return m_tracker->deleteScreenShotData(range) && m_databaseManager->deleteUserData(range);
 }
 
 bool DataHandler::backInTimeDetected()
@@ -19,4 +128,39 @@ bool DataHandler::backInTimeDetected()
         return true;
     }
     return false;
+}
+
+void DataHandler::setScreenshotStorageSize(qulonglong size)
+{
+    qDebug() << "Yestermark storage size changed:" << size;
+    m_storageLimit = size;
+    adjustYestermarkStorage();
+}
+
+bool DataHandler::isStorageOverLimit() const
+{
+    const quint64 mebibytes = m_tracker->getScreenshotsStorageSize() >> 20;
+    const double gigabytes = static_cast<double>(mebibytes) * GB_PER_MIB;
+    qDebug() << "Yestermark storage: " << gigabytes << "GB"
+             << "Yestermark storage limit: " << m_storageLimit << "GB";
+    return gigabytes > static_cast<double>(m_storageLimit);
+}
+
+bool DataHandler::freeSomeSpace()
+{
+    const QString oldest = getFirstAndLastDay().first();
+    if (oldest.isEmpty()) {
+        qWarning() << "No data to delete";
+        return false;
+    }
+    return deleteDataAtDate(oldest);
+}
+
+void DataHandler::adjustYestermarkStorage()
+{
+    while (isStorageOverLimit()) {
+        if (!freeSomeSpace()) {
+            return;
+        }
+    }
 }

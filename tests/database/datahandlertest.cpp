@@ -1,6 +1,8 @@
 // What the backend asks at its start: whether the clock stands before the newest frame.
 
 #include "database/datahandler.h"
+
+#include "capture/screenhistorytracker.h"
 #include "database/databasemanager.h"
 
 #include "support/fakeclock.h"
@@ -19,7 +21,8 @@ private Q_SLOTS:
     void anEmptyHistoryIsNoJumpBack()
     {
         FakeClock::set(QDateTime(QDate(2024, 3, 15), QTime(12, 0)));
-        DataHandler handler;
+        ScreenHistoryTracker tracker;
+        DataHandler handler(tracker);
         LogCapture log;
         QVERIFY(!handler.backInTimeDetected());
         QCOMPARE(log.texts(QtWarningMsg), QStringList());
@@ -41,7 +44,8 @@ private Q_SLOTS:
     {
         QFETCH(QDateTime, now);
         QFETCH(bool, isBack);
-        DataHandler handler;
+        ScreenHistoryTracker tracker;
+        DataHandler handler(tracker);
         QVERIFY(DatabaseManager::getInstance()->saveScreenShotData(frame("2024-03-15 10:00:00")));
         LogCapture log;
         FakeClock::set(now);
@@ -56,5 +60,5 @@ private:
     TestStore::Home m_home;
 };
 
-QTEST_GUILESS_MAIN(DataHandlerTest)
+QTEST_MAIN(DataHandlerTest)
 #include "datahandlertest.moc"
