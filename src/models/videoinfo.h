@@ -1,0 +1,139 @@
+#pragma once
+// The one object through which the pages reach the program: the models that they list, what they
+// ask of VideoReader, the settings that they edit and what they open on the desktop.
+// Owner: the backend, as its parent; the pages know it as "VideoInfo". Thread: main.
+
+#include "ai/ocrtextdata.h"
+#include "database/videopreviewimageitem.h"
+#include "models/dayappmodel.h"
+#include "models/previewimagetextmodel.h"
+#include "models/videopreviewmodel.h"
+
+#include <QAbstractListModel>
+#include <QObject>
+#include <QString>
+
+class ConfigManager;
+class DateTimeFormatter;
+class QGSettings;
+class VideoImageProvider;
+class VideoPreviewItem;
+class VideoReader;
+
+class VideoInfo : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(QAbstractListModel *textMatchResultModel READ textMatchResultModel NOTIFY
+                   textMatchResultModelChanged)
+    Q_PROPERTY(QAbstractListModel *imageMatchResultModel READ imageMatchResultModel NOTIFY
+                   imageMatchResultModelChanged)
+    Q_PROPERTY(QAbstractListModel *dayAppModel READ dayAppModel NOTIFY dayAppModelChanged)
+    Q_PROPERTY(QAbstractListModel *imageTextModel READ imageTextModel CONSTANT)
+
+public:
+    /// Loads the newest days before it returns. All four must outlive this object, the provider for
+    /// as long as pages ask.
+    VideoInfo(VideoImageProvider *imageProvider, VideoReader *videoReader,
+              VideoPreviewItem *videoPreviewItem, ConfigManager *configManager,
+              QObject *parent = nullptr);
+    ~VideoInfo() override;
+
+    QAbstractListModel *textMatchResultModel() { return &m_textMatchResultModel; }
+    QAbstractListModel *imageMatchResultModel() { return &m_imageMatchResultModel; }
+    QAbstractListModel *dayAppModel() { return &m_dayAppModel; }
+    QAbstractListModel *imageTextModel() { return &m_imageTextModel; }
+
+    void initSignals();
+    void initGsettings();
+
+    /// Settles which days there are to load. A day that begins later arrives by signal.
+    void saveStartAndEndDate();
+
+    /// Empties both lists of hits.
+    void clearSearchResult();
+
+    void setTextMatchResultModel(const QList<VideoPreviewImageItem> &items);
+    void setImageMatchResultModel(const QList<VideoPreviewImageItem> &items);
+    void setPreviewImageTextModel(const QVector<OCRTextData> &textData);
+
+    /// Loads older days onto the axis until they are wider than two screens or none is left. A day
+    /// without frames is a warning on the log and no row.
+    Q_INVOKABLE void showPreDayAppData();
+
+    // The frame under the pointer or the slider goes into the item that the pages show: by the
+    // pixel in a bar, or by the pixel in a day's bars and gaps. The page's picture has been loaded
+    // when these return.
+
+    Q_INVOKABLE void showPreviewImageItem(int dateIndex, int appIndex, int lengthOfApp,
+                                          int imageId);
+    Q_INVOKABLE void showPreviewImageItem(int dateIndex, int dayAppTimeAxisX, int imageId);
+    Q_INVOKABLE void showCurShowImageItem(int dateIndex, int dayAppTimeAxisX, int imageId);
+
+    Q_INVOKABLE void clearRecognizingTextResult();
+
+    /// Empties the axis, then deletes; @p timeRange is a number of TimeRange. False if that failed.
+    Q_INVOKABLE bool clearUserData(int timeRange);
+
+    Q_INVOKABLE void startMemory();
+
+    /// Whether the preview loaded last was null.
+    Q_INVOKABLE bool isPreviewImgEmpty();
+
+    /// Each text and a line feed; entries that a page never filled are left out.
+    Q_INVOKABLE void setClipBoardText(const QList<QString> &allText);
+
+    Q_INVOKABLE bool startBtnVisible();
+
+    // Gigabytes.
+    Q_INVOKABLE int getMaxOccupiedSpace();
+    Q_INVOKABLE void setMaxOccupiedSpace(int maxSize);
+
+    Q_INVOKABLE void showGuide();
+
+    /// Of the installed package; empty if there is none. Blocks for dpkg, 30 seconds at most.
+    Q_INVOKABLE QString getYestermarkVersion();
+
+    /// 1 on a dark desktop, else 2.
+    Q_INVOKABLE int getThemeType();
+
+    /// Only asks for it: the backend deletes.
+    Q_INVOKABLE void deleteHistory();
+
+    /// Opens the control centre's page of date and time, whose name depends on its version. Blocks
+    /// for dpkg-query, 30 seconds at most.
+    Q_INVOKABLE void adjustSystemTime();
+
+    Q_INVOKABLE bool isSubsystemAvailable();
+    Q_INVOKABLE void openSubsystemInstallPage();
+
+Q_SIGNALS:
+    void textMatchResultModelChanged();
+    void imageMatchResultModelChanged();
+    void videoPreviewImageSourceChanged();
+    void startMemoryScreen();
+    void dayAppModelChanged();
+    void maxOccupiedSpaceChanged(int maxSize);
+    void quitYestermark();
+    void themeChanged();
+    void backInTimeDetected();
+    void deleteHistoryAndReMemory();
+    void calledAdjustSystemTime();
+
+private:
+    void connectLiveGrowth();
+    void showPreview(const VideoPreviewImageItem &item);
+
+    VideoReader *m_videoReader;
+    VideoPreviewItem *m_videoPreviewItem;
+    VideoPreviewModel m_textMatchResultModel;
+    VideoPreviewModel m_imageMatchResultModel;
+    PreviewImageTextModel m_imageTextModel;
+    VideoImageProvider *m_imageProvider;
+    ConfigManager *m_configManager;
+    DayAppModel m_dayAppModel;
+    QString m_startDate; ///< first day with frames, "yyyy-MM-dd"
+    QString m_endDate;   ///< the next older day to load; walks backwards
+    int m_screenWidth;
+    DateTimeFormatter *m_dateTimeFormatter;
+    QGSettings *m_styleSettings = nullptr; ///< null: the desktop has no such setting
+};

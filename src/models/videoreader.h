@@ -1,0 +1,130 @@
+#pragma once
+// The geometry of the time axis, both ways: which frame lies under a pixel of a day, and where on
+// the axis a frame lies. A frame is 8 pixels wide; a day is a row of bars, one a run of one
+// application, with 8 pixels between them. It keeps the runs of the days loaded so far and the two
+// pictures on show; days and frames come through DataHandler alone.
+// Owner: the backend, as its parent. Thread: main, which blocks while a frame is decoded.
+
+#include "database/videopreviewimageitem.h"
+#include "models/appiteminfo.h"
+
+#include <QImage>
+#include <QList>
+#include <QMap>
+#include <QObject>
+#include <QString>
+
+#include <optional>
+
+class DataHandler;
+
+class VideoReader : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// @p dataHandler must outlive this object.
+    explicit VideoReader(DataHandler *dataHandler, QObject *parent = nullptr);
+
+    // Days are "yyyy-MM-dd"; a dateIndex is a day's place among the loaded ones, oldest first, and
+    // holds until another day is loaded. An appIndex is a run's place in its day.
+
+    /// A moment as local "yyyy/MM/dd" and "HH:mm:ss".
+    static QString getStringDate(qint64 secs);
+    static QString getStringTime(qint64 secs);
+
+    /// The application's name in the user's language, else its plain one, empty or not.
+    QString getAppName(const QString &desktopEntry) const;
+
+    /// Name in the icon theme, "file://" address of a picture, or a general icon's name.
+    QString getAppIconName(const QString &desktopEntry) const;
+
+    /// The first and the last day with frames, empty if there are none.
+    QString getStartDate() const;
+    QString getEndDate() const;
+
+    /// Loads a day; one without frames leaves the loaded ones as they are.
+    QList<AppItemInfo> getDayAppInfo(const QString &day);
+    void saveAppInfo(const QString &day, const QList<AppItemInfo> &appInfos);
+
+    /// Pixels from a day's first bar to the end of its last, gaps included.
+    int getDayAppWidth(const QList<AppItemInfo> &appInfos) const;
+
+    /// -1 for a day that is not loaded.
+    int getImageDateIndex(const QString &day) const;
+
+    /// The middle of a frame's 8 pixels, counted from the day's first bar, gaps included; frames
+    /// count from 1. Beyond the day's known frames it goes on where the last bar ends. -1 with a
+    /// warning for a day that is not loaded.
+    int getLengthByDayFrameNumber(const QString &day, int frameNumber) const;
+
+    // Arithmetic over bars alone, without the gaps.
+
+    /// Pixels of the bars before @p appIndex, and @p frame. -1 with a warning for no loaded day.
+    int getImageFrameInDay(int dateIndex, int appIndex, int frame) const;
+    /// A share of one bar and all bars after it, in pixels.
+    int getFrameNumberOfDate(const QString &day, int appIndex, float ratio) const;
+    /// All bars of a day, in pixels; 0 for a day that is not loaded.
+    int getDayAllFrames(const QString &day, int unused) const;
+
+    /// A frame was stored: the last loaded day's last run grows by one if the day knows fewer than
+    /// @p frameNumber.
+    void updateFrameNumberOfDay(uint frameNumber);
+
+    /// Another application came to the front: today gets a run of one frame.
+    void addNewAppData(const QString &desktopEntry);
+
+    // The frame under a pixel becomes the preview or the large picture; @p imageId only makes its
+    // source differ from the one before. A place outside the loaded days gives an empty record and
+    // a warning.
+
+    /// Preview of pixel @p lengthOfApp of a bar.
+    VideoPreviewImageItem getVideoPreviewImgItem(int dateIndex, int appIndex, int lengthOfApp,
+                                                 int imageId);
+
+    /// Preview of pixel @p dayAppTimeAxisX of a day, gaps included; in a gap there is none.
+    VideoPreviewImageItem getVideoPreviewImgItem(int dateIndex, int dayAppTimeAxisX, int imageId);
+
+    /// The large picture at pixel @p dayAppTimeAxisX of a day; in a gap it stays what it was.
+    VideoPreviewImageItem getCurShowImageSource(int dateIndex, int dayAppTimeAxisX, int imageId);
+
+    QImage getPreviewImage() const { return m_previewImage; }
+    QImage getCurShowImage() const { return m_curShowImage; }
+
+    /// Forgets the loaded days, whatever the range, and deletes that range. False, with nothing
+    /// changed, above the last TimeRange, and if the deletion fails.
+    bool clearUserData(int timeRange);
+
+Q_SIGNALS:
+    /// The last run of the last loaded day has this many pixels now.
+    void updateAppLength(int length);
+    /// Today has a further run.
+    void addAppItem(AppItemInfo appItem);
+    /// Today has its first run.
+    void addDayAppItem(AppItemInfo appItem);
+
+private:
+    using Day = QMap<QString, QList<AppItemInfo>>::const_iterator;
+
+    AppItemInfo appItemInfo(const QString &desktopEntry, int timeLength) const;
+    Day dayAt(int dateIndex) const;
+    int widthOfRuns(const QList<AppItemInfo> &appInfos, int count) const;
+    std::optional<int> frameAt(const QList<AppItemInfo> &appInfos, int x) const;
+    int frameWithin(int length) const;
+    VideoPreviewImageItem showPreview(const QString &day, int frameNumber, int imageId);
+    VideoPreviewImageItem showNoPreview();
+    VideoPreviewImageItem showFrame(const QString &day, int frameNumber, const QString &source,
+                                    QImage *image) const;
+
+    QMap<QString, QList<AppItemInfo>> m_dayAppItems; ///< by day, so in their order
+    QImage m_previewImage;
+    QImage m_curShowImage;
+    DataHandler *m_dataHandler;
+    int m_screenWidth; ///< of the primary screen at the start
+    int m_framePixelWidth = 8;
+    int m_appSpacing = 8; ///< the pages' space between two bars
+    QString m_localizedNameKey;
+    QString m_iconKey;
+    QString m_nameKey;
+    VideoPreviewImageItem m_curShowItem; ///< what the large picture shows
+};
