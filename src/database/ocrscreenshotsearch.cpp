@@ -6,6 +6,7 @@
 #include "database/screenshotrow.h"
 #include "database/sqlite3connection.h"
 #include "database/statement.h"
+#include "database/stoppablescan.h"
 
 #include <QDebug>
 
@@ -54,7 +55,8 @@ void appendRows(Statement &rows, const SearchQuery &query, QVector<ScreenShotDat
         data.date = ScreenshotRow::dateOf(data);
         found.append(data);
     }
-    if (result != SQLITE_DONE && result != SQLITE_ROW) {
+    if (result != SQLITE_DONE && result != SQLITE_ROW && result != SQLITE_INTERRUPT) {
+        // The message could quote the query here as well.
         qDebug() << "Error executing statement: " << sqlite3_errstr(result);
     }
 }
@@ -65,10 +67,14 @@ QVector<ScreenShotData> OcrScreenshotDatabase::getOcrScreenshotData(const Search
     if (query.limit == 0) {
         qWarning() << "request 0 result, will actually return all available data";
     }
+    const StoppableScan stoppable;
     const QByteArray sql = sqlOf(query);
     QVector<ScreenShotData> found;
     const QFileInfoList files = getDatabaseFileInfo();
     for (const QFileInfo &file : files) {
+        if (StoppableScan::isToStop()) {
+            break;
+        }
         const QString month = DayText::monthOfDayOrVideo(file.fileName());
         const auto connection = readDatabase(month);
         if (!connection) {

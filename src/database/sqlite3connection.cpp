@@ -1,12 +1,52 @@
 #include "database/sqlite3connection.h"
 
+#include "database/likefunction.h"
+#include "database/stoppablescan.h"
+
+#include <linux/magic.h>
+#include <sys/vfs.h>
+
 #include <sqlite3.h>
 
 namespace
 {
+// Another process, such as a backup or a database browser, may hold a lock for seconds. A row must
+// not be lost to that, and a read must not come back empty, so both wait. Past five seconds the
+// main thread has stood still for long enough, and the statement fails.
+constexpr int LONGEST_WAIT_MS = 5000;
+constexpr int WAIT_STEP_MS = 5;
+
+// The first is as much as SQLite maps at most: reads of up to 2 GB of a file take no copy and no
+// system call. The sorter of a search over everything would otherwise write recognised text to the
+// system's directory for temporary files.
+constexpr char READ_FROM_MEMORY[] = "PRAGMA mmap_size=2147418112;";
+constexpr char SORT_IN_MEMORY[] = "PRAGMA temp_store=MEMORY;";
+
 int denyEverything(void *, int, const char *, const char *, const char *, const char *)
 {
     return SQLITE_DENY;
+}
+
+int waitForLock(void *, int waitsBefore)
+{
+    if (waitsBefore >= LONGEST_WAIT_MS / WAIT_STEP_MS || StoppableScan::isToStop()) {
+        return 0;
+    }
+    sqlite3_sleep(WAIT_STEP_MS);
+    return 1;
+}
+
+// A file system behind a process or a network can go away, and with it the mapped pages: touching
+// one would then end the process, where a failed read is an error like any other.
+bool staysMapped(const QByteArray &path)
+{
+    struct statfs system = {};
+    if (statfs(path.constData(), &system) != 0) {
+        return false;
+    }
+    const auto type = static_cast<quint32>(system.f_type);
+    return type != FUSE_SUPER_MAGIC && type != NFS_SUPER_MAGIC && type != CIFS_SUPER_MAGIC &&
+           type != SMB2_SUPER_MAGIC;
 }
 } // namespace
 
@@ -18,7 +58,24 @@ SQLite3Connection::~SQLite3Connection()
 int SQLite3Connection::open(const QByteArray &path)
 {
     Q_ASSERT(!m_handle);
-    return sqlite3_open(path.constData(), &m_handle);
+    const int result = sqlite3_open(path.constData(), &m_handle);
+    if (result == SQLITE_OK) {
+        setUp(path);
+    }
+    return result;
+}
+
+// Nothing here changes what a statement gives, only when and how soon: a step that fails leaves the
+// connection as good as any.
+void SQLite3Connection::setUp(const QByteArray &path)
+{
+    sqlite3_busy_handler(m_handle, waitForLock, nullptr);
+    sqlite3_exec(m_handle, SORT_IN_MEMORY, nullptr, nullptr, nullptr);
+    if (staysMapped(path)) {
+        sqlite3_exec(m_handle, READ_FROM_MEMORY, nullptr, nullptr, nullptr);
+    }
+    LikeFunction::install(m_handle);
+    StoppableScan::install(m_handle);
 }
 
 void SQLite3Connection::retire()

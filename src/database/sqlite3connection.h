@@ -14,9 +14,11 @@ public:
     ~SQLite3Connection();
     Q_DISABLE_COPY_MOVE(SQLite3Connection)
 
-    /// Opens the file at @p path in the file system's encoding, making it if it is missing. To be
-    /// called once. Gives SQLite's result code; after a failure the handle, if there is one, still
-    /// tells the reason.
+    /// Opens the file at @p path in the file system's encoding, making it if it is missing, and
+    /// sets the connection up: statements wait up to five seconds for another process's lock, reads
+    /// are memory-mapped where the file system allows it, LIKE is our own, and a StoppableScan can
+    /// end early. To be called once. Gives SQLite's result code; after a failure the handle, if
+    /// there is one, still tells the reason.
     int open(const QByteArray &path);
 
     /// From now on no statement can begin on this connection; one that has begun goes on. To be
@@ -28,5 +30,7 @@ public:
     sqlite3 *handle() const { return m_handle; }
 
 private:
+    void setUp(const QByteArray &path);
+
     sqlite3 *m_handle = nullptr;
 };
