@@ -9,7 +9,8 @@ namespace VectorDB
 class ConnectParam
 {
 public:
-    /// The user's own store, `~/.cache/tavel-ai-yestermark/vector_database/`.
+    /// The user's own store: `vector_database/` in the mounted box `~/.vault/tavel-ai-yestermark/`,
+    /// else in `~/.cache/tavel-ai-yestermark/`.
     ConnectParam() = default;
 
     /// Another folder, such as one inside an encrypted box; made if it is missing, its parent too.

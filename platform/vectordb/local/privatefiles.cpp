@@ -15,7 +15,10 @@ namespace
 {
 constexpr mode_t DIRECTORY_MODE = 0700;
 constexpr mode_t FILE_MODE = 0600;
-constexpr char BELOW_HOME[] = "/.cache/tavel-ai-yestermark/vector_database/";
+constexpr char BOXES[] = "/.vault";
+constexpr char BOX[] = "/.vault/tavel-ai-yestermark";
+constexpr char CACHE[] = "/.cache/tavel-ai-yestermark";
+constexpr char FOLDER[] = "/vector_database/";
 
 std::string homeDirectory()
 {
@@ -31,11 +34,23 @@ std::string homeDirectory()
     }
     return {};
 }
+
+// The folder of a box that is not mounted lies on the file system of the folder above.
+bool isBoxMounted(const std::string &home)
+{
+    struct stat boxes {
+    };
+    struct stat box {
+    };
+    return stat((home + BOXES).c_str(), &boxes) == 0 && stat((home + BOX).c_str(), &box) == 0 &&
+           box.st_dev != boxes.st_dev && access((home + BOX).c_str(), R_OK | W_OK | X_OK) == 0;
+}
 } // namespace
 
 std::string defaultDirectory()
 {
-    return homeDirectory() + BELOW_HOME;
+    const std::string home = homeDirectory();
+    return home + (isBoxMounted(home) ? BOX : CACHE) + FOLDER;
 }
 
 Status systemFailure(const std::string &doing)

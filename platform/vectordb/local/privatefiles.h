@@ -7,7 +7,9 @@
 
 namespace VectorDB::PrivateFiles
 {
-/// The user's own store, with its closing "/": below HOME, or the home that the system knows.
+/// The user's own store, with its closing "/": inside the encrypted box of this application where
+/// that is mounted and can be written to, else below the cache directory; either below HOME, or the
+/// home that the system knows. May change from call to call.
 std::string defaultDirectory();
 
 /// Makes @p path and what is missing above it with mode 0700, and gives @p path itself that mode.

@@ -58,7 +58,7 @@ Status StoredCollection::check(const SearchArguments &arguments) const
                     "field " + target.field + ": not a finite number"};
         }
     }
-    return {};
+    return matrix()->checkReachable();
 }
 
 FieldPtr StoredCollection::column(std::size_t place, std::vector<std::vector<Scalar>> &rows) const

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 #include <utility>
 
@@ -237,6 +238,15 @@ void MatrixFile::clear(std::size_t offset, std::size_t bytes)
         const std::vector<char> zeros(bytes);
         writeAll(m_file, zeros.data(), zeros.size(), offset);
     }
+}
+
+Status MatrixFile::checkReachable() const
+{
+    struct statfs facts {
+    };
+    // Of all calls this one is never answered from the kernel's memory.
+    return fstatfs(m_file, &facts) == 0 ? Status()
+                                        : PrivateFiles::systemFailure("reach the matrix file");
 }
 
 MatrixSnapshot MatrixFile::snapshot() const

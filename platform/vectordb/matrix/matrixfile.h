@@ -61,6 +61,10 @@ public:
     void wipe(const std::vector<std::int64_t> &rowIds);
 
     MatrixSnapshot snapshot() const;
+
+    /// Fails if the file system is gone, as an encrypted folder goes with the process behind it:
+    /// touching a mapped page would then end this process.
+    Status checkReachable() const;
     const MatrixLayout &layout() const { return m_layout; }
 
     /// Rows that take room and are searched no more, and those that are searched.
