@@ -1,0 +1,99 @@
+#include "app/windowsettings.h"
+
+#include "windowmanager/windowmanager.h"
+
+#include <KWindowInfo>
+#include <KWindowSystem>
+#include <QGuiApplication>
+#include <QRegion>
+#include <QScreen>
+#include <QWindow>
+
+#include <unistd.h>
+
+WindowSettings::WindowSettings(QObject *parent)
+    : QObject(parent)
+    , m_isWayland(QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
+    , m_panelWindows(getPanelWindows())
+{
+    connect(tdk::WindowManager::self(), &tdk::WindowManager::windowAdded, this,
+            &WindowSettings::onWindowAdded);
+    connect(KWindowSystem::self(), &KWindowSystem::workAreaChanged, this,
+            &WindowSettings::screenWorkAreaChanged);
+}
+
+void WindowSettings::onWindowAdded(const QVariant &id)
+{
+    const QString title = tdk::WindowManager::self()->getWindowTitle(id);
+    if (tdk::WindowManager::self()->getPid(id) == ::getpid() && title == tr("Yestermark")) {
+        m_waylandWindowId = id;
+    }
+}
+
+QList<quint64> WindowSettings::getPanelWindows()
+{
+    QList<quint64> panels;
+    for (const WId id : KWindowSystem::windows()) {
+        const KWindowInfo info(id, NET::WMWindowType);
+        if (info.valid() && info.windowType(NET::DockMask) == NET::Dock) {
+            panels.append(id);
+        }
+    }
+    return panels;
+}
+
+QRect WindowSettings::getWorkArea() const
+{
+    const QRect free = KWindowSystem::workArea(-1);
+    QRegion area(free.intersected(QGuiApplication::primaryScreen()->geometry()));
+    for (const quint64 id : m_panelWindows) {
+        const KWindowInfo info(id, NET::WMGeometry);
+        if (info.valid()) {
+            area -= info.geometry();
+        }
+    }
+    return area.boundingRect();
+}
+
+void WindowSettings::screenWorkAreaChanged()
+{
+    Q_EMIT workAreaChanged(getWorkArea());
+}
+
+QList<QWindow *> WindowSettings::windowsOfTitle(const QString &title)
+{
+    QList<QWindow *> found;
+    for (QWindow *window : QGuiApplication::allWindows()) {
+        if (window->title() == title) {
+            found.append(window);
+        }
+    }
+    return found;
+}
+
+void WindowSettings::raiseWindow()
+{
+    if (m_isWayland) {
+        tdk::WindowManager::self()->activateWindow(m_waylandWindowId);
+        return;
+    }
+    for (QWindow *window : windowsOfTitle(tr("Yestermark"))) {
+        KWindowSystem::forceActiveWindow(window->winId(), 0);
+    }
+}
+
+void WindowSettings::requestShowMinimized()
+{
+    if (m_isWayland) {
+        tdk::WindowManager::self()->minimizeWindow(m_waylandWindowId);
+        return;
+    }
+    if (m_x11WindowId == 0) {
+        const QList<QWindow *> windows = windowsOfTitle(tr("Yestermark"));
+        if (windows.isEmpty()) {
+            return;
+        }
+        m_x11WindowId = windows.first()->winId();
+    }
+    KWindowSystem::minimizeWindow(m_x11WindowId);
+}

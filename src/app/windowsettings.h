@@ -1,0 +1,43 @@
+#pragma once
+// What the desktop knows of the program's window: the area that panels leave free, raising and
+// minimising, by KWindowSystem on X11 and by the desktop's window manager on Wayland. The window is
+// found by its title. Owner: the backend, by value. Thread: main.
+
+#include <QList>
+#include <QMap>
+#include <QObject>
+#include <QRect>
+#include <QVariant>
+
+class QWindow;
+
+class WindowSettings : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Takes the list of panels once: those that appear later are not left free.
+    explicit WindowSettings(QObject *parent = nullptr);
+
+    /// The primary screen without what the desktop reserves and without panels, in logical pixels.
+    QRect getWorkArea() const;
+
+public Q_SLOTS:
+    void raiseWindow();
+    void requestShowMinimized();
+    void screenWorkAreaChanged();
+
+Q_SIGNALS:
+    void workAreaChanged(QRect workArea);
+
+private:
+    static QList<quint64> getPanelWindows();
+    static QList<QWindow *> windowsOfTitle(const QString &title);
+    void onWindowAdded(const QVariant &id);
+
+    bool m_isWayland;
+    QMap<QWindow *, QVariant> m_windowProperties; ///< always empty
+    QVariant m_waylandWindowId;                   ///< invalid until the window has been told of
+    QList<quint64> m_panelWindows;                ///< docks at the time of construction
+    quint64 m_x11WindowId = 0;                    ///< 0 until the window was minimised once
+};

@@ -1,0 +1,196 @@
+// The window's tie to the desktop under a real X11 window manager, and on Wayland with a window
+// manager of the test's own behind the same class.
+
+#include "app/windowsettings.h"
+#include "windowfixture.h"
+#include "windowmanager/fake/fakewindowbackend.h"
+
+#include <QGuiApplication>
+#include <QProcess>
+#include <QScreen>
+#include <QSignalSpy>
+#include <QTest>
+#include <QWidget>
+
+#include <unistd.h>
+
+namespace
+{
+QString forcedPlatform;               // empty: the real one
+FakeWindowBackend *backend = nullptr; // of the process's window manager
+} // namespace
+
+// Stands before the toolkit's own, so that one process can be on either display system.
+QString QGuiApplication::platformName()
+{
+    return forcedPlatform.isEmpty() ? QStringLiteral("xcb") : forcedPlatform;
+}
+
+class TestWindowSettings : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanup();
+
+    void withoutPanelsTheWholeScreenIsFree();
+    void aPanelThatStoodAtTheStartIsLeftFree();
+    void aPanelThatComesLaterIsNotLeftFree();
+    void spaceThatTheDesktopReservesIsTold();
+    void theWindowOfOurTitleIsMinimisedAndRaised();
+    void aMinimisedWindowIsRememberedByItsId();
+    void onWaylandNothingHappensBeforeTheWindowIsTold();
+    void onWaylandOnlyOurOwnWindowOfOurTitleCounts();
+
+private:
+    static std::unique_ptr<QWidget> panel(const QRect &geometry);
+};
+
+void TestWindowSettings::initTestCase()
+{
+    backend = FakeWindowBackend::install();
+}
+
+void TestWindowSettings::cleanup()
+{
+    forcedPlatform.clear();
+    backend->clear();
+}
+
+std::unique_ptr<QWidget> TestWindowSettings::panel(const QRect &geometry)
+{
+    auto widget = std::make_unique<QWidget>();
+    widget->setAttribute(Qt::WA_X11NetWmWindowTypeDock);
+    widget->setGeometry(geometry);
+    widget->show();
+    if (!QTest::qWaitForWindowExposed(widget.get())) {
+        return {};
+    }
+    return widget;
+}
+
+void TestWindowSettings::withoutPanelsTheWholeScreenIsFree()
+{
+    const WindowSettings settings;
+    QCOMPARE(settings.getWorkArea(), QGuiApplication::primaryScreen()->geometry());
+}
+
+void TestWindowSettings::aPanelThatStoodAtTheStartIsLeftFree()
+{
+    const QSize screen = QGuiApplication::primaryScreen()->size();
+    const auto bottom = panel({0, screen.height() - 48, screen.width(), 48});
+    QVERIFY(bottom);
+    const auto isLeftFree = [&] {
+        const WindowSettings settings;
+        return settings.getWorkArea() == QRect(0, 0, screen.width(), screen.height() - 48);
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(isLeftFree(), 10000);
+}
+
+void TestWindowSettings::aPanelThatComesLaterIsNotLeftFree()
+{
+    const auto hasNoPanel = [] {
+        const WindowSettings settings;
+        return settings.getWorkArea() == QGuiApplication::primaryScreen()->geometry();
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(hasNoPanel(), 10000);
+    const WindowSettings before;
+    const QSize screen = QGuiApplication::primaryScreen()->size();
+    const auto top = panel({0, 0, screen.width(), 30});
+    QVERIFY(top);
+    const auto isSeenByANewOne = [] {
+        const WindowSettings settings;
+        return settings.getWorkArea() != QGuiApplication::primaryScreen()->geometry();
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(isSeenByANewOne(), 10000);
+    QCOMPARE(before.getWorkArea(), QGuiApplication::primaryScreen()->geometry());
+}
+
+void TestWindowSettings::spaceThatTheDesktopReservesIsTold()
+{
+    WindowSettings settings;
+    QSignalSpy changed(&settings, &WindowSettings::workAreaChanged);
+    const QSize screen = QGuiApplication::primaryScreen()->size();
+    const auto left = panel({0, 0, 60, screen.height()});
+    QVERIFY(left);
+    QCOMPARE(QProcess::execute(QStringLiteral("xprop"),
+                               {QStringLiteral("-id"), QString::number(left->winId()),
+                                QStringLiteral("-f"), QStringLiteral("_NET_WM_STRUT"),
+                                QStringLiteral("32c"), QStringLiteral("-set"),
+                                QStringLiteral("_NET_WM_STRUT"), QStringLiteral("60, 0, 0, 0")}),
+             0);
+    const QRect free(60, 0, screen.width() - 60, screen.height());
+    QTRY_VERIFY_WITH_TIMEOUT(!changed.isEmpty() && changed.last().first().toRect() == free, 10000);
+}
+
+void TestWindowSettings::theWindowOfOurTitleIsMinimisedAndRaised()
+{
+    WindowSettings settings;
+    QWindow ours;
+    ours.setTitle(QStringLiteral("Yestermark"));
+    ours.resize(400, 300);
+    ours.show();
+    QWindow other;
+    other.setTitle(QStringLiteral("Yestermark tips"));
+    other.resize(400, 300);
+    other.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&ours));
+    QVERIFY(QTest::qWaitForWindowExposed(&other));
+    settings.raiseWindow();
+    QTRY_COMPARE_WITH_TIMEOUT(WindowFixture::activeWindow(), quint64(ours.winId()), 10000);
+    settings.requestShowMinimized();
+    QTRY_VERIFY_WITH_TIMEOUT(WindowFixture::hasState(ours, QStringLiteral("_NET_WM_STATE_HIDDEN")),
+                             10000);
+    QVERIFY(!WindowFixture::hasState(other, QStringLiteral("_NET_WM_STATE_HIDDEN")));
+    settings.raiseWindow();
+    QTRY_COMPARE_WITH_TIMEOUT(WindowFixture::activeWindow(), quint64(ours.winId()), 10000);
+}
+
+void TestWindowSettings::aMinimisedWindowIsRememberedByItsId()
+{
+    WindowSettings settings;
+    settings.requestShowMinimized(); // no window of ours: nothing happens
+    QWindow ours;
+    ours.setTitle(QStringLiteral("Yestermark"));
+    ours.resize(400, 300);
+    ours.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&ours));
+    settings.requestShowMinimized();
+    QTRY_VERIFY_WITH_TIMEOUT(WindowFixture::hasState(ours, QStringLiteral("_NET_WM_STATE_HIDDEN")),
+                             10000);
+    settings.raiseWindow();
+    QTRY_COMPARE_WITH_TIMEOUT(WindowFixture::activeWindow(), quint64(ours.winId()), 10000);
+    ours.setTitle(QStringLiteral("Another title"));
+    settings.requestShowMinimized();
+    QTRY_VERIFY_WITH_TIMEOUT(WindowFixture::hasState(ours, QStringLiteral("_NET_WM_STATE_HIDDEN")),
+                             10000);
+}
+
+void TestWindowSettings::onWaylandNothingHappensBeforeTheWindowIsTold()
+{
+    forcedPlatform = QStringLiteral("wayland");
+    WindowSettings settings;
+    settings.raiseWindow();
+    settings.requestShowMinimized();
+    QCOMPARE(backend->requests(), QStringList());
+}
+
+void TestWindowSettings::onWaylandOnlyOurOwnWindowOfOurTitleCounts()
+{
+    forcedPlatform = QStringLiteral("wayland-egl");
+    WindowSettings settings;
+    backend->addWindow(QStringLiteral("Yestermark"), ::getpid() + 1);
+    backend->addWindow(QStringLiteral("About"), ::getpid());
+    settings.raiseWindow();
+    QCOMPARE(backend->requests(), QStringList());
+    const QVariant ours = backend->addWindow(QStringLiteral("Yestermark"), ::getpid());
+    backend->addWindow(QStringLiteral("Yestermark"), ::getpid() + 1);
+    backend->rename(ours, QStringLiteral("ours"));
+    settings.raiseWindow();
+    settings.requestShowMinimized();
+    QCOMPARE(backend->requests(), QStringList({"activate ours", "minimize ours"}));
+}
+
+QTEST_MAIN(TestWindowSettings)
+#include "windowsettingstest.moc"
