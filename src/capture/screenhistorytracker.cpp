@@ -31,6 +31,7 @@ ScreenHistoryTracker::ScreenHistoryTracker(QObject *parent)
     , m_dataEncryptor(DataEncryptor::getInstance())
     , m_lastCheckTime(QDateTime::currentDateTime())
 {
+    m_uptime.start();
     m_images.reserve(m_maxFramesPerVideo);
     initComposer();
     initTodayData();
@@ -124,6 +125,7 @@ void ScreenHistoryTracker::processScreenShot()
     const QImage image = takeScreenShot();
     if (image.isNull()) {
         qWarning() << "Failed to take screenshot";
+        m_storingWatch.lost(StoringWatch::Loss::NoPicture, m_uptime.elapsed());
         return;
     }
     screenshotReady(image);
@@ -152,6 +154,7 @@ void ScreenHistoryTracker::screenshotReady(const QImage &image)
     }
     const QString appEntry = getAppDesktopEntry();
     if (appEntry.isEmpty()) {
+        m_storingWatch.lost(StoringWatch::Loss::NoApplication, m_uptime.elapsed());
         return;
     }
     if (appEntry != m_currentApp) {
@@ -179,10 +182,15 @@ void ScreenHistoryTracker::storeFrame(const QImage &image, const QString &appEnt
     record.ocrText =
         QLatin1String(""); // not null: the column tells "not read yet" by its emptiness
 
-    image.save(m_videoStorageDir + QLatin1Char('/') +
-               safetyCopyOf(record.videoName, m_videoFrameNumber));
+    const bool hasCopy = image.save(m_videoStorageDir + QLatin1Char('/') +
+                                    safetyCopyOf(record.videoName, m_videoFrameNumber));
     // The row stands before any result of the AI abilities: they only add to it.
-    m_databaseManager->saveScreenShotData(record);
+    const bool hasRow = m_databaseManager->saveScreenShotData(record);
+    if (hasCopy && hasRow) {
+        m_storingWatch.stored();
+    } else {
+        m_storingWatch.lost(StoringWatch::Loss::NotWritten, m_uptime.elapsed());
+    }
     requestMeaning(image, record);
 }
 
@@ -202,6 +210,7 @@ void ScreenHistoryTracker::setRecordingMemory(bool isRecordingMemory)
 {
     qDebug() << "ScreenHistoryTracker setRecordingMemory to"
              << (isRecordingMemory ? "true" : "false");
+    m_storingWatch.reset();
     if (isRecordingMemory) {
         m_screenshotTimer.start();
     } else {

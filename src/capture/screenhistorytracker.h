@@ -4,11 +4,13 @@
 // Owner: the backend, by value. Thread: main, all of it; only the video composer works on a thread
 // of its own and is reached by a queued signal that carries the batch by value.
 
+#include "capture/storingwatch.h"
 #include "database/screenshotdata.h"
 #include "video/frameextractor.h"
 
 #include <QDate>
 #include <QDateTime>
+#include <QElapsedTimer>
 #include <QImage>
 #include <QObject>
 #include <QString>
@@ -193,5 +195,7 @@ private:
     DatabaseManager *m_databaseManager = nullptr;
     FrameExtractor m_frameExtractor{nullptr};
     DataEncryptor *m_dataEncryptor = nullptr;
+    StoringWatch m_storingWatch;
+    QElapsedTimer m_uptime;    ///< of this object; the user's clock may go back
     QDateTime m_lastCheckTime; ///< when the last clock check passed
 };
