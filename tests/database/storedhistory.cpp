@@ -91,17 +91,16 @@ QVector<float> vectorOf(const ScreenShotData &record)
     return vector;
 }
 
-bool storeRecords(const Video &video, const QString &name)
+void storeRecords(const Video &video, const QString &name)
 {
     DatabaseManager *databases = DatabaseManager::getInstance();
     for (int place = 0; place < video.frames; ++place) {
         const ScreenShotData record = recordOf(video, name, place);
         if (!databases->saveScreenShotData(record) ||
             !databases->saveScreenShotEmbedding(vectorOf(record), record)) {
-            return false;
+            qFatal("row or vector of %s cannot be stored", qPrintable(name));
         }
     }
-    return true;
 }
 
 QString nameOf(const Video &video)
@@ -119,12 +118,13 @@ void openVectorStore()
 {
     VectorDB::DatabaseLoader::force([] { return vectorStore(); });
     DatabaseManager *databases = DatabaseManager::getInstance();
-    ScreenShotData probe;
-    probe.videoName = QStringLiteral("probe.mp4");
+    const ScreenShotData probe;
+    VectorDB::DmlResults results;
     const bool connected = QTest::qWaitFor(
         [&] { return databases->saveScreenShotEmbedding(QVector<float>(1024, 1.0F), probe); },
         CONNECT_MS);
-    if (!connected || !databases->deleteDatabase(0, 1)) {
+    if (!connected ||
+        !vectorStore()->Delete("screenshots", "0 <= realTime && realTime <= 0", results).IsOk()) {
         qFatal("the vector store does not come up");
     }
 }
@@ -146,26 +146,28 @@ QString store(const Video &video)
         images.append(Pictures::numbered(video.firstPicture + place));
     }
     const QString name = nameOf(video);
-    const QString path = pathOf(name);
-    QDir().mkpath(QFileInfo(path).absolutePath());
+    QDir().mkpath(QFileInfo(pathOf(name)).absolutePath());
     VideoComposer composer(nullptr);
-    return composer.convertImagesToVideo(images, path) && storeRecords(video, name) ? name
-                                                                                    : QString();
+    if (!composer.convertImagesToVideo(images, pathOf(name))) {
+        qFatal("%s cannot be written", qPrintable(name));
+    }
+    storeRecords(video, name);
+    return name;
 }
 
 QString storeUnfinished(const Video &video)
 {
     const QString name = nameOf(video);
-    const QString path = pathOf(name);
-    QDir().mkpath(QFileInfo(path).absolutePath());
+    QDir().mkpath(QFileInfo(pathOf(name)).absolutePath());
     for (int place = 0; place < video.frames; ++place) {
         const QString copy =
-            path + QStringLiteral("_%1.png").arg(place + 1, 3, 10, QLatin1Char('0'));
+            pathOf(name) + QStringLiteral("_%1.png").arg(place + 1, 3, 10, QLatin1Char('0'));
         if (!Pictures::numbered(video.firstPicture + place).save(copy)) {
-            return {};
+            qFatal("%s cannot be written", qPrintable(copy));
         }
     }
-    return storeRecords(video, name) ? name : QString();
+    storeRecords(video, name);
+    return name;
 }
 
 QString root()

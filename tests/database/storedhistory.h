@@ -31,8 +31,9 @@ struct Video {
     QString application = QStringLiteral("/usr/share/applications/lupine.desktop");
 };
 
-/// Stores a finished video of numbered pictures with a row and a vector for each frame. Its name,
-/// or an empty text if something could not be stored.
+/// Stores a finished video of numbered pictures with a row and a vector for each frame, and gives
+/// its name. Ends the program if something cannot be stored; an earlier month than that in which
+/// the databases were opened or erased last is such a case.
 QString store(const Video &video);
 
 /// As store(), but as a recorder that was killed leaves it: PNG files and no video.

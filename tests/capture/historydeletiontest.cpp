@@ -1,0 +1,716 @@
+// Removing stored frames from disk, measuring what they occupy, reading one of them back. Videos,
+// rows and vectors are real.
+
+#include "ai/aiabilityprovider.h"
+#include "ai/coreaidouble/coreaidouble.h"
+#include "capture/capturefixture.h"
+#include "capture/screenhistorytracker.h"
+#include "database/databasemanager.h"
+#include "database/storedhistory.h"
+#include "desktopbridge/fake/fakedesktop.h"
+#include "support/fakeclock.h"
+#include "support/logcapture.h"
+#include "support/pictures.h"
+#include "video/videocomposer.h"
+
+#include <QDir>
+#include <QSemaphore>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <memory>
+
+using CaptureFixture::filesIn;
+using CaptureFixture::storedRows;
+using CaptureFixture::todayDirectory;
+using StoredHistory::pathOf;
+using StoredHistory::picturesIn;
+
+namespace
+{
+constexpr int encodingMs = 60000; // on a busy machine, under a sanitizer
+constexpr int secondsBetweenFrames = 5;
+
+QVector<int> numbers(int first, int last)
+{
+    QVector<int> list;
+    for (int number = first; number <= last; ++number) {
+        list << number;
+    }
+    return list;
+}
+
+QString quoted(const QString &text)
+{
+    return QLatin1Char('"') + text + QLatin1Char('"');
+}
+} // namespace
+
+class TestHistoryDeletion : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void anHourWithoutFramesLeavesTheBatchAndTheCounters();
+    void aRangeFromTheMiddleOfAVideoShortensItAndRemovesTheLaterOnes();
+    void theFirstFrameOfTheRangeStaysInItsFile();
+    void eachRangeReachesBackByItsSpan_data();
+    void eachRangeReachesBackByItsSpan();
+    void aNumberThatIsNoRangeDeletesNothing_data();
+    void aNumberThatIsNoRangeDeletesNothing();
+    void aRangeOfTodayTakesTheCounterBackBehindItsFirstFrame();
+    void aRangeThatBeganYesterdayTakesTheCounterToNothing();
+    void aRangeOfYesterdayAloneTakesTodaysCounterToNothingToo();
+    void aVideoThatCannotBeShortenedKeepsNothingElse();
+    void rowsWithoutAVideoNameAreNoObstacle();
+    void theOpenBatchIsDroppedAndItsOlderFramesComeBackAtTheNextStart();
+    void aBatchErasedFromItsFirstFrameNeverComesBack();
+    void aVideoWrittenAfterItsDeletionStaysUntilAllGoes();
+    void aDeletionDuringTheEncodingHarmsNothing();
+    void theFramesOfARangeComeInTheOrderOfTime();
+    void deletingAllLeavesTheRootAndStartsAnew();
+    void deletingAllBeginsTodaysDirectory();
+    void aDaysDirectoryGoesAndItsMonthStays();
+    void aDayWithoutADirectoryIsTold();
+    void aDayThatIsNoneOfTheCalendarTouchesNothing();
+    void deletingTodayLeavesTheOpenVideoAndTheCounters();
+    void sizesAreAddedUpThroughAllFolders();
+    void aMissingDirectoryHasNoSize();
+    void aFrameOfTheOpenBatchIsReadFromMemory();
+    void aFrameBeyondTheOpenBatchIsRefused_data();
+    void aFrameBeyondTheOpenBatchIsRefused();
+    void aFrameOfAStoredVideoIsReadFromItsFile();
+    void theFrameReadLastIsKept();
+    void aFailedReadLeavesTheFormerPicture();
+    void aClockSetBackWhileRecordingHarmsNothing_data();
+    void aClockSetBackWhileRecordingHarmsNothing();
+    void deletingAllEndsTheStateOfAClockSetBack_data();
+    void deletingAllEndsTheStateOfAClockSetBack();
+
+private:
+    void start() { m_tracker = std::make_unique<ScreenHistoryTracker>(); }
+    void keep(int count);
+    void closeVideo();
+    void addClockRows();
+    int readNumber(const QString &video, uint index);
+
+    std::unique_ptr<FakeDesktop> m_desktop;
+    std::unique_ptr<CaptureFixture::Application> m_application;
+    std::unique_ptr<ScreenHistoryTracker> m_tracker;
+    const QDateTime m_now{QDate(2024, 3, 15), QTime(14, 0)};
+    int m_next = 0;
+};
+
+void TestHistoryDeletion::initTestCase()
+{
+    StoredHistory::openVectorStore();
+    QTRY_VERIFY_WITH_TIMEOUT(
+        !AIAbilityProvider::getInstance()->embeddingImage(Pictures::numbered(0)).isEmpty(), 20000);
+    m_application =
+        std::make_unique<CaptureFixture::Application>(CaptureFixture::Application::FileManager);
+    m_desktop = std::make_unique<FakeDesktop>();
+    m_desktop->setActivePid(m_application->pid());
+}
+
+void TestHistoryDeletion::init()
+{
+    FakeClock::freeze(m_now);
+    StoredHistory::eraseEverything();
+    m_next = 0;
+}
+
+void TestHistoryDeletion::cleanup()
+{
+    m_tracker.reset();
+    FakeClock::reset();
+}
+
+void TestHistoryDeletion::keep(int count)
+{
+    for (int frame = 0; frame < count; ++frame) {
+        m_tracker->screenshotReady(Pictures::numbered(++m_next));
+        FakeClock::advance(secondsBetweenFrames);
+    }
+}
+
+void TestHistoryDeletion::closeVideo()
+{
+    const QString video = pathOf(storedRows().last().videoName);
+    m_tracker->convertRemainedImagesToVideo();
+    m_tracker->resetVideoStates();
+    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(video) &&
+                                 filesIn(todayDirectory(), QStringLiteral("*.png")).isEmpty(),
+                             encodingMs);
+}
+
+int TestHistoryDeletion::readNumber(const QString &video, uint index)
+{
+    const QImage image = m_tracker->getImageFromVideoFile(video, index);
+    return image.isNull() ? -1 : Pictures::numberOf(image);
+}
+
+void TestHistoryDeletion::anHourWithoutFramesLeavesTheBatchAndTheCounters()
+{
+    start();
+    keep(3);
+    FakeClock::advance(7200);
+    const QStringList files = StoredHistory::files();
+    {
+        const LogCapture log;
+        QVERIFY(m_tracker->deleteScreenShotData(LastHour));
+        QCOMPARE(log.count(QtDebugMsg, QStringLiteral("No screenshots to delete")), 1);
+        QCOMPARE(log.count(QtDebugMsg, QStringLiteral("The first screenshot")), 0);
+    }
+    QCOMPARE(StoredHistory::files(), files);
+    keep(1);
+    QCOMPARE(storedRows().last().videoName, storedRows().first().videoName);
+    QCOMPARE(storedRows().last().frameIndexOfVideo, 4U);
+    QCOMPARE(storedRows().last().frameIndexOfDay, 4U);
+}
+
+void TestHistoryDeletion::aRangeFromTheMiddleOfAVideoShortensItAndRemovesTheLaterOnes()
+{
+    const QString early = StoredHistory::store({m_now.addSecs(-7200), 5, 60, 1, 1});
+    const QString cut = StoredHistory::store({m_now.addSecs(-3600 - 270), 10, 60, 11, 6});
+    const QString later = StoredHistory::store({m_now.addSecs(-1800), 5, 60, 21, 16});
+    const QString last = StoredHistory::store({m_now.addSecs(-600), 5, 60, 26, 21});
+    start();
+
+    const LogCapture log;
+    QVERIFY(m_tracker->deleteScreenShotData(LastHour));
+    QCOMPARE(picturesIn(early), numbers(1, 5));
+    QCOMPARE(picturesIn(cut), numbers(11, 16));
+    QVERIFY(!QFile::exists(pathOf(later)));
+    QVERIFY(!QFile::exists(pathOf(last)));
+    QCOMPARE(StoredHistory::files().size(), 2); // no work files either
+
+    const qint64 sixth = m_now.addSecs(-3600 + 30).toSecsSinceEpoch();
+    QCOMPARE(
+        log.texts(QtDebugMsg).filter(QStringLiteral("The first screenshot")),
+        QStringList(QStringLiteral("The first screenshot %1 6 %2").arg(quoted(cut)).arg(sixth)));
+    QCOMPARE(log.texts(QtDebugMsg).filter(QStringLiteral("Deleting video")),
+             QStringList({QStringLiteral("Deleting video ") + quoted(later),
+                          QStringLiteral("Deleting video ") + quoted(last)}));
+    QCOMPARE(log.count(QtDebugMsg, QStringLiteral("Failed to delete")), 0);
+}
+
+void TestHistoryDeletion::theFirstFrameOfTheRangeStaysInItsFile()
+{
+    const QString video = StoredHistory::store({m_now.addSecs(-600), 4, 60});
+    start();
+    QVERIFY(m_tracker->deleteScreenShotData(LastHour));
+    // All of it lies in the range, and its first frame stays all the same.
+    QCOMPARE(picturesIn(video), numbers(1, 1));
+    QVERIFY(DatabaseManager::getInstance()->deleteUserData(LastHour));
+    QCOMPARE(StoredHistory::rows(), QStringList());
+    QCOMPARE(StoredHistory::vectors(), QStringList());
+}
+
+void TestHistoryDeletion::eachRangeReachesBackByItsSpan_data()
+{
+    QTest::addColumn<int>("range");
+    QTest::addColumn<QDateTime>("now");
+    QTest::addColumn<QDateTime>("start");
+    const auto row = [](const char *name, TimeRange range, const QDateTime &now,
+                        const QDateTime &start) {
+        QTest::newRow(name) << static_cast<int>(range) << now << start;
+    };
+    row("an hour", LastHour, m_now, m_now.addSecs(-3600));
+    row("a day", LastDay, m_now, m_now.addDays(-1));
+    row("a week", LastWeek, m_now, m_now.addDays(-7));
+    row("a month", LastMonth, m_now, QDateTime(QDate(2024, 2, 15), QTime(14, 0)));
+    const QDateTime endOfMarch(QDate(2024, 3, 31), QTime(14, 0));
+    row("a month from a day that February lacks", LastMonth, endOfMarch,
+        QDateTime(QDate(2024, 2, 29), QTime(14, 0)));
+}
+
+void TestHistoryDeletion::eachRangeReachesBackByItsSpan()
+{
+    QFETCH(int, range);
+    QFETCH(QDateTime, now);
+    QFETCH(QDateTime, start);
+    FakeClock::freeze(start.addDays(-1)); // months are opened in their order
+    StoredHistory::eraseEverything();
+    const QString before = StoredHistory::store({start.addSecs(-1), 1});
+    const QString first = StoredHistory::store({start, 1});
+    const QString second = StoredHistory::store({start.addSecs(1), 1});
+    const QString newest = StoredHistory::store({now, 1});
+    FakeClock::freeze(now);
+    this->start();
+    const LogCapture log;
+    QVERIFY(m_tracker->deleteScreenShotData(static_cast<TimeRange>(range)));
+    QVERIFY(log.contains(QtDebugMsg, QStringLiteral("The first screenshot ") + quoted(first)));
+    QVERIFY(QFile::exists(pathOf(before)));
+    QVERIFY(!QFile::exists(pathOf(second)));
+    QVERIFY(!QFile::exists(pathOf(newest)));
+}
+
+void TestHistoryDeletion::aNumberThatIsNoRangeDeletesNothing_data()
+{
+    QTest::addColumn<int>("range");
+    QTest::newRow("one above") << 5;
+    QTest::newRow("far above") << 1000;
+    QTest::newRow("below") << -1;
+}
+
+void TestHistoryDeletion::aNumberThatIsNoRangeDeletesNothing()
+{
+    QFETCH(int, range);
+    const QString video = StoredHistory::store({m_now.addSecs(-600), 2});
+    start();
+    const LogCapture log;
+    QVERIFY(!m_tracker->deleteScreenShotData(static_cast<TimeRange>(range)));
+    QCOMPARE(log.texts(), QStringList());
+    QCOMPARE(picturesIn(video), numbers(1, 2));
+}
+
+void TestHistoryDeletion::aRangeOfTodayTakesTheCounterBackBehindItsFirstFrame()
+{
+    StoredHistory::store({m_now.addSecs(-7200), 5, 60, 1, 1});
+    StoredHistory::store({m_now.addSecs(-600), 5, 60, 6, 6});
+    start();
+    QVERIFY(m_tracker->deleteScreenShotData(LastHour));
+    QSignalSpy told(m_tracker.get(), &ScreenHistoryTracker::todayFrameNumberChanged);
+    keep(1);
+    QCOMPARE(told.count(), 1);
+    QCOMPARE(told.first().first().toUInt(), 6U);
+    QCOMPARE(storedRows().last().frameIndexOfDay, 6U);
+}
+
+void TestHistoryDeletion::aRangeThatBeganYesterdayTakesTheCounterToNothing()
+{
+    const QString yesterday = StoredHistory::store({m_now.addSecs(-80000), 5, 60, 1, 1});
+    const QString today = StoredHistory::store({m_now.addSecs(-600), 5, 60, 6, 1});
+    start();
+    QVERIFY(m_tracker->deleteScreenShotData(LastDay));
+    QCOMPARE(picturesIn(yesterday), numbers(1, 1));
+    QVERIFY(!QFile::exists(pathOf(today)));
+    keep(1);
+    QCOMPARE(storedRows().last().frameIndexOfDay, 1U);
+}
+
+void TestHistoryDeletion::aRangeOfYesterdayAloneTakesTodaysCounterToNothingToo()
+{
+    StoredHistory::store({m_now.addSecs(-80000), 3, 60, 1, 1});
+    const QString today = StoredHistory::store({m_now.addSecs(-600), 5, 60, 6, 1});
+    start();
+    const long start = m_now.addDays(-1).toSecsSinceEpoch();
+    QVERIFY(m_tracker->deleteVideosWithinTime(start, start + 40000));
+    QCOMPARE(picturesIn(today), numbers(6, 10)); // and yet they are counted no more
+    keep(1);
+    QCOMPARE(storedRows().last().frameIndexOfDay, 1U);
+}
+
+void TestHistoryDeletion::aVideoThatCannotBeShortenedKeepsNothingElse()
+{
+    const QString damaged = StoredHistory::store({m_now.addSecs(-600), 3, 60, 1, 1});
+    const QString later = StoredHistory::store({m_now.addSecs(-300), 3, 60, 4, 4});
+    QFile file(pathOf(damaged));
+    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    QVERIFY(file.write(QByteArray(4096, 'x')) == 4096);
+    file.close();
+    start();
+    const LogCapture log;
+    QVERIFY(m_tracker->deleteScreenShotData(LastHour));
+    QCOMPARE(
+        log.texts(QtDebugMsg).filter(QStringLiteral("Failed to delete frames from video file")),
+        QStringList(QStringLiteral("Failed to delete frames from video file ") +
+                    quoted(pathOf(damaged))));
+    QVERIFY(QFile::exists(pathOf(damaged)));
+    QVERIFY(!QFile::exists(pathOf(later)));
+    keep(1);
+    QCOMPARE(storedRows().last().frameIndexOfDay, 1U);
+}
+
+void TestHistoryDeletion::rowsWithoutAVideoNameAreNoObstacle()
+{
+    StoredHistory::store({m_now.addSecs(-1200), 2, 60, 1, 1});
+    ScreenShotData nameless; // its day's directory could not be made
+    nameless.realTime = m_now.addSecs(-900).toSecsSinceEpoch();
+    nameless.frameIndexOfVideo = 1;
+    nameless.frameIndexOfDay = 3;
+    QVERIFY(DatabaseManager::getInstance()->saveScreenShotData(nameless));
+    const QString later = StoredHistory::store({m_now.addSecs(-600), 2, 60, 3, 4});
+    start();
+    const LogCapture log;
+    QVERIFY(m_tracker->deleteScreenShotData(LastHour));
+    QCOMPARE(log.texts(QtDebugMsg).filter(QStringLiteral("Deleting video")),
+             QStringList(QStringLiteral("Deleting video ") + quoted(later)));
+}
+
+void TestHistoryDeletion::theOpenBatchIsDroppedAndItsOlderFramesComeBackAtTheNextStart()
+{
+    FakeClock::freeze(m_now.addSecs(-3600 - 3 * secondsBetweenFrames));
+    start();
+    keep(8); // the fourth is taken when the range begins
+    const QString video = storedRows().first().videoName;
+    FakeClock::freeze(m_now);
+    QVERIFY(m_tracker->deleteScreenShotData(LastHour));
+    QVERIFY(DatabaseManager::getInstance()->deleteUserData(LastHour));
+    QCOMPARE(filesIn(todayDirectory(), QStringLiteral("*")),
+             QStringList({video + QLatin1String("_001.png"), video + QLatin1String("_002.png"),
+                          video + QLatin1String("_003.png")}));
+    keep(1);
+    const ScreenShotData next = storedRows().last();
+    QVERIFY(next.videoName != video);
+    QCOMPARE(next.frameIndexOfVideo, 1U);
+    QCOMPARE(next.frameIndexOfDay, 4U);
+
+    m_tracker.reset();
+    FakeClock::advance(60);
+    start();
+    QCOMPARE(picturesIn(video), numbers(1, 3));
+    QCOMPARE(picturesIn(next.videoName), numbers(9, 9));
+}
+
+void TestHistoryDeletion::aBatchErasedFromItsFirstFrameNeverComesBack()
+{
+    start();
+    keep(5);
+    QVERIFY(m_tracker->deleteScreenShotData(LastHour));
+    QCOMPARE(StoredHistory::files(), QStringList());
+    QVERIFY(DatabaseManager::getInstance()->deleteUserData(LastHour));
+    m_tracker.reset();
+    start();
+    QCOMPARE(StoredHistory::files(), QStringList());
+    QCOMPARE(StoredHistory::rows(), QStringList());
+    QCOMPARE(StoredHistory::vectors(), QStringList());
+}
+
+void TestHistoryDeletion::aVideoWrittenAfterItsDeletionStaysUntilAllGoes()
+{
+    start();
+    keep(5);
+    const QString video = storedRows().first().videoName;
+    QSemaphore encoderMayRun;
+    QMetaObject::invokeMethod(m_tracker->videoComposer(),
+                              [&encoderMayRun] { encoderMayRun.acquire(); });
+    m_tracker->convertRemainedImagesToVideo();
+    m_tracker->resetVideoStates();
+    const bool deleted = m_tracker->deleteScreenShotData(LastHour) &&
+                         DatabaseManager::getInstance()->deleteUserData(LastHour);
+    encoderMayRun.release();
+    QVERIFY(deleted);
+    // The encoder holds the pictures and is not stopped: no row names what it writes.
+    QTRY_COMPARE_WITH_TIMEOUT(picturesIn(video), numbers(1, 5), encodingMs);
+    QCOMPARE(StoredHistory::rows(), QStringList());
+    QCOMPARE(StoredHistory::vectors(), QStringList());
+    m_tracker.reset();
+    start();
+    QVERIFY(m_tracker->deleteScreenShotData(AllTime));
+    QCOMPARE(StoredHistory::files(), QStringList());
+}
+
+void TestHistoryDeletion::aDeletionDuringTheEncodingHarmsNothing()
+{
+    start();
+    keep(40);
+    const QString video = storedRows().first().videoName;
+    m_tracker->convertRemainedImagesToVideo();
+    m_tracker->resetVideoStates();
+    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(pathOf(video)), encodingMs);
+    m_tracker->deleteVideosWithinTime(m_now.addSecs(100).toSecsSinceEpoch(),
+                                      m_now.addSecs(1000).toSecsSinceEpoch());
+    m_tracker.reset(); // ends when the encoder has
+    // Cut or whole, as it met the encoder, and what was to stay is there.
+    const QVector<int> pictures = picturesIn(video);
+    QVERIFY2(pictures == numbers(1, 21) || pictures == numbers(1, 40),
+             qPrintable(QString::number(pictures.size())));
+}
+
+void TestHistoryDeletion::theFramesOfARangeComeInTheOrderOfTime()
+{
+    FakeClock::freeze(QDateTime(QDate(2024, 2, 29), QTime(23, 0)));
+    StoredHistory::eraseEverything();
+    const QString february =
+        StoredHistory::store({QDateTime(QDate(2024, 2, 29), QTime(23, 50)), 3});
+    const QString march = StoredHistory::store({QDateTime(QDate(2024, 3, 1), QTime(0, 10)), 3});
+    FakeClock::freeze(m_now);
+    start();
+    const QVector<ScreenShotData> all =
+        m_tracker->getScreenshotsWithinTimeInOrder(1, m_now.toSecsSinceEpoch());
+    QStringList names;
+    for (const ScreenShotData &record : all) {
+        names << QStringLiteral("%1#%2").arg(record.videoName).arg(record.frameIndexOfVideo);
+    }
+    QCOMPARE(names, StoredHistory::frames(february, 1, 3) + StoredHistory::frames(march, 1, 3));
+    // Both ends of the range belong to it.
+    const long second = all.at(1).realTime;
+    QCOMPARE(m_tracker->getScreenshotsWithinTimeInOrder(second, second).size(), 1);
+    QCOMPARE(m_tracker->getScreenshotsWithinTimeInOrder(second + 1, second + 59).size(), 0);
+}
+
+void TestHistoryDeletion::deletingAllLeavesTheRootAndStartsAnew()
+{
+    FakeClock::freeze(m_now.addDays(-40));
+    StoredHistory::eraseEverything();
+    StoredHistory::store({m_now.addDays(-40), 2});
+    FakeClock::freeze(m_now);
+    StoredHistory::store({m_now.addSecs(-600), 2});
+    start();
+    keep(3);
+    QFile note(StoredHistory::root() + QLatin1String("/note.txt"));
+    QVERIFY(note.open(QIODevice::WriteOnly));
+    note.close();
+    {
+        const LogCapture log;
+        QVERIFY(m_tracker->deleteScreenShotData(AllTime));
+        QCOMPARE(
+            log.count(QtDebugMsg, QStringLiteral("No start time specified, deleting all videos")),
+            1);
+    }
+    QCOMPARE(QDir(StoredHistory::root()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+             QStringList(QStringLiteral("note.txt")));
+
+    QSignalSpy applications(m_tracker.get(), &ScreenHistoryTracker::activeAppChanged);
+    keep(1);
+    const ScreenShotData next = storedRows().last();
+    QCOMPARE(next.frameIndexOfVideo, 1U);
+    QCOMPARE(next.frameIndexOfDay, 1U);
+    QCOMPARE(filesIn(todayDirectory(), QStringLiteral("*")),
+             QStringList(next.videoName + QLatin1String("_001.png")));
+    QCOMPARE(applications.count(), 1); // the running application was forgotten as well
+}
+
+void TestHistoryDeletion::deletingAllBeginsTodaysDirectory()
+{
+    start();
+    keep(1);
+    FakeClock::freeze(m_now.addDays(1));
+    m_tracker->deleteAllVideos();
+    const LogCapture log;
+    keep(1);
+    QCOMPARE(log.count(QtDebugMsg, QStringLiteral("恭喜您，进入了新的一天！")), 0);
+    QCOMPARE(filesIn(todayDirectory(), QStringLiteral("*.png")).size(), 1);
+}
+
+void TestHistoryDeletion::aDaysDirectoryGoesAndItsMonthStays()
+{
+    const QString video = StoredHistory::store({m_now.addDays(-10), 2});
+    start();
+    const LogCapture log;
+    m_tracker->deleteDataAtDate(video.left(10));
+    QCOMPARE(log.texts(QtDebugMsg),
+             QStringList(QStringLiteral("Deleting data at date ") + quoted(video.left(10))));
+    const QDir month(StoredHistory::root() + QLatin1Char('/') + video.left(7));
+    QVERIFY(month.exists());
+    QVERIFY(month.isEmpty());
+}
+
+void TestHistoryDeletion::aDayWithoutADirectoryIsTold()
+{
+    start();
+    const LogCapture log;
+    m_tracker->deleteDataAtDate(QStringLiteral("2023-07-01"));
+    QCOMPARE(
+        log.texts(QtDebugMsg),
+        QStringList({QStringLiteral("Deleting data at date \"2023-07-01\""),
+                     QStringLiteral("Date directory does not exist: ") +
+                         quoted(StoredHistory::root() + QLatin1String("/2023-07/2023-07-01"))}));
+}
+
+void TestHistoryDeletion::aDayThatIsNoneOfTheCalendarTouchesNothing()
+{
+    const QString video = StoredHistory::store({m_now.addSecs(-600), 2});
+    start();
+    const LogCapture log;
+    m_tracker->deleteDataAtDate(QStringLiteral("2024-13-99"));
+    QCOMPARE(log.count(QtDebugMsg, QStringLiteral("Date directory does not exist:")), 1);
+    QCOMPARE(picturesIn(video), numbers(1, 2));
+}
+
+void TestHistoryDeletion::deletingTodayLeavesTheOpenVideoAndTheCounters()
+{
+    start();
+    keep(3);
+    const QString video = storedRows().first().videoName;
+    m_tracker->deleteDataAtDate(video.left(10));
+    QVERIFY(!QDir(todayDirectory()).exists());
+    keep(1);
+    QCOMPARE(storedRows().last().videoName, video);
+    QCOMPARE(storedRows().last().frameIndexOfVideo, 4U);
+    QCOMPARE(storedRows().last().frameIndexOfDay, 4U);
+    QVERIFY(!QDir(todayDirectory()).exists()); // nor is there a safety copy
+
+    const LogCapture log;
+    m_tracker->convertRemainedImagesToVideo();
+    m_tracker->resetVideoStates();
+    QTRY_VERIFY_WITH_TIMEOUT(
+        log.contains(QtDebugMsg, QStringLiteral("Error: Could not open output file")), encodingMs);
+    FakeClock::advance(60);
+    keep(1); // the next video makes the directory again
+    QCOMPARE(filesIn(todayDirectory(), QStringLiteral("*.png")).size(), 1);
+}
+
+void TestHistoryDeletion::sizesAreAddedUpThroughAllFolders()
+{
+    start();
+    const auto write = [](const QString &name, int bytes) {
+        const QString path = StoredHistory::root() + QLatin1Char('/') + name;
+        QFile file(path);
+        return QDir().mkpath(QFileInfo(path).absolutePath()) && file.open(QIODevice::WriteOnly) &&
+               file.write(QByteArray(bytes, 'x')) == bytes;
+    };
+    QVERIFY(write(QStringLiteral("2024-03/2024-03-14/a.mp4"), 1000));
+    QVERIFY(write(QStringLiteral("2024-03/2024-03-15/b.mp4"), 200));
+    QVERIFY(write(QStringLiteral("2024-02/c.png"), 30));
+    QVERIFY(write(QStringLiteral("d"), 4));
+    QCOMPARE(m_tracker->getScreenshotsStorageSize(), quint64(1234));
+    QCOMPARE(m_tracker->getDirectorySize(StoredHistory::root() + QLatin1String("/2024-03")),
+             quint64(1200));
+}
+
+void TestHistoryDeletion::aMissingDirectoryHasNoSize()
+{
+    start();
+    const LogCapture log;
+    QCOMPARE(m_tracker->getDirectorySize(QStringLiteral("/no/such/place")), quint64(0));
+    QCOMPARE(log.texts(QtDebugMsg),
+             QStringList(QStringLiteral("Directory does not exist: \"/no/such/place\"")));
+    QVERIFY(!QDir(StoredHistory::root()).exists());
+    QCOMPARE(m_tracker->getScreenshotsStorageSize(), quint64(0));
+}
+
+void TestHistoryDeletion::aFrameOfTheOpenBatchIsReadFromMemory()
+{
+    start();
+    keep(3);
+    const QString video = storedRows().first().videoName;
+    QDir(todayDirectory()).removeRecursively();
+    QCOMPARE(m_tracker->getImageFromVideoFile(video, 2), Pictures::numbered(2));
+    QCOMPARE(m_tracker->getImageFromVideoFile(QLatin1String("/anywhere/") + video, 3),
+             Pictures::numbered(3));
+}
+
+void TestHistoryDeletion::aFrameBeyondTheOpenBatchIsRefused_data()
+{
+    QTest::addColumn<uint>("index");
+    QTest::newRow("one too many") << 4U;
+    QTest::newRow("none") << 0U;
+    QTest::newRow("no number at all") << 0xffffffffU;
+}
+
+void TestHistoryDeletion::aFrameBeyondTheOpenBatchIsRefused()
+{
+    QFETCH(uint, index);
+    start();
+    keep(3);
+    const LogCapture log;
+    QVERIFY(m_tracker->getImageFromVideoFile(storedRows().first().videoName, index).isNull());
+    QCOMPARE(log.texts(QtWarningMsg),
+             QStringList(QStringLiteral("requested frame index is out of range")));
+}
+
+void TestHistoryDeletion::aFrameOfAStoredVideoIsReadFromItsFile()
+{
+    const QString yesterday = StoredHistory::store({m_now.addDays(-1), 12, 5, 1, 1});
+    const QString today = StoredHistory::store({m_now.addSecs(-600), 12, 5, 101, 1});
+    start();
+    for (const int index : {1, 2, 12, 11, 5}) {
+        QCOMPARE(readNumber(yesterday, static_cast<uint>(index)), index);
+        QCOMPARE(readNumber(today, static_cast<uint>(index)), 100 + index);
+    }
+    QCOMPARE(readNumber(today, 13), -1);
+    QCOMPARE(readNumber(QStringLiteral("2024-03-15_00-00-00.mp4"), 1), -1);
+}
+
+void TestHistoryDeletion::theFrameReadLastIsKept()
+{
+    const QString video = StoredHistory::store({m_now.addSecs(-600), 3});
+    start();
+    QCOMPARE(readNumber(video, 2), 2);
+    m_tracker->deleteAllVideos();
+    QVERIFY(!QFile::exists(pathOf(video)));
+    QCOMPARE(readNumber(video, 2), 2);
+}
+
+void TestHistoryDeletion::aFailedReadLeavesTheFormerPicture()
+{
+    start();
+    keep(3);
+    const QString video = storedRows().first().videoName;
+    QCOMPARE(readNumber(video, 2), 2);
+    QCOMPARE(readNumber(video, 9), -1);
+    const LogCapture log;
+    QCOMPARE(readNumber(video, 9), 2); // asked for again it gives what was read before
+    QCOMPARE(log.texts(QtWarningMsg), QStringList());
+}
+
+void TestHistoryDeletion::addClockRows()
+{
+    QTest::addColumn<int>("seconds");
+    QTest::newRow("an hour") << 3600;
+    QTest::newRow("a day") << 86400;
+    QTest::newRow("a year") << 366 * 86400;
+}
+
+void TestHistoryDeletion::aClockSetBackWhileRecordingHarmsNothing_data()
+{
+    addClockRows();
+}
+
+void TestHistoryDeletion::aClockSetBackWhileRecordingHarmsNothing()
+{
+    QFETCH(int, seconds);
+    start();
+    m_desktop->setImage(Pictures::numbered(50));
+    QVERIFY(m_tracker->shouldTakeScreenShot());
+    keep(3);
+    const QStringList files = StoredHistory::files();
+    const QStringList rows = StoredHistory::rows();
+    QSignalSpy back(m_tracker.get(), &ScreenHistoryTracker::backInTimeDetected);
+
+    FakeClock::advance(-seconds);
+    {
+        const LogCapture log;
+        m_tracker->processScreenShot();
+        m_tracker->processScreenShot();
+        QCOMPARE(log.count(QtWarningMsg, QStringLiteral("Warning: Time travel detected")), 2);
+    }
+    QCOMPARE(back.count(), 2);
+    QVERIFY(m_tracker->deleteScreenShotData(LastHour)); // of an hour that nothing was taken in
+    QCOMPARE(StoredHistory::files(), files);
+    QCOMPARE(StoredHistory::rows(), rows);
+
+    FakeClock::advance(seconds);
+    m_tracker->processScreenShot();
+    QCOMPARE(back.count(), 2);
+    const ScreenShotData next = storedRows().last();
+    QCOMPARE(next.videoName, storedRows().first().videoName);
+    QCOMPARE(next.frameIndexOfVideo, 4U);
+    QCOMPARE(next.frameIndexOfDay, 4U);
+    closeVideo();
+    QCOMPARE(picturesIn(next.videoName), QVector<int>({1, 2, 3, 50}));
+}
+
+void TestHistoryDeletion::deletingAllEndsTheStateOfAClockSetBack_data()
+{
+    addClockRows();
+}
+
+void TestHistoryDeletion::deletingAllEndsTheStateOfAClockSetBack()
+{
+    QFETCH(int, seconds);
+    start();
+    QVERIFY(m_tracker->shouldTakeScreenShot());
+    keep(3);
+    FakeClock::advance(-seconds);
+    QVERIFY(!m_tracker->shouldTakeScreenShot());
+
+    QVERIFY(m_tracker->deleteScreenShotData(AllTime));
+    QVERIFY(DatabaseManager::getInstance()->deleteDatabase(
+        0, m_now.addDays(1).toSecsSinceEpoch())); // those taken later than now as well
+    QVERIFY(m_tracker->shouldTakeScreenShot());
+    keep(2);
+    QCOMPARE(storedRows().size(), 2);
+    QCOMPARE(storedRows().last().frameIndexOfVideo, 2U);
+    QCOMPARE(storedRows().last().frameIndexOfDay, 2U);
+    QCOMPARE(filesIn(todayDirectory(), QStringLiteral("*.png")).size(), 2);
+}
+
+QTEST_MAIN(TestHistoryDeletion)
+#include "historydeletiontest.moc"
