@@ -160,16 +160,18 @@ QByteArray stampOf(const Options &options)
     if (options.videoKinds > 0 && QGuiApplication::primaryScreen()) {
         size = QGuiApplication::primaryScreen()->size();
     }
-    return QStringLiteral("format %1 rows %2 seed %3 last %4 videos %5 of %6x%7 vectors %8 zone %9")
+    return QStringLiteral("format %1 rows %2 seed %3 last %4 days %5 vectors %6 zone %7 "
+                          "videos %8 of %9x")
         .arg(FORMAT)
         .arg(options.rows)
         .arg(options.seed)
         .arg(options.lastDay.toString(Qt::ISODate))
-        .arg(options.videoKinds)
-        .arg(size.width())
-        .arg(size.height())
+        .arg(options.days)
         .arg(options.withVectors)
         .arg(QString::fromUtf8(QTimeZone::systemTimeZoneId()))
+        .arg(options.videoKinds)
+        .arg(size.width())
+        .append(QString::number(size.height()))
         .toUtf8();
 }
 

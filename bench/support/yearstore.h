@@ -14,6 +14,7 @@ struct Options {
     int rows = 150000; ///< frames, 100 a video, the last video takes the rest
     quint32 seed = 1;
     QDate lastDay{2024, 12, 31}; ///< the store spans the working days of the year that ends here
+    int days = 0; ///< frames only on so many of the last working days; 0: on all of them
     /// Different videos, shared by hard links among all names. They are encoded in the size of the
     /// primary screen, about two seconds each at 1920x1080; without a QGuiApplication there is no
     /// screen, and only 0 may be asked for: then there are rows alone.

@@ -137,7 +137,10 @@ Plan plan(const Options &options)
 {
     Q_ASSERT(options.rows > 0);
     QRandomGenerator random(options.seed);
-    const QVector<QDate> days = workingDays(options.lastDay);
+    QVector<QDate> days = workingDays(options.lastDay);
+    if (options.days > 0) {
+        days = days.mid(std::max(0, days.size() - options.days));
+    }
     const int videos = (options.rows + framesPerVideo - 1) / framesPerVideo;
     const QVector<int> counts = videosOfDays(days.size(), videos, random);
     Plan plan;
