@@ -1,0 +1,80 @@
+// The slider: a handle above the axis and a pill on it, which share one position.
+import QtQuick 2.12
+import QtQuick.Templates 2.12 as T
+import "basecomponent"
+
+Item {
+    id: root
+
+    property alias upIndicator: upIndicator
+    property real barTop
+    property int barHeight
+
+    signal dragged(real position)
+    signal pillEntered(real position)
+    signal pillLeft
+    signal stepped(int frames)
+
+    anchors.fill: parent
+
+    Image {
+        id: upIndicator
+
+        width: Math.max(16, Sizes.h(24))
+        height: width
+        y: root.barTop - height - Sizes.h(2)
+        source: "qrc:/image/upindicator.svg"
+        sourceSize: Qt.size(width, height)
+
+        MouseArea {
+            anchors.fill: parent
+            cursorShape: Qt.SizeHorCursor
+            onPressed: root.dragged(mapToItem(root, mouse.x, mouse.y).x)
+            onPositionChanged: root.dragged(mapToItem(root, mouse.x, mouse.y).x)
+        }
+    }
+
+    T.Control {
+        id: downIndicator
+
+        x: upIndicator.x + (upIndicator.width - width) / 2
+        y: root.barTop + (root.barHeight - height) / 2
+        width: Math.max(6, Sizes.w(8))
+        height: Math.max(16, Sizes.h(24))
+        visible: upIndicator.visible
+        focusPolicy: Qt.StrongFocus
+
+        Accessible.role: Accessible.Slider
+        Accessible.name: "tavel-ai-yestermark_Slider_timeAxis"
+        Accessible.focusable: true
+
+        Keys.onLeftPressed: root.stepped(-1)
+        Keys.onRightPressed: root.stepped(1)
+
+        background: Rectangle {
+            radius: width / 2
+            color: Theme.highlight
+            border.width: 1
+            border.color: "#ffffff"
+
+            FocusFrame {
+                control: downIndicator
+                radius: width / 2
+            }
+        }
+
+        MouseArea {
+            anchors.fill: parent
+            anchors.margins: -2
+            hoverEnabled: true
+            cursorShape: Qt.SizeHorCursor
+            onEntered: root.pillEntered(mapToItem(root, mouseX, mouseY).x)
+            onExited: root.pillLeft()
+            onPressed: root.dragged(mapToItem(root, mouse.x, mouse.y).x)
+            onPositionChanged: {
+                if (pressed)
+                    root.dragged(mapToItem(root, mouse.x, mouse.y).x)
+            }
+        }
+    }
+}

@@ -1,0 +1,398 @@
+// The time axis: days and runs side by side, the slider on them, and the way from a pixel to a frame.
+// Positions are of three kinds: in this item (globalMouseX), in the list's visible part (without the
+// left margin) and in the list's content (with contentX).
+import QtQuick 2.12
+import QtQuick.Templates 2.12 as T
+import "basecomponent"
+
+T.Control {
+    id: root
+
+    property QtObject page
+    property alias contentX: flickable.contentX
+    property alias contentWidth: flickable.contentWidth
+    property alias upIndicator: slider.upIndicator
+
+    // Geometry
+    readonly property int timeAxisHeight: Sizes.h(8)
+    readonly property int timeAxisBackHeight: Sizes.h(16)
+    readonly property int barTop: Sizes.h(28)
+    readonly property int iconSize: Sizes.w(24)
+    readonly property int listViewWidth: Math.round(width - 100 * Sizes.widthScaleFactor)
+    readonly property real listViewLeftMargin: (width - listViewWidth) / 2
+    readonly property real moveSpace: listViewWidth / 14
+    readonly property real flickableMaxContentX: contentWidth - listViewWidth
+
+    // State
+    property real globalMouseX: 0
+    property int preImageId: 0
+    property int curShowImgId: 0
+    property bool operateTimeAxis: false
+    property bool isDeleteAllData: false
+    property bool previewImgVisible: false
+    property real clickImageFlickableContentX: 0
+    property string showImgInfoPageImgSource
+    property string bigPreviewItemIconSource
+    property string bigPreviewItemAppName
+
+    readonly property bool following: !operateTimeAxis || isDeleteAllData
+    property bool adjusting: false // the axis moves itself: the picture follows once, at the end
+
+    implicitHeight: Sizes.h(64)
+    focusPolicy: Qt.StrongFocus
+
+    Accessible.role: Accessible.Pane
+    Accessible.name: "tavel-ai-yestermark_Pane_timeAxis"
+    Accessible.focusable: true
+
+    // What the user did
+
+    function operatingTimeAxis() {
+        operateTimeAxis = true
+        isDeleteAllData = false
+    }
+
+    function clickAt(position) {
+        operatingTimeAxis()
+        previewImgVisible = false
+        curShowImgId += 1
+        dragTo(position)
+    }
+
+    function dragTo(position) {
+        globalMouseX = position
+        if (!isInList(position))
+            return
+        updateIndicatorX()
+        saveClickImageContentX()
+        showCurShowImageByPos()
+    }
+
+    function dragIndicator(position) {
+        operatingTimeAxis()
+        curShowImgId += 1
+        dragTo(position)
+    }
+
+    function hoverAt(position) {
+        var content = position - listViewLeftMargin + contentX
+        var row = isInList(position) ? flickable.indexAt(content, timeAxisHeight / 2) : -1
+        var day = row >= 0 ? flickable.dayAt(content, timeAxisHeight / 2) : null
+        var bar = day ? day.barAt(content - day.x) : -1
+        if (bar < 0) {
+            leaveBar()
+            return
+        }
+        if (flickable.hoveredRow !== row || flickable.hoveredBar !== bar)
+            leaveBar()
+        flickable.hoveredRow = row
+        flickable.hoveredBar = bar
+        globalMouseX = position
+        preImageId += 1
+        VideoInfo.showPreviewImageItem(row, bar, day.offsetInBar(bar, content - day.x), preImageId)
+        previewImgVisible = !VideoInfo.isPreviewImgEmpty()
+    }
+
+    function leaveBar() {
+        if (flickable.hoveredRow < 0)
+            return
+        flickable.hoveredRow = -1
+        flickable.hoveredBar = -1
+        hidePreview()
+    }
+
+    function hidePreview() {
+        previewImgVisible = false
+        preImageId = 0
+        clearCurShowImgId()
+    }
+
+    function clearCurShowImgId() {
+        if (curShowImgId === 1000)
+            curShowImgId = 0
+    }
+
+    function stepIndicator(frames) {
+        var content = Math.max(0, Math.min(contentWidth - 1, indicatorContentX() + frames * 8))
+        if (content < contentX || content > contentX + listViewWidth)
+            scrollTo(content - listViewWidth / 2)
+        dragIndicator(content - contentX + listViewLeftMargin)
+    }
+
+    // From a pixel to a frame
+
+    function isInList(position) {
+        return position >= listViewLeftMargin && position <= listViewLeftMargin + listViewWidth
+    }
+
+    function dayPosition(content) {
+        var row = flickable.indexAt(content, timeAxisHeight / 2)
+        if (row === -1)
+            return null
+        var day = flickable.dayAt(content, timeAxisHeight / 2)
+        return { row: row, dayAllAppX: content - day.x - day.dateNameBackWidth }
+    }
+
+    function showCurShowImageByPos() {
+        showCurShowImageAt(globalMouseX - listViewLeftMargin + contentX)
+    }
+
+    function showCurShowImageAt(content) {
+        var position = dayPosition(content)
+        if (position === null)
+            return
+        VideoInfo.showCurShowImageItem(position.row, position.dayAllAppX, curShowImgId)
+        setBigPreviewItemIconAndAppName(VideoPreviewItem.curShowAppIcon,
+                                        VideoPreviewItem.curShowAppName)
+        showBigPicture(VideoPreviewItem.curShowImageSource)
+        page.ocrImageType = 1
+        page.ocrImageId = VideoPreviewItem.videoPreviewImageSource
+    }
+
+    function showMinPreviewImageByPos(position) {
+        globalMouseX = position
+        var listViewBackX = Math.min(globalMouseX - listViewLeftMargin, listViewWidth - 1)
+        var day = dayPosition(listViewBackX + contentX)
+        if (day === null)
+            return
+        VideoInfo.showPreviewImageItem(day.row, day.dayAllAppX, curShowImgId)
+        previewImgVisible = !VideoInfo.isPreviewImgEmpty()
+    }
+
+    function setBigPreviewItemIconAndAppName(icon, appName) {
+        bigPreviewItemIconSource = icon
+        bigPreviewItemAppName = appName
+    }
+
+    // A drag keeps the image's number, so an equal source stands for another picture.
+    function showBigPicture(source) {
+        showImgInfoPageImgSource = ""
+        if (source !== "")
+            showImgInfoPageImgSource = "image://" + source
+    }
+
+    // The slider
+
+    function indicatorContentX() {
+        return upIndicator.x + upIndicator.width / 2 - listViewLeftMargin + contentX
+    }
+
+    function moveIndicator(visibleX) {
+        upIndicator.x = visibleX + listViewLeftMargin - upIndicator.width / 2
+    }
+
+    function updateIndicatorX() {
+        if (isInList(globalMouseX) && globalMouseX - listViewLeftMargin <= contentWidth)
+            moveIndicator(globalMouseX - listViewLeftMargin)
+    }
+
+    function saveClickImageContentX() {
+        clickImageFlickableContentX = indicatorContentX()
+    }
+
+    function getIndicatorX() {
+        return Math.min(contentWidth, listViewWidth) + listViewLeftMargin - upIndicator.width / 2
+    }
+
+    function updateContentXAndIndicator() {
+        if (!following)
+            return
+        upIndicator.x = getIndicatorX()
+        contentX = Math.max(0, flickableMaxContentX)
+    }
+
+    function getBigPreviewImage() {
+        if (!following || listViewWidth <= 0)
+            return
+        curShowImgId += 1
+        var centre = indicatorContentX()
+        showCurShowImageAt(centre === contentWidth ? centre - 1 : centre) // the list ends one short
+    }
+
+    function followNewest() {
+        if (adjusting || listViewWidth <= 0)
+            return
+        adjusting = true
+        updateContentXAndIndicator()
+        adjusting = false
+        getBigPreviewImage()
+    }
+
+    // The list takes up changes of its model late; the newest frame is shown at once.
+    function takeUpModel() {
+        adjusting = true
+        flickable.layOut()
+        adjusting = false
+        followNewest()
+    }
+
+    function keepIndicatorOnFrame() {
+        var tmpX = clickImageFlickableContentX - contentX
+        if (tmpX < 0 || tmpX > listViewWidth)
+            return
+        globalMouseX = tmpX + listViewLeftMargin
+        updateIndicatorX()
+    }
+
+    // Scrolling
+
+    function scrollTo(target) {
+        contentX = Math.max(0, Math.min(target, flickableMaxContentX))
+    }
+
+    // Older days come in on the left; what the eye rests on stays where it is.
+    function showPreDayAppData() {
+        var before = contentWidth
+        adjusting = true
+        VideoInfo.showPreDayAppData()
+        flickable.layOut()
+        var added = contentWidth - before
+        clickImageFlickableContentX += added
+        contentX += added
+        adjusting = false
+    }
+
+    function wheelTimeAxis(delta) {
+        if (delta > 0)
+            moveBack(moveSpace, listViewWidth)
+        else if (delta < 0)
+            scrollTo(contentX + moveSpace)
+    }
+
+    function lastPage() {
+        moveBack(listViewWidth, 2 * listViewWidth)
+    }
+
+    function nextPage() {
+        scrollTo(contentX + listViewWidth)
+    }
+
+    function moveBack(distance, reserve) {
+        if (contentX - distance < 0) {
+            contentX = 0
+            return
+        }
+        contentX -= distance
+        if (contentX < reserve)
+            showPreDayAppData()
+    }
+
+    // Jump to a frame of a day
+
+    function setListViewContentXByImageInfo(dateIndex, frameLengthOfDay) {
+        operatingTimeAxis()
+        setFlickableContentX(frameLengthOfDay + getPreviousDayAppWidth(dateIndex))
+    }
+
+    function getPreviousDayAppWidth(dateIndex) {
+        var sum = 0
+        for (var row = flickable.indexAt(0, 0); row !== -1; row = flickable.indexAt(sum, 0)) {
+            var day = flickable.dayAt(sum, 0)
+            if (row === dateIndex)
+                return sum + day.dateNameBackWidth
+            sum += day.width
+        }
+        return sum
+    }
+
+    function setFlickableContentX(x) {
+        var mid = x - listViewWidth / 2
+        contentX = Math.max(0, Math.min(mid, flickableMaxContentX))
+        moveIndicator(x - contentX)
+        saveClickImageContentX()
+    }
+
+    onContentXChanged: {
+        if (!following)
+            keepIndicatorOnFrame()
+        else if (!adjusting)
+            getBigPreviewImage()
+    }
+    onFlickableMaxContentXChanged: {
+        if (following)
+            followNewest()
+        else if (!adjusting && contentX > Math.max(0, flickableMaxContentX))
+            scrollTo(flickableMaxContentX)
+    }
+    onListViewWidthChanged: {
+        if (!following)
+            keepIndicatorOnFrame()
+    }
+    Component.onCompleted: takeUpModel()
+
+    Connections {
+        target: VideoInfo
+        function onDayAppModelChanged() { root.takeUpModel() }
+    }
+
+    Keys.onLeftPressed: wheelTimeAxis(1)
+    Keys.onRightPressed: wheelTimeAxis(-1)
+    Keys.onPressed: {
+        if (event.key === Qt.Key_PageUp)
+            lastPage()
+        else if (event.key === Qt.Key_PageDown)
+            nextPage()
+        else
+            return
+        event.accepted = true
+    }
+
+    FocusFrame {
+        control: root
+        anchors.margins: 0
+        anchors.leftMargin: root.listViewLeftMargin - 4
+        anchors.rightMargin: root.listViewLeftMargin - 4
+    }
+
+    TurnPageButton {
+        x: root.listViewLeftMargin - width - Sizes.w(4)
+        y: root.barTop + (root.timeAxisHeight - height) / 2
+        accessibleId: "Button_lastPage"
+        iconName: "vesk-start-symbolic"
+        toolTip: qsTr("Last Page")
+        iconOpacity: root.contentX > 0 ? 1 : 0.3
+        onClicked: root.lastPage()
+    }
+
+    DayList {
+        id: flickable
+        x: root.listViewLeftMargin
+        width: Math.max(0, root.listViewWidth)
+        height: root.height
+        model: VideoInfo.dayAppModel
+        barTop: root.barTop
+        barHeight: root.timeAxisHeight
+        iconSize: root.iconSize
+    }
+
+    AxisPointer {
+        y: root.barTop - (root.timeAxisBackHeight - root.timeAxisHeight) / 2
+        width: root.width
+        height: root.height - y
+        onClickedAt: root.clickAt(position)
+        onMovedTo: root.dragTo(position)
+        onHoveredAt: root.hoverAt(position)
+        onLeft: root.leaveBar()
+        onWheelTurned: root.wheelTimeAxis(delta)
+    }
+
+    AxisSlider {
+        id: slider
+        barTop: root.barTop
+        barHeight: root.timeAxisHeight
+        onDragged: root.dragIndicator(position)
+        onPillEntered: root.showMinPreviewImageByPos(position)
+        onPillLeft: root.hidePreview()
+        onStepped: root.stepIndicator(frames)
+    }
+
+    TurnPageButton {
+        x: root.width - root.listViewLeftMargin + Sizes.w(4)
+        y: root.barTop + (root.timeAxisHeight - height) / 2
+        accessibleId: "Button_nextPage"
+        iconName: "vesk-end-symbolic"
+        toolTip: qsTr("Next Page")
+        iconOpacity: root.contentX < root.flickableMaxContentX ? 1 : 0.3
+        onClicked: root.nextPage()
+    }
+}

@@ -1,0 +1,59 @@
+// The window's own title bar: icon and title, menu, minimise, close.
+import QtQuick 2.12
+import "basecomponent"
+
+Item {
+    id: root
+
+    signal settingsRequested
+    signal aboutRequested
+    signal closeRequested
+
+    height: Sizes.titleBarHeight
+
+    AppProgramIcon {
+        anchors.left: parent.left
+        anchors.leftMargin: Sizes.margin
+        anchors.verticalCenter: parent.verticalCenter
+    }
+
+    Row {
+        anchors.right: parent.right
+        anchors.rightMargin: Sizes.gap
+        anchors.verticalCenter: parent.verticalCenter
+        spacing: 4
+
+        ButtonItem {
+            id: menuButton
+            accessibleId: "Button_menu"
+            iconName: "open-menu-symbolic"
+            toolTip: qsTr("option")
+            toolTipAllowed: !menu.visible
+            onClicked: menu.visible ? menu.close() : menu.open()
+
+            AppMenu {
+                id: menu
+                x: (menuButton.width - width) / 2
+                y: menuButton.height + 4
+                onSettingsChosen: root.settingsRequested()
+                onHelpChosen: VideoInfo.showGuide()
+                onAboutChosen: root.aboutRequested()
+                onExitChosen: root.closeRequested()
+            }
+        }
+
+        ButtonItem {
+            accessibleId: "Button_minimize"
+            iconName: "window-minimize-symbolic"
+            toolTip: qsTr("minimize")
+            onClicked: CustomTitleBar.minimizeTheWindow()
+        }
+
+        ButtonItem {
+            accessibleId: "Button_close"
+            iconName: "window-close-symbolic"
+            toolTip: qsTr("close")
+            onClicked: root.closeRequested()
+        }
+    }
+}

@@ -1,0 +1,44 @@
+// Lengths of the pages: design pixels of a window of 1920 by 1034, scaled to the window that there is.
+pragma Singleton
+import QtQuick 2.12
+import org.vesk.qqc2style.private 1.0 as StylePrivater
+
+QtObject {
+    id: root
+
+    // Set by the root page.
+    property real widthScaleFactor: 1
+    property real heightScaleFactor: 1
+    property real devicePixelRatio: 1
+
+    readonly property real fontFactor: Math.max(0.92, Math.min(2,
+        Math.min(widthScaleFactor, heightScaleFactor) / devicePixelRatio))
+    readonly property int fontBase: Math.max(13, Math.min(20, StylePrivater.StyleHelper.fontPixelSize))
+
+    // Texts on pages grow with the window; those of the title bar and of dialogs do not.
+    readonly property int pageFont: Math.round(fontBase * fontFactor)
+    readonly property int pageTitleFont: Math.round(fontBase * fontFactor * 2.2)
+    readonly property int dialogFont: fontBase
+    readonly property int headingFont: Math.round(fontBase * 1.15)
+
+    readonly property int titleBarHeight: 40
+    readonly property int titleBarButtonWidth: 32
+    readonly property int titleBarIcon: 24
+    readonly property int buttonHeight: 36
+    readonly property int smallIcon: 16
+    readonly property int gap: 8
+    readonly property int margin: 16
+    readonly property int dialogMargin: 24
+    readonly property int dialogRadius: 12
+    readonly property int controlRadius: 6
+    readonly property int toolTipDelay: 1000
+    readonly property int toolTipTimeout: 5000
+
+    function w(designPixels) {
+        return Math.round(designPixels * widthScaleFactor)
+    }
+
+    function h(designPixels) {
+        return Math.round(designPixels * heightScaleFactor)
+    }
+}

@@ -1,0 +1,37 @@
+// Colours of the pages, light and dark.
+pragma Singleton
+import QtQuick 2.12
+import org.vesk.qqc2style.private 1.0 as StylePrivater
+
+QtObject {
+    id: root
+
+    readonly property var style: StylePrivater.StyleHelper
+    readonly property bool dark: style.dark
+
+    readonly property color window: style.window
+    readonly property color base: style.base
+    readonly property color text: style.text
+    readonly property color midlight: style.midlight
+    readonly property color mid: style.mid
+    readonly property color button: style.button
+    readonly property color highlight: style.highlight
+    readonly property color highlightedText: style.highlightedText
+
+    readonly property color faintText: Qt.rgba(text.r, text.g, text.b, 0.55)
+    readonly property color line: dark ? "#1affffff" : "#14262626"
+    readonly property color hoverVeil: dark ? "#1fffffff" : "#12262626"
+    readonly property color pressVeil: dark ? "#33ffffff" : "#24262626"
+    readonly property color toolTip: dark ? "#3a3f4b" : "#ffffff"
+
+    // The axis' bars lie on the page's background itself, so they turn with it.
+    readonly property color bar: dark ? "#ffffff" : "#262626"
+    readonly property real barOpacity: 0.25
+    readonly property color frame: dark ? "#1affffff" : "#0d262626"
+
+    readonly property color radioChecked: "#3790fa"
+    readonly property color radioUnchecked: "#bac1c9"
+    readonly property color danger: "#f3222d"
+    readonly property color dangerHover: "#e7202b"
+    readonly property color dangerPressed: "#c21b24"
+}

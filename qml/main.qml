@@ -1,0 +1,111 @@
+// The root page: background, title bar, start screen or preview page, and the dialogs.
+import QtQuick 2.12
+import QtQuick.Window 2.12
+import "basecomponent"
+
+Item {
+    id: root
+
+    readonly property real widthScaleFactor: width / 1920 * Screen.devicePixelRatio
+    readonly property real heightScaleFactor: height / 1034 * Screen.devicePixelRatio
+    readonly property int screenWidth: Screen.width
+    readonly property int screenHeight: Screen.height
+    property real screenScale: 1
+    readonly property real appIconWidth: 24 * widthScaleFactor
+
+    property int ocrImageType: 0
+    property string ocrImageId
+    property bool ocrResultReturned: false
+    property bool searchBoxUsable: true
+
+    property bool aboutPageVisible: false
+    property bool closeBtnPopUpVisible: false
+    property bool settingsPageVisible: false
+    property bool timeChangeTipVisible: false
+    property bool subsystemUnavailableWindowVisible: !VideoInfo.isSubsystemAvailable()
+
+    property bool startScreenVisible: VideoInfo.startBtnVisible()
+    property int themeType: VideoInfo.getThemeType()
+
+    width: parent ? parent.width : 1920
+    height: parent ? parent.height : 1034
+
+    LayoutMirroring.enabled: false
+
+    function showCloseBtnPopUp() {
+        if (CustomTitleBar.windowVisible())
+            closeBtnPopUpVisible = true
+    }
+
+    function showPreviewPage() {
+        startScreenVisible = false
+        previewPage.timeAxis.forceActiveFocus()
+    }
+
+    Binding { target: Sizes; property: "widthScaleFactor"; value: root.widthScaleFactor }
+    Binding { target: Sizes; property: "heightScaleFactor"; value: root.heightScaleFactor }
+    Binding { target: Sizes; property: "devicePixelRatio"; value: root.Screen.devicePixelRatio }
+    Binding { target: Theme.style; property: "dark"; value: root.themeType === 1 }
+
+    Connections {
+        target: trayIcon
+        function onStartMemory() {
+            root.showPreviewPage()
+            CustomTitleBar.minimizeTheWindow()
+        }
+        function onQuitMemory() { root.showCloseBtnPopUp() }
+        function onOpenSettings() { root.settingsPageVisible = true }
+    }
+
+    Connections {
+        target: VideoInfo
+        function onQuitYestermark() { root.showCloseBtnPopUp() }
+        function onThemeChanged() { root.themeType = VideoInfo.getThemeType() }
+        function onBackInTimeDetected() { root.timeChangeTipVisible = true }
+    }
+
+    Background {
+        anchors.fill: parent
+        themeType: root.themeType
+    }
+
+    // Gives the pointer the theme's arrow wherever nothing else asks for another one.
+    MouseArea {
+        anchors.fill: parent
+    }
+
+    TitleBar {
+        id: titleBar
+        width: parent.width
+        onSettingsRequested: root.settingsPageVisible = true
+        onAboutRequested: root.aboutPageVisible = true
+        onCloseRequested: root.showCloseBtnPopUp()
+    }
+
+    PreviewPage {
+        id: previewPage
+        anchors.top: titleBar.bottom
+        anchors.bottom: parent.bottom
+        width: parent.width
+        visible: !root.startScreenVisible
+        page: root
+    }
+
+    StartMemoryBtn {
+        anchors.centerIn: parent
+        width: Math.min(implicitWidth, parent.width)
+        height: Math.min(implicitHeight, parent.height - titleBar.height)
+        visible: root.startScreenVisible
+        focus: visible
+        onStarted: {
+            root.showPreviewPage()
+            VideoInfo.startMemory()
+            CustomTitleBar.minimizeTheWindow()
+        }
+    }
+
+    AppInfoPage {
+        page: root
+        timeAxis: previewPage.timeAxis
+    }
+}
