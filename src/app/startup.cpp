@@ -2,6 +2,7 @@
 
 #include "ai/ocrtextdata.h"
 #include "database/screenshotdata.h"
+#include "database/videopreviewimageitem.h"
 
 #include <QCoreApplication>
 #include <QDebug>
@@ -55,4 +56,5 @@ void registerMetaTypes()
     qRegisterMetaType<ScreenShotData>("ScreenShotData");
     qRegisterMetaType<ScreenShotData>("ScreenShotData&");
     qRegisterMetaType<QVector<OCRTextData>>("QVector<OCRTextData>");
+    qRegisterMetaType<VideoPreviewImageItem>("VideoPreviewImageItem");
 }

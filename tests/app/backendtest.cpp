@@ -9,6 +9,8 @@
 #include "support/logcapture.h"
 #include "support/pictures.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <QMetaType>
 #include <QSignalSpy>
 #include <QTest>
@@ -27,14 +29,24 @@ private Q_SLOTS:
     void whatCrossesThreadsIsRegisteredByName();
     void recordingStartsByItselfIfItIsOnInTheSettings();
     void settingsReachTheTracker();
+    void theCeilingIsSetBeforeAnythingElse();
+    void aLowerCeilingInTheSettingsFreesAtOnce();
+    void theCeilingIsLookedAtWhenAVideoBegins();
     void aSettingThatDoesNotChangeReachesNobody();
     void framesOfExcludedApplicationsAreKeptAllTheSame();
     void aNewerFrameAtTheStartSwitchesRecordingOffBeforeAnyFrame();
+    void aClockSetBackBeforeTheStartHarmsNothing_data();
+    void aClockSetBackBeforeTheStartHarmsNothing();
+    void aClockGoneBackDuringCaptureSwitchesRecordingOff_data();
     void aClockGoneBackDuringCaptureSwitchesRecordingOff();
     void theClockIsAskedEveryFiveSecondsUntilItIsRight();
 
 private:
     void storeFrameAt(const QDateTime &moment);
+    void addClockRows();
+    static QString ballastOf(const QDate &day);
+    static void addBallast(const QDate &day, qint64 bytes);
+    static qint64 bytesOfBallast(const QDate &day);
 
     std::unique_ptr<ConfigManager> m_settings; // as another program that writes the same keys
     std::unique_ptr<FakeDesktop> m_desktop;
@@ -80,7 +92,8 @@ void TestBackend::whatCrossesThreadsIsRegisteredByName()
 {
     registerMetaTypes();
     // As signals name their arguments: a queued one looks its types up by these texts.
-    for (const char *name : {"ScreenShotData", "ScreenShotData&", "QVector<OCRTextData>"}) {
+    for (const char *name :
+         {"ScreenShotData", "ScreenShotData&", "QVector<OCRTextData>", "VideoPreviewImageItem"}) {
         QVERIFY2(QMetaType::type(name) != QMetaType::UnknownType, name);
     }
     QCOMPARE(QMetaType::type("ScreenShotData&"), QMetaType::type("ScreenShotData"));
@@ -114,6 +127,72 @@ void TestBackend::settingsReachTheTracker()
     m_settings->setRecordingMemory(false);
     QTRY_VERIFY(log.contains(QtDebugMsg,
                              QStringLiteral("ScreenHistoryTracker setRecordingMemory to false")));
+}
+
+QString TestBackend::ballastOf(const QDate &day)
+{
+    return QDir::homePath() + QLatin1String("/.cache/tavel-ai-yestermark/screenshots/") +
+           day.toString(QStringLiteral("yyyy-MM/yyyy-MM-dd")) + QLatin1String("/ballast.mp4");
+}
+
+void TestBackend::addBallast(const QDate &day, qint64 bytes)
+{
+    QVERIFY(QDir().mkpath(QFileInfo(ballastOf(day)).absolutePath()));
+    QFile file(ballastOf(day)); // sparse: takes no room on the disk
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QVERIFY(file.resize(bytes));
+}
+
+qint64 TestBackend::bytesOfBallast(const QDate &day)
+{
+    const QFileInfo file(ballastOf(day));
+    return file.exists() ? file.size() : -1;
+}
+
+void TestBackend::theCeilingIsSetBeforeAnythingElse()
+{
+    addBallast(m_now.date().addDays(-1), qint64{3} << 30); // below the ceiling, above none
+    m_settings->setMaxStorageSize(4);
+    m_settings->setRecordingMemory(true);
+    const LogCapture log;
+    const YestermarkBackend backend;
+    const QStringList texts = log.texts(QtDebugMsg);
+    const int ceiling = texts.indexOf(QStringLiteral("Yestermark storage size changed: 4"));
+    const int recording =
+        texts.indexOf(QStringLiteral("ScreenHistoryTracker setRecordingMemory to true"));
+    QVERIFY(ceiling >= 0);
+    QVERIFY(recording > ceiling);
+    QCOMPARE(log.count(QtDebugMsg, QStringLiteral("Yestermark storage size changed:")), 1);
+    QCOMPARE(bytesOfBallast(m_now.date().addDays(-1)), qint64{3} << 30);
+}
+
+void TestBackend::aLowerCeilingInTheSettingsFreesAtOnce()
+{
+    addBallast(m_now.date().addDays(-2), qint64{2} << 30);
+    addBallast(m_now.date().addDays(-1), qint64{2} << 30);
+    m_settings->setMaxStorageSize(4);
+    const YestermarkBackend backend;
+    QVERIFY(bytesOfBallast(m_now.date().addDays(-2)) > 0); // exactly at the ceiling
+    const LogCapture log;
+    m_settings->setMaxStorageSize(3);
+    QTRY_COMPARE(bytesOfBallast(m_now.date().addDays(-2)), qint64{-1});
+    QVERIFY(bytesOfBallast(m_now.date().addDays(-1)) > 0);
+    QCOMPARE(log.count(QtDebugMsg, QStringLiteral("Yestermark storage size changed: 3")), 1);
+}
+
+void TestBackend::theCeilingIsLookedAtWhenAVideoBegins()
+{
+    m_settings->setMaxStorageSize(1);
+    m_settings->setRecordingMemory(true);
+    const YestermarkBackend backend;
+    addBallast(m_now.date().addDays(-1), qint64{2} << 30);
+    m_desktop->setImage(Pictures::numbered(3));
+    const auto isKept = [this] {
+        m_desktop->emitScreenContentChanged(95.0);
+        return storedRows().size() == 1;
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(isKept(), 20000);
+    QCOMPARE(bytesOfBallast(m_now.date().addDays(-1)), qint64{-1});
 }
 
 void TestBackend::aSettingThatDoesNotChangeReachesNobody()
@@ -159,15 +238,67 @@ void TestBackend::aNewerFrameAtTheStartSwitchesRecordingOffBeforeAnyFrame()
     QCOMPARE(storedRows().size(), 1);
 }
 
+void TestBackend::addClockRows()
+{
+    QTest::addColumn<int>("seconds");
+    QTest::newRow("an hour") << 3600;
+    QTest::newRow("a day") << 86400;
+    QTest::newRow("a year") << 366 * 86400;
+}
+
+void TestBackend::aClockSetBackBeforeTheStartHarmsNothing_data()
+{
+    addClockRows();
+}
+
+void TestBackend::aClockSetBackBeforeTheStartHarmsNothing()
+{
+    QFETCH(int, seconds);
+    storeFrameAt(m_now);
+    addBallast(m_now.date(), 1000);
+    m_settings->setRecordingMemory(true);
+    FakeClock::advance(-seconds);
+    const LogCapture log;
+    {
+        YestermarkBackend backend;
+        QCOMPARE(log.count(QtWarningMsg, QStringLiteral("back in time detected")), 1);
+        QVERIFY(!m_settings->getRecordingMemory());
+        QCOMPARE(storedRows().size(), 1);
+        QCOMPARE(bytesOfBallast(m_now.date()), 1000);
+
+        FakeClock::advance(seconds); // forward again, by hand
+        QVERIFY(!backend.isBackInTime());
+        QVERIFY(!m_settings->getRecordingMemory()); // and yet nobody has switched it on
+        FakeClock::advance(-seconds);
+        QVERIFY(backend.isBackInTime());
+
+        // With all of the history gone no frame lies ahead any more.
+        QVERIFY(DatabaseManager::getInstance()->deleteUserData(AllTime));
+        QVERIFY(!backend.isBackInTime());
+    }
+    QCOMPARE(storedRows().size(), 0);
+}
+
+void TestBackend::aClockGoneBackDuringCaptureSwitchesRecordingOff_data()
+{
+    addClockRows();
+}
+
 void TestBackend::aClockGoneBackDuringCaptureSwitchesRecordingOff()
 {
+    QFETCH(int, seconds);
     m_settings->setRecordingMemory(true);
     YestermarkBackend backend;
     QSignalSpy back(&backend, &YestermarkBackend::backInTimeDetected);
-    FakeClock::advance(-3600);
-    QTest::qWait(1200);
-    m_desktop->emitScreenContentChanged(95.0);
-    QTRY_COMPARE(back.count(), 1);
+    const LogCapture log;
+    FakeClock::advance(-seconds);
+    // The next change behind a tick of the timer is the attempt.
+    const auto isNoticed = [&] {
+        m_desktop->emitScreenContentChanged(95.0);
+        return back.count() == 1;
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(isNoticed(), 20000);
+    QCOMPARE(log.count(QtWarningMsg, QStringLiteral("Warning: Time travel detected")), 1);
     QTRY_VERIFY(!m_settings->getRecordingMemory());
     QCOMPARE(storedRows().size(), 0);
 }
