@@ -1,15 +1,10 @@
 #include "libraryfaults.h"
+#include "faultpoint.h"
 
-#include "video/avhandles.h"
-
-#include <QFile>
 #include <QMap>
 
-#include <cerrno>
 #include <csignal>
-#include <dlfcn.h>
 #include <mutex>
-#include <unistd.h>
 
 extern char __executable_start; // NOLINT(bugprone-reserved-identifier): the linker's name
 extern char etext;
@@ -22,12 +17,15 @@ struct Armed {
     int number = 0;
     int calls = 0;
     Fault fault = Fault::Fails;
+    bool goesOn = false;
 };
 
 /// What all calls share, on whichever thread they are made.
 struct State {
     std::mutex mutex; // not QMutex, whose locking the thread sanitizer can't see
     QMap<QString, Armed> armed;
+    int lastCall = 0; ///< the process dies at this call; 0 for none
+    int calls = 0;
     QStringList finishingCalls;
     QString streamAtHeader;
     QVector<double> packetDurations;
@@ -39,18 +37,15 @@ State &state()
     return shared;
 }
 
-void note(const QString &call)
+bool isLastCall()
 {
     const std::lock_guard<std::mutex> lock(state().mutex);
-    state().finishingCalls += call;
+    return ++state().calls == state().lastCall;
 }
+} // namespace
 
-QString rationalText(AVRational value)
+namespace FaultPoint
 {
-    return QStringLiteral("%1/%2").arg(value.num).arg(value.den);
-}
-
-/// The libraries call one another through the same names; only the program's calls count.
 bool isCallOfThisProgram(const void *returnAddress)
 {
     return returnAddress >= &__executable_start && returnAddress < &etext;
@@ -64,36 +59,56 @@ bool strikes(const char *function, Fault fault)
         return false;
     }
     ++armed->calls;
-    return armed->number == 0 || armed->number == armed->calls;
+    return armed->number == 0 || armed->number == armed->calls ||
+           (armed->goesOn && armed->number < armed->calls);
 }
 
 bool fails(const char *function)
 {
-    if (strikes(function, Fault::Kills)) {
+    if (isLastCall() || strikes(function, Fault::Kills)) {
         raise(SIGKILL);
     }
     return strikes(function, Fault::Fails);
 }
 
-template <typename Function>
-Function *next(const char *name)
+void note(const QString &call)
 {
-    return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
+    const std::lock_guard<std::mutex> lock(state().mutex);
+    state().finishingCalls += call;
 }
 
-QString nameOf(int descriptor)
+void noteHeader(const QString &stream)
 {
-    const QString path = QFile::symLinkTarget(QStringLiteral("/proc/self/fd/%1").arg(descriptor));
-    return path.section(QLatin1Char('/'), -1);
+    const std::lock_guard<std::mutex> lock(state().mutex);
+    state().streamAtHeader = stream;
 }
-} // namespace
+
+void noteDuration(double seconds)
+{
+    const std::lock_guard<std::mutex> lock(state().mutex);
+    state().packetDurations += seconds;
+}
+} // namespace FaultPoint
 
 namespace LibraryFaults
 {
 void arm(const QString &function, int number, Fault fault)
 {
     const std::lock_guard<std::mutex> lock(state().mutex);
-    state().armed.insert(function, {number, 0, fault});
+    state().armed.insert(function, {number, 0, fault, false});
+}
+
+void armFrom(const QString &function, int number)
+{
+    const std::lock_guard<std::mutex> lock(state().mutex);
+    state().armed.insert(function, {number, 0, Fault::Fails, true});
+}
+
+void dieAtCall(int number)
+{
+    const std::lock_guard<std::mutex> lock(state().mutex);
+    state().lastCall = number;
+    state().calls = 0;
 }
 
 void disarm()
@@ -122,156 +137,3 @@ QVector<double> packetDurations()
     return state().packetDurations;
 }
 } // namespace LibraryFaults
-
-#define FAILS(function) (isCallOfThisProgram(__builtin_return_address(0)) && fails(#function))
-#define NEXT(function) next<decltype(function)>(#function)
-
-extern "C" {
-int avformat_alloc_output_context2(AVFormatContext **context, const AVOutputFormat *oformat,
-                                   const char *format, const char *file)
-{
-    return FAILS(avformat_alloc_output_context2)
-               ? AVERROR(ENOMEM)
-               : NEXT(avformat_alloc_output_context2)(context, oformat, format, file);
-}
-
-AVStream *avformat_new_stream(AVFormatContext *context, const AVCodec *codec)
-{
-    return FAILS(avformat_new_stream) ? nullptr : NEXT(avformat_new_stream)(context, codec);
-}
-
-const AVCodec *avcodec_find_encoder(AVCodecID id)
-{
-    return FAILS(avcodec_find_encoder) ? nullptr : NEXT(avcodec_find_encoder)(id);
-}
-
-AVCodecContext *avcodec_alloc_context3(const AVCodec *codec)
-{
-    return FAILS(avcodec_alloc_context3) ? nullptr : NEXT(avcodec_alloc_context3)(codec);
-}
-
-int avcodec_open2(AVCodecContext *context, const AVCodec *codec, AVDictionary **options)
-{
-    return FAILS(avcodec_open2) ? AVERROR(EINVAL) : NEXT(avcodec_open2)(context, codec, options);
-}
-
-int avio_open(AVIOContext **context, const char *url, int flags)
-{
-    return FAILS(avio_open) ? AVERROR(EACCES) : NEXT(avio_open)(context, url, flags);
-}
-
-int avformat_write_header(AVFormatContext *context, AVDictionary **options)
-{
-    {
-        const std::lock_guard<std::mutex> lock(state().mutex);
-        state().streamAtHeader = QStringLiteral("time base %1, average rate %2")
-                                     .arg(rationalText(context->streams[0]->time_base),
-                                          rationalText(context->streams[0]->avg_frame_rate));
-    }
-    return FAILS(avformat_write_header) ? AVERROR(EIO)
-                                        : NEXT(avformat_write_header)(context, options);
-}
-
-AVFrame *av_frame_alloc()
-{
-    return FAILS(av_frame_alloc) ? nullptr : NEXT(av_frame_alloc)();
-}
-
-int av_frame_get_buffer(AVFrame *frame, int align)
-{
-    const bool ours = isCallOfThisProgram(__builtin_return_address(0));
-    if (ours && fails("av_frame_get_buffer")) {
-        return AVERROR(ENOMEM);
-    }
-    const int result = NEXT(av_frame_get_buffer)(frame, align);
-    if (ours && strikes("av_frame_get_buffer", Fault::Spoils)) {
-        frame->data[0] = nullptr;
-    }
-    return result;
-}
-
-SwsContext *sws_getContext(int sourceWidth, int sourceHeight, AVPixelFormat sourceFormat, int width,
-                           int height, AVPixelFormat format, int flags, SwsFilter *sourceFilter,
-                           SwsFilter *filter, const double *parameter)
-{
-    return FAILS(sws_getContext)
-               ? nullptr
-               : NEXT(sws_getContext)(sourceWidth, sourceHeight, sourceFormat, width, height,
-                                      format, flags, sourceFilter, filter, parameter);
-}
-
-int sws_scale(SwsContext *context, const uint8_t *const source[], const int sourceStride[],
-              int sourceY, int sourceHeight, uint8_t *const planes[], const int strides[])
-{
-    return FAILS(sws_scale) ? AVERROR(ENOMEM)
-                            : NEXT(sws_scale)(context, source, sourceStride, sourceY, sourceHeight,
-                                              planes, strides);
-}
-
-AVPacket *av_packet_alloc()
-{
-    return FAILS(av_packet_alloc) ? nullptr : NEXT(av_packet_alloc)();
-}
-
-int avcodec_send_frame(AVCodecContext *context, const AVFrame *frame)
-{
-    return FAILS(avcodec_send_frame) ? AVERROR(EIO) : NEXT(avcodec_send_frame)(context, frame);
-}
-
-/// A packet that couldn't be received is lost, not kept for the next call.
-int avcodec_receive_packet(AVCodecContext *context, AVPacket *packet)
-{
-    const int result = NEXT(avcodec_receive_packet)(context, packet);
-    if (result == 0 && FAILS(avcodec_receive_packet)) {
-        av_packet_unref(packet);
-        return AVERROR_EXTERNAL;
-    }
-    return result;
-}
-
-int av_interleaved_write_frame(AVFormatContext *context, AVPacket *packet)
-{
-    {
-        const std::lock_guard<std::mutex> lock(state().mutex);
-        state().packetDurations += static_cast<double>(packet->duration) *
-                                   av_q2d(context->streams[packet->stream_index]->time_base);
-    }
-    return FAILS(av_interleaved_write_frame) ? AVERROR(EINVAL)
-                                             : NEXT(av_interleaved_write_frame)(context, packet);
-}
-
-int av_write_trailer(AVFormatContext *context)
-{
-    note(QStringLiteral("av_write_trailer"));
-    return FAILS(av_write_trailer) ? AVERROR(EIO) : NEXT(av_write_trailer)(context);
-}
-
-int avio_closep(AVIOContext **context)
-{
-    note(QStringLiteral("avio_closep"));
-    const bool failing = FAILS(avio_closep);
-    const int result = NEXT(avio_closep)(context);
-    return failing ? AVERROR(EIO) : result;
-}
-
-int fsync(int descriptor)
-{
-    note(QStringLiteral("fsync ") + nameOf(descriptor));
-    if (FAILS(fsync)) {
-        errno = EIO;
-        return -1;
-    }
-    return NEXT(fsync)(descriptor);
-}
-
-/// Called by Qt's library for the program, so from outside.
-int unlink(const char *path) noexcept
-{
-    note(QStringLiteral("unlink ") + QFile::decodeName(path).section(QLatin1Char('/'), -1));
-    if (fails("unlink")) {
-        errno = EACCES;
-        return -1;
-    }
-    return NEXT(unlink)(path);
-}
-}

@@ -17,11 +17,18 @@ enum class Fault {
 /// The @p number th call (from 1) of @p function after this meets @p fault; 0 means every call.
 void arm(const QString &function, int number, Fault fault = Fault::Fails);
 
+/// The @p number th call (from 1) of @p function after this fails, and so do all behind it.
+void armFrom(const QString &function, int number);
+
+/// The process is gone, as by kill -9, before the @p number th call (from 1) of any of the
+/// functions after this.
+void dieAtCall(int number);
+
 /// No more faults; forgets the noted calls.
 void disarm();
 
 /// The calls since disarm() of the functions that belong to the finishing of a batch, in order;
-/// fsync and unlink with the name of their file.
+/// fsync, unlink and rename with the names of their files.
 QStringList finishingCalls();
 
 /// What stood in the stream when the last header was written, such as
