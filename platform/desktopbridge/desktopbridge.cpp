@@ -1,9 +1,12 @@
 #include "desktopbridge/desktopbridge.h"
 
 #include "desktopbridge/contentwatch.h"
+#include "desktopbridge/guide/userguide.h"
 #include "desktopbridge/lockwatcher.h"
 #include "desktopbridge/picturewriter.h"
 #include "desktopbridge/screenshotservice.h"
+#include "desktopbridge/settings/localehours.h"
+#include "desktopbridge/settings/settingskeeper.h"
 #include "desktopbridge/windowmanagerservice.h"
 
 #include <QDBusConnectionInterface>
@@ -45,9 +48,16 @@ DesktopBridge::~DesktopBridge() = default;
 
 bool DesktopBridge::start()
 {
+    // Before the names: the program reads the settings as soon as its first call is answered.
+    m_settings = std::make_unique<SettingsKeeper>(
+        m_bus, qEnvironmentVariable("XDG_CURRENT_DESKTOP"), timeLocaleOfEnvironment());
     const bool screenSaver = startScreenSaver();
     const bool windowManager = startWindowManager();
-    return screenSaver || windowManager;
+    if (!screenSaver && !windowManager) {
+        return false;
+    }
+    m_guide = std::make_unique<UserGuide>();
+    return true;
 }
 
 // Another service may take the name over later, but this one neither queues nor takes over.

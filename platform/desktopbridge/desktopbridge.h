@@ -10,6 +10,8 @@
 #include <memory>
 
 class LockWatcher;
+class SettingsKeeper;
+class UserGuide;
 
 class DesktopBridge : public QObject
 {
@@ -19,12 +21,13 @@ public:
     DesktopBridge(const QDBusConnection &session, BackendChoice choice);
     ~DesktopBridge() override;
 
-    /// Takes the names that are free; a name that has an owner is left to it. False if there was
-    /// none.
+    /// Takes the names that are free; a name that has an owner is left to it. False if neither the
+    /// window manager's nor the screen saver's was free: such a desktop has services of its own.
+    /// The desktop's settings are current before a name is taken.
     bool start();
 
 Q_SIGNALS:
-    /// The bus or the display is gone, or every name was taken over by another service.
+    /// The bus or the display is gone, or both services were taken over by others.
     void finished();
 
 private Q_SLOTS:
@@ -41,4 +44,6 @@ private:
     BackendChoice m_choice;
     std::unique_ptr<WindowManagerPart> m_windowManager; // null where a real one serves
     std::unique_ptr<LockWatcher> m_lockWatcher;         // null where a real one serves
+    std::unique_ptr<SettingsKeeper> m_settings;
+    std::unique_ptr<UserGuide> m_guide; // beside one of the two services only
 };

@@ -1,5 +1,6 @@
-// yestermark-desktop-bridge: serves org.vesk.KWin and org.vesk.ScreenSaver on desktops that do not.
-// Started by the session bus when the first call comes.
+// yestermark-desktop-bridge: serves org.vesk.KWin, org.vesk.ScreenSaver and the user guide on
+// desktops that do not, and keeps the settings current that the program follows. Started by the
+// session bus when the first call comes, which the program's start is.
 
 #include "desktopbridge/desktopbridge.h"
 
@@ -33,7 +34,9 @@ int main(int argc, char **argv)
     QObject::connect(&bridge, &DesktopBridge::finished, &application, &QCoreApplication::quit,
                      Qt::QueuedConnection);
     if (!bridge.start()) {
-        return 0; // the desktop has services of its own
+        // The desktop has services of its own. A status of 0 would leave a caller of the user guide
+        // waiting for half a minute: the bus takes it for a program that went into the background.
+        return 1;
     }
     return application.exec();
 }

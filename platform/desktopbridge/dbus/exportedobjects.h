@@ -1,5 +1,5 @@
 #pragma once
-// What the generated adaptors call: the three objects on the bus as abstract classes, one set for
+// What the generated adaptors call: the objects on the bus as abstract classes, one set for
 // the bridge and one for the fake of the tests. Owned by whoever exports them; the calls arrive on
 // the thread that the object lives on.
 
@@ -38,4 +38,13 @@ class ExportedScreenSaver : public QObject
 Q_SIGNALS:
     void lock();
     void unlock();
+};
+
+/// Object / of the user guide; com.guide.hotel.xml tells the contract.
+class ExportedUserGuide : public QObject, protected QDBusContext
+{
+    Q_OBJECT
+
+public:
+    virtual void showGuide(const QString &application) = 0;
 };

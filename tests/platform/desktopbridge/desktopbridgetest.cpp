@@ -503,7 +503,7 @@ void DesktopBridgeTest::endsWhereBothNamesAreServed()
     QVERIFY(bridge.process().state() == QProcess::NotRunning ||
             bridge.process().waitForFinished(5000));
     QCOMPARE(bridge.process().exitStatus(), QProcess::NormalExit);
-    QCOMPARE(bridge.process().exitCode(), 0);
+    QCOMPARE(bridge.process().exitCode(), 1);
 }
 
 void DesktopBridgeTest::givesWayToAServiceThatReplacesIt()
