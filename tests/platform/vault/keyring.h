@@ -26,6 +26,10 @@ public:
     bool keep(const QString &box, const QByteArray &key) const;
     void forget(const QString &box) const;
 
+    /// Arguments for dbus-run-session that run @p command on another bus, which can start nothing.
+    /// Its configuration is written below @p folder.
+    static QStringList onEmptyBus(const QString &folder, const QStringList &command);
+
 private:
     QProcess m_daemon;
     bool m_isRunning = false;
