@@ -31,7 +31,7 @@ private:
     explicit LikeNeedle(std::string_view needle);
     void probeTheRarest(std::size_t asciiLength);
     void probeTheFirstCharacter();
-    bool blockHasCandidate(const unsigned char *block) const;
+    const unsigned char *skipBlocks(const unsigned char *at, const unsigned char *last) const;
     const unsigned char *firstMatch(const unsigned char *begin, const unsigned char *from,
                                     const unsigned char *to, const unsigned char *end) const;
     bool matchesAround(const unsigned char *begin, const unsigned char *candidate,
