@@ -344,16 +344,6 @@ T.Control {
         anchors.rightMargin: root.listViewLeftMargin - 4
     }
 
-    TurnPageButton {
-        x: root.listViewLeftMargin - width - Sizes.w(4)
-        y: root.barTop + (root.timeAxisHeight - height) / 2
-        accessibleId: "Button_lastPage"
-        iconName: "vesk-start-symbolic"
-        toolTip: qsTr("Last Page")
-        iconOpacity: root.contentX > 0 ? 1 : 0.3
-        onClicked: root.lastPage()
-    }
-
     DayList {
         id: flickable
         x: root.listViewLeftMargin
@@ -374,6 +364,16 @@ T.Control {
         onHoveredAt: root.hoverAt(position)
         onLeft: root.leaveBar()
         onWheelTurned: root.wheelTimeAxis(delta)
+    }
+
+    TurnPageButton {
+        x: root.listViewLeftMargin - width - Sizes.w(4)
+        y: root.barTop + (root.timeAxisHeight - height) / 2
+        accessibleId: "Button_lastPage"
+        iconName: "vesk-start-symbolic"
+        toolTip: qsTr("Last Page")
+        iconOpacity: root.contentX > 0 ? 1 : 0.3
+        onClicked: root.lastPage()
     }
 
     AxisSlider {

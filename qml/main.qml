@@ -27,10 +27,8 @@ Item {
     property bool startScreenVisible: VideoInfo.startBtnVisible()
     property int themeType: VideoInfo.getThemeType()
 
-    width: parent ? parent.width : 1920
-    height: parent ? parent.height : 1034
-
-    LayoutMirroring.enabled: false
+    width: 1920 // until the view makes the page as large as itself
+    height: 1034
 
     function showCloseBtnPopUp() {
         if (CustomTitleBar.windowVisible())

@@ -6,13 +6,24 @@
 #include <QFontInfo>
 #include <QGuiApplication>
 
+namespace
+{
+// Only an X server can; the question is not understood on other platforms.
+bool canLackCompositing()
+{
+    return QGuiApplication::platformName() == QLatin1String("xcb");
+}
+} // namespace
+
 StyleHelper::StyleHelper(QObject *parent) : QObject(parent)
 {
     updatePalette();
     connect(qGuiApp, &QGuiApplication::paletteChanged, this, &StyleHelper::updatePalette);
     connect(qGuiApp, &QGuiApplication::fontChanged, this, &StyleHelper::fontChanged);
-    connect(KWindowSystem::self(), &KWindowSystem::compositingChanged, this,
-            &StyleHelper::compositingChanged);
+    if (canLackCompositing()) {
+        connect(KWindowSystem::self(), &KWindowSystem::compositingChanged, this,
+                &StyleHelper::compositingChanged);
+    }
 }
 
 bool StyleHelper::isDark() const
@@ -45,9 +56,7 @@ int StyleHelper::fontPixelSize() const
 
 bool StyleHelper::isCompositing() const
 {
-    // Only an X server can be without; the question is not understood on other platforms.
-    return QGuiApplication::platformName() != QLatin1String("xcb") ||
-           KWindowSystem::compositingActive();
+    return !canLackCompositing() || KWindowSystem::compositingActive();
 }
 
 void StyleHelper::updatePalette()
