@@ -283,7 +283,7 @@ void TestHistoryDeletion::aRangeOfTodayTakesTheCounterBackBehindItsFirstFrame()
 
 void TestHistoryDeletion::aRangeThatBeganYesterdayTakesTheCounterToNothing()
 {
-    const QString yesterday = StoredHistory::store({m_now.addSecs(-80000), 5, 60, 1, 1});
+    const QString yesterday = StoredHistory::store({m_now.addSecs(-80000), 5, 60, 1, 41});
     const QString today = StoredHistory::store({m_now.addSecs(-600), 5, 60, 6, 1});
     start();
     QVERIFY(m_tracker->deleteScreenShotData(LastDay));
@@ -295,7 +295,7 @@ void TestHistoryDeletion::aRangeThatBeganYesterdayTakesTheCounterToNothing()
 
 void TestHistoryDeletion::aRangeOfYesterdayAloneTakesTodaysCounterToNothingToo()
 {
-    StoredHistory::store({m_now.addSecs(-80000), 3, 60, 1, 1});
+    StoredHistory::store({m_now.addSecs(-80000), 3, 60, 1, 41});
     const QString today = StoredHistory::store({m_now.addSecs(-600), 5, 60, 6, 1});
     start();
     const long start = m_now.addDays(-1).toSecsSinceEpoch();

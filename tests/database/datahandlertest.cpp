@@ -22,7 +22,7 @@ using StoredHistory::store;
 
 namespace
 {
-constexpr qint64 MIB = 1024 * 1024;
+constexpr qint64 MIB = qint64{1024} * 1024;
 constexpr qint64 GIB = 1024 * MIB;
 
 QString quoted(const QString &text)
@@ -485,7 +485,7 @@ void DataHandlerTest::aRangeGoesFromFilesRowsAndVectorsAlike_data()
     QTest::addColumn<qint64>("span");
     QTest::newRow("an hour") << int{LastHour} << qint64{3600};
     QTest::newRow("a day") << int{LastDay} << qint64{86400};
-    QTest::newRow("a week") << int{LastWeek} << qint64{7 * 86400};
+    QTest::newRow("a week") << int{LastWeek} << qint64{7} * 86400;
     QTest::newRow("everything") << int{AllTime} << qint64{3600};
 }
 

@@ -145,7 +145,7 @@ QString store(const Video &video)
     for (int place = 0; place < video.frames; ++place) {
         images.append(Pictures::numbered(video.firstPicture + place));
     }
-    const QString name = nameOf(video);
+    QString name = nameOf(video);
     QDir().mkpath(QFileInfo(pathOf(name)).absolutePath());
     VideoComposer composer(nullptr);
     if (!composer.convertImagesToVideo(images, pathOf(name))) {
@@ -157,7 +157,7 @@ QString store(const Video &video)
 
 QString storeUnfinished(const Video &video)
 {
-    const QString name = nameOf(video);
+    QString name = nameOf(video);
     QDir().mkpath(QFileInfo(pathOf(name)).absolutePath());
     for (int place = 0; place < video.frames; ++place) {
         const QString copy =
