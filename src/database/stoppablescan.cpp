@@ -1,6 +1,5 @@
 #include "database/stoppablescan.h"
 
-#include <QCoreApplication>
 #include <QThread>
 
 #include <sqlite3.h>
@@ -35,13 +34,8 @@ void StoppableScan::install(sqlite3 *handle)
     sqlite3_progress_handler(handle, INSTRUCTIONS_BETWEEN_QUESTIONS, askThread, nullptr);
 }
 
+// Qt takes no such request for the main thread.
 bool StoppableScan::isToStop()
 {
-    if (scansOfThisThread == 0) {
-        return false;
-    }
-    const QThread *thread = QThread::currentThread();
-    const QCoreApplication *application = QCoreApplication::instance();
-    const bool isMain = application && application->thread() == thread;
-    return !isMain && thread->isInterruptionRequested();
+    return scansOfThisThread > 0 && QThread::currentThread()->isInterruptionRequested();
 }

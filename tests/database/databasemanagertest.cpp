@@ -62,6 +62,7 @@ private Q_SLOTS:
     void whatIsNoDayIsRefused_data();
     void whatIsNoDayIsRefused();
     void aDaysReadsAreForwarded();
+    void aSearchAndLookUpsAreForwarded();
 
 private:
     QStringList times(const char *month) const
@@ -224,9 +225,10 @@ void DatabaseManagerTest::whatIsNoDayIsRefused()
     LogCapture log;
     QVERIFY(m_manager->getAppListOfDay(day).isEmpty());
     QCOMPARE(m_manager->getFrameNumOfDay(day), 0U);
+    QCOMPARE(m_manager->getScreenShotDataOfDay(day, 1).videoName, QString());
     m_manager->deleteDataAtDate(day);
     const QStringList lines = log.texts();
-    QCOMPARE(lines.size(), 3); // the warnings alone: no store was asked
+    QCOMPARE(lines.size(), 4); // the warnings alone: no store was asked
     for (const QString &line : lines) {
         QVERIFY(line.startsWith(QStringLiteral("Invalid date string:")));
         QVERIFY(line.contains(day));
@@ -246,6 +248,20 @@ void DatabaseManagerTest::aDaysReadsAreForwarded()
     QCOMPARE(m_manager->getFrameNumOfDay(DAY), 2U);
     QCOMPARE(static_cast<qint64>(m_manager->getLastScreenshotRealTime()),
              at("2024-03-31 10:00:05"));
+}
+
+void DatabaseManagerTest::aSearchAndLookUpsAreForwarded()
+{
+    const ScreenShotData saved = frame("2024-03-31 10:00:05", 2, "/a.desktop", "a text");
+    QVERIFY(m_manager->saveScreenShotData(frame("2024-03-31 10:00:00", 1)));
+    QVERIFY(m_manager->saveScreenShotData(saved));
+    SearchQuery query;
+    query.text = QStringLiteral("text");
+    const QVector<ScreenShotData> found = m_manager->getOcrScreenShotData(query);
+    QCOMPARE(found.size(), 1);
+    QCOMPARE(found.first().frameIndexOfVideo, 2U);
+    QCOMPARE(m_manager->getScreenShotDataOfVideo(saved.videoName, 2).ocrText, saved.ocrText);
+    QCOMPARE(m_manager->getScreenShotDataOfDay(DAY, 2).ocrText, saved.ocrText);
 }
 
 QTEST_GUILESS_MAIN(DatabaseManagerTest)
