@@ -112,6 +112,7 @@ class KilledDeletionTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase();
     void init();
 
     void aDayKilledAmongItsFilesKeepsRowsAndVectors_data();
@@ -125,17 +126,31 @@ private Q_SLOTS:
 
 private:
     static void run(const QString &task, const QString &stop, QByteArray *output = nullptr);
+    static QString cache();
     static QStringList vectors();
     static QStringList allFrames();
     static void deleteAgain(const QString &task, const QStringList &left);
 };
 
+void KilledDeletionTest::initTestCase()
+{
+    run(MAKE, NEVER);
+    QCOMPARE(vectors(), allFrames());
+    QVERIFY(QDir().rename(cache(), cache() + QLatin1String(".made")));
+}
+
 void KilledDeletionTest::init()
 {
-    QDir(QDir::homePath() + QLatin1String("/.cache")).removeRecursively();
-    run(MAKE, NEVER);
+    QDir(cache()).removeRecursively();
+    QCOMPARE(QProcess::execute(QStringLiteral("cp"),
+                               {QStringLiteral("-a"), cache() + QLatin1String(".made"), cache()}),
+             0);
     QCOMPARE(StoredHistory::rows(), allFrames());
-    QCOMPARE(vectors(), allFrames());
+}
+
+QString KilledDeletionTest::cache()
+{
+    return QDir::homePath() + QLatin1String("/.cache");
 }
 
 void KilledDeletionTest::run(const QString &task, const QString &stop, QByteArray *output)
