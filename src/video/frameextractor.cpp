@@ -1,18 +1,21 @@
 #include "video/frameextractor.h"
 
-#include "video/nv12frame.h"
+#include "video/framepicture.h"
 
 #include "systeminfo/tvsysinfo.h"
 
 #include <QDebug>
 #include <QElapsedTimer>
 
-#include <algorithm>
 #include <limits>
 
-extern "C" {
-#include <libavutil/imgutils.h>
+namespace
+{
+QImage withoutExtraRow(const QImage &picture)
+{
+    return picture.copy(0, 0, picture.width(), picture.height() - 1);
 }
+} // namespace
 
 FrameExtractor::FrameExtractor(QObject *parent)
     : QObject(parent), m_productionLine(QString::fromUtf8(tdk_system_get_production_line()))
@@ -63,9 +66,15 @@ bool FrameExtractor::loadResource()
     const AVCodecContext *codec = m_codecContext.get();
     m_scaledFormat = codec->pix_fmt;
     m_scaledSize = {codec->width, codec->height};
-    m_swsContext.reset(sws_getContext(codec->width, codec->height, codec->pix_fmt, codec->width,
-                                      codec->height, AV_PIX_FMT_BGRA, SWS_BICUBIC, nullptr, nullptr,
-                                      nullptr));
+    // The library ends the process over a format that it doesn't know, such as that of sound.
+    if (sws_isSupportedInput(codec->pix_fmt)) {
+        m_swsContext.reset(sws_getContext(codec->width, codec->height, codec->pix_fmt, codec->width,
+                                          codec->height, AV_PIX_FMT_BGRA, SWS_BICUBIC, nullptr,
+                                          nullptr, nullptr));
+    }
+    if (m_videoStreamIndex >= 0) {
+        m_groupReader = std::make_unique<GroupReader>(m_formatContext.get(), m_videoStream);
+    }
     return true;
 }
 
@@ -115,6 +124,7 @@ bool FrameExtractor::openDecoder()
 
 bool FrameExtractor::unloadResource()
 {
+    m_groupReader.reset();
     m_formatContext.reset();
     m_swsContext.reset();
     m_codecContext.reset();
@@ -136,6 +146,13 @@ QImage FrameExtractor::requestGetFrame(int frameIndex)
         return {};
     }
     const qint64 timestamp = timestampOf(frameIndex);
+    const AVFrame *frame = m_groupReader ? m_groupReader->frameAt(timestamp) : nullptr;
+    return frame ? withoutExtraRow(pictureOf(frame)) : readPlainly(timestamp);
+}
+
+/// Seeks to the key frame, flushes and decodes from there.
+QImage FrameExtractor::readPlainly(qint64 timestamp)
+{
     if (avformat_seek_file(m_formatContext.get(), m_videoStreamIndex,
                            std::numeric_limits<qint64>::min(), timestamp,
                            std::numeric_limits<qint64>::max(), AVSEEK_FLAG_BACKWARD) < 0) {
@@ -149,11 +166,15 @@ QImage FrameExtractor::requestGetFrame(int frameIndex)
         return {};
     }
     if (readForward(packet.get(), frame.get(), timestamp)) {
-        const QImage picture = pictureOf(frame.get());
-        return picture.copy(0, 0, picture.width(), picture.height() - 1);
+        return withoutExtraRow(pictureOf(frame.get()));
     }
     // One row taller on purpose: that is how frames from the end of the file are handed out.
     return readAtEnd(frame.get(), timestamp) ? pictureOf(frame.get()) : QImage();
+}
+
+QImage FrameExtractor::pictureOf(const AVFrame *frame) const
+{
+    return pictureWithExtraRow(m_swsContext.get(), m_scaledFormat, m_scaledSize, frame);
 }
 
 /// In the stream's time base. The index is a second, since videos have one frame a second; the
@@ -193,31 +214,4 @@ bool FrameExtractor::readAtEnd(AVFrame *frame, qint64 timestamp)
 {
     return avcodec_send_packet(m_codecContext.get(), nullptr) >= 0 &&
            receiveFrame(frame, timestamp);
-}
-
-/// The whole target of the scaler, one row taller than the video; null for a frame that isn't of
-/// the format and size that the scaler was made for.
-QImage FrameExtractor::pictureOf(const AVFrame *frame) const
-{
-    AvFramePtr woven;
-    if (m_scaledFormat == AV_PIX_FMT_NV12 && frame->format == AV_PIX_FMT_YUV420P) {
-        woven = nv12FrameOf(frame);
-        frame = woven.get();
-    }
-    if (!m_swsContext || !frame || frame->format != m_scaledFormat ||
-        QSize(frame->width, frame->height) != m_scaledSize) {
-        return {};
-    }
-    QImage picture(m_scaledSize.width(), m_scaledSize.height() + 1, QImage::Format_RGB32);
-    if (picture.isNull()) {
-        return {};
-    }
-    std::fill_n(reinterpret_cast<QRgb *>(picture.scanLine(m_scaledSize.height())),
-                m_scaledSize.width(), qRgb(0, 0, 0));
-    int strides[4] = {};
-    av_image_fill_linesizes(strides, AV_PIX_FMT_BGRA, m_scaledSize.width());
-    uint8_t *const planes[] = {picture.bits(), nullptr, nullptr, nullptr};
-    sws_scale(m_swsContext.get(), frame->data, frame->linesize, 0, m_scaledSize.height(), planes,
-              strides);
-    return picture;
 }

@@ -4,10 +4,13 @@
 // of its own, so calls must not overlap.
 
 #include "video/avhandles.h"
+#include "video/groupreader.h"
 
 #include <QImage>
 #include <QObject>
 #include <QString>
+
+#include <memory>
 
 class FrameExtractor : public QObject
 {
@@ -45,6 +48,7 @@ private:
     bool findStream();
     bool openDecoder();
     qint64 timestampOf(int frameIndex) const;
+    QImage readPlainly(qint64 timestamp);
     bool receiveFrame(AVFrame *frame, qint64 timestamp);
     bool readForward(AVPacket *packet, AVFrame *frame, qint64 timestamp);
     bool readAtEnd(AVFrame *frame, qint64 timestamp);
@@ -60,4 +64,5 @@ private:
     SwsContextPtr m_swsContext;
     AVPixelFormat m_scaledFormat = AV_PIX_FMT_NONE; ///< what the scaler was made for
     QSize m_scaledSize;
+    std::unique_ptr<GroupReader> m_groupReader; ///< null without a video stream
 };

@@ -115,9 +115,9 @@ void ExtractorFailuresTest::failedStepOfARequestGivesNullAndTheNextOneSucceeds()
 {
     QFETCH(QString, function);
     QFETCH(QStringList, words);
-    FrameExtractor extractor(nullptr);
-    extractor.setAbsoluteVideoName(m_video);
     for (const int index : {3, 4, 14}) {
+        FrameExtractor extractor(nullptr);
+        extractor.setAbsoluteVideoName(m_video);
         LibraryFaults::arm(function, 0);
         LogCapture log;
         QVERIFY(extractor.requestGetFrame(index).isNull());
@@ -160,7 +160,7 @@ void ExtractorFailuresTest::readErrorEndsThePass()
     // Behind the failure the decoder is drained, so what it holds comes as from the end of the
     // file.
     const int height = extractor.requestGetFrame(0).height();
-    LibraryFaults::arm(QStringLiteral("av_read_frame"), 3);
+    LibraryFaults::armFrom(QStringLiteral("av_read_frame"), 3);
     QVERIFY(extractor.requestGetFrame(18).isNull());
     LibraryFaults::disarm();
     QCOMPARE(Pictures::numberOf(extractor.requestGetFrame(18)), 19);

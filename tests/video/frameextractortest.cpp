@@ -107,6 +107,8 @@ private Q_SLOTS:
     void indexZeroIsTheFirstFrame();
     void lastFramesComeAtTheEndOneRowTaller();
     void rowTooManyIsBlack();
+    void everyColumnIsFilled_data();
+    void everyColumnIsFilled();
     void indexBeyondTheEndIsNull_data();
     void indexBeyondTheEndIsNull();
     void negativeIndexIsTheFirstFrame();
@@ -332,6 +334,37 @@ void FrameExtractorTest::rowTooManyIsBlack()
     QVERIFY(picture.height() == extractor.requestGetFrame(0).height() + 1);
     for (int column = 0; column < picture.width(); ++column) {
         QCOMPARE(picture.pixel(column, picture.height() - 1), qRgb(0, 0, 0));
+    }
+}
+
+void FrameExtractorTest::everyColumnIsFilled_data()
+{
+    QTest::addColumn<int>("width");
+    for (const int width : {320, 322, 324, 326, 328}) {
+        QTest::addRow("%d", width) << width;
+    }
+}
+
+/// The library's scaler leaves out the last columns of widths such as 1366.
+void FrameExtractorTest::everyColumnIsFilled()
+{
+    QFETCH(int, width);
+    const QString file = path(QStringLiteral("wide%1.mp4").arg(width));
+    SampleVideo video;
+    video.frames = 3;
+    video.size = {width, 180};
+    QVERIFY(video.write(file));
+    FrameExtractor extractor(nullptr);
+    extractor.setAbsoluteVideoName(file);
+    const QImage drawn = likePicture(2, video.size);
+    const QImage picture = extractor.requestGetFrame(1);
+    for (int column = width - 12; column < width; ++column) {
+        int difference = 0;
+        for (int row = 0; row < video.size.height(); ++row) {
+            difference +=
+                std::abs(qGray(picture.pixel(column, row)) - qGray(drawn.pixel(column, row)));
+        }
+        QVERIFY2(difference / video.size.height() < 24, qPrintable(QString::number(column)));
     }
 }
 
