@@ -7,6 +7,7 @@
 #include "database/fileremoval.h"
 #include "database/storedhistory.h"
 #include "support/fakeclock.h"
+#include "support/historychecker.h"
 
 #include <QDir>
 #include <QGuiApplication>
@@ -15,6 +16,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <sys/stat.h>
 #include <unistd.h>
 
 using StoredHistory::frames;
@@ -100,6 +102,15 @@ int work(const QString &task, const QString &stop)
     return deleted ? 0 : 1;
 }
 
+QStringList textsOf(const QVector<HistoryChecker::Finding> &findings)
+{
+    QStringList texts;
+    for (const HistoryChecker::Finding &finding : findings) {
+        texts << HistoryChecker::text(finding);
+    }
+    return texts;
+}
+
 QStringList sorted(QStringList list)
 {
     list.sort();
@@ -129,6 +140,8 @@ private:
     static QString cache();
     static QStringList vectors();
     static QStringList allFrames();
+    /// That files, rows and vectors agree but for @p kind.
+    static void verifyAgreementButFor(HistoryChecker::Kind kind);
     static void deleteAgain(const QString &task, const QStringList &left);
 };
 
@@ -182,6 +195,15 @@ QStringList KilledDeletionTest::allFrames()
                   frames(LAST, 1, 3));
 }
 
+void KilledDeletionTest::verifyAgreementButFor(HistoryChecker::Kind kind)
+{
+    HistoryChecker::Options options;
+    options.workInProgress = true;
+    const HistoryChecker::Report report = HistoryChecker::check(QDir::homePath(), options);
+    QVERIFY(report.count(kind) > 0);
+    QCOMPARE(textsOf(report.otherThan(kind)), QStringList());
+}
+
 void KilledDeletionTest::deleteAgain(const QString &task, const QStringList &left)
 {
     run(task, NEVER);
@@ -190,6 +212,7 @@ void KilledDeletionTest::deleteAgain(const QString &task, const QStringList &lef
     QVERIFY(!QFile::exists(StoredHistory::pathOf(LATER)));
     QVERIFY(!QFile::exists(StoredHistory::pathOf(LAST)));
     QCOMPARE(picturesIn(OLDER), QVector<int>({1, 2, 3}));
+    QCOMPARE(textsOf(HistoryChecker::check(QDir::homePath()).disagreements), QStringList());
     if (task == DELETE_DAY) {
         QCOMPARE(StoredHistory::files().size(), 1);
     } else {
@@ -221,6 +244,7 @@ void KilledDeletionTest::aDayKilledBeforeItsRowsHasNoFiles()
     QCOMPARE(StoredHistory::files().size(), 1);
     QCOMPARE(StoredHistory::rows(), allFrames());
     QCOMPARE(vectors(), allFrames());
+    verifyAgreementButFor(HistoryChecker::Kind::RowWithoutFrame);
     deleteAgain(DELETE_DAY, frames(OLDER, 1, 3));
 }
 
@@ -230,6 +254,7 @@ void KilledDeletionTest::aDayKilledBeforeItsVectorsHasNoRows()
     QCOMPARE(StoredHistory::files().size(), 1);
     QCOMPARE(StoredHistory::rows(), frames(OLDER, 1, 3));
     QCOMPARE(vectors(), allFrames());
+    verifyAgreementButFor(HistoryChecker::Kind::VectorWithoutRow);
     deleteAgain(DELETE_DAY, frames(OLDER, 1, 3));
 }
 
@@ -264,6 +289,7 @@ void KilledDeletionTest::aRangeKilledBeforeItsRowsHasNoFiles()
     QCOMPARE(StoredHistory::files().size(), 2);
     QCOMPARE(StoredHistory::rows(), allFrames());
     QCOMPARE(vectors(), allFrames());
+    verifyAgreementButFor(HistoryChecker::Kind::RowWithoutFrame);
     deleteAgain(DELETE_HOUR, frames(OLDER, 1, 3) + frames(CUT, 1, 3));
 }
 
@@ -274,11 +300,13 @@ void KilledDeletionTest::aRangeKilledBeforeItsVectorsHasNoRows()
     QCOMPARE(StoredHistory::files().size(), 2);
     QCOMPARE(StoredHistory::rows(), left);
     QCOMPARE(vectors(), allFrames());
+    verifyAgreementButFor(HistoryChecker::Kind::VectorWithoutRow);
     deleteAgain(DELETE_HOUR, left);
 }
 
 int main(int argc, char *argv[])
 {
+    ::umask(0077); // as the program
     QGuiApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.value(1) == WORK) {
