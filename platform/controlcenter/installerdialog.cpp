@@ -62,6 +62,7 @@ InstallerDialog::InstallerDialog(const QVector<ModelPackage> &packages, ModelIns
     updateTotal();
     if (m_packages.isEmpty()) {
         onFinished({});
+        m_bar->hide();
     }
 }
 
@@ -222,6 +223,7 @@ void InstallerDialog::showProblem(const QString &problem)
                           "again."));
     m_install->hide();
     m_bar->hide();
+    m_done = false;
     say(QString(), problem);
 }
 

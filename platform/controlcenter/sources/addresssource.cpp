@@ -34,6 +34,7 @@ AddressSource::~AddressSource()
 void AddressSource::fetch(const ModelPackage &package, const QString &file)
 {
     m_broken = {};
+    m_expected = 0;
     m_package = package;
     m_file.setFileName(file);
     if (!m_file.open(QFile::WriteOnly | QFile::Append | QFile::Unbuffered)) {
@@ -72,6 +73,8 @@ void AddressSource::onHeaders()
     if (status == OK || status == RANGE_NOT_SATISFIABLE) {
         m_file.resize(0);
     }
+    const QVariant length = m_reply->header(QNetworkRequest::ContentLengthHeader);
+    m_expected = length.isValid() ? m_file.size() + length.toLongLong() : 0;
 }
 
 void AddressSource::onData()
@@ -109,7 +112,10 @@ InstallResult AddressSource::outcome() const
     }
     switch (m_reply->error()) {
     case QNetworkReply::NoError:
-        return {};
+        // A server that hangs up early is not always told as an error.
+        return m_file.size() < m_expected
+                   ? InstallResult{InstallResult::Unreachable, m_reply->url().host()}
+                   : InstallResult{};
     case QNetworkReply::ContentNotFoundError:
     case QNetworkReply::ContentGoneError:
     case QNetworkReply::ContentAccessDenied:

@@ -37,5 +37,6 @@ private:
     std::unique_ptr<QNetworkReply, ReplyDeleter> m_reply; // null: no download under way
     ModelPackage m_package;
     QFile m_file;
+    qint64 m_expected = 0;  // size of the whole as the server tells it; 0: it does not
     InstallResult m_broken; // why this side broke off; Done if it did not
 };
