@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -63,9 +64,10 @@ MountPoint::State MountPoint::state() const
     if (top.type != BOX_TYPE) {
         return State::Foreign;
     }
-    struct stat facts {
+    // Of all questions this one is never answered from the kernel's memory.
+    struct statfs facts {
     };
-    return stat(m_path.c_str(), &facts) == 0 ? State::Open : State::Dead;
+    return statfs(m_path.c_str(), &facts) == 0 ? State::Open : State::Dead;
 }
 
 Outcome MountPoint::prepare() const

@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <pwd.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 #include <vector>
 
@@ -42,8 +43,12 @@ bool isBoxMounted(const std::string &home)
     };
     struct stat box {
     };
+    struct statfs system {
+    };
+    // The last question alone is never answered from the kernel's memory of a box that died.
     return stat((home + BOXES).c_str(), &boxes) == 0 && stat((home + BOX).c_str(), &box) == 0 &&
-           box.st_dev != boxes.st_dev && access((home + BOX).c_str(), R_OK | W_OK | X_OK) == 0;
+           box.st_dev != boxes.st_dev && access((home + BOX).c_str(), R_OK | W_OK | X_OK) == 0 &&
+           statfs((home + BOX).c_str(), &system) == 0;
 }
 } // namespace
 
