@@ -24,7 +24,7 @@ int decide(const QStringList &arguments)
 {
     VaultDouble::setEnabled(arguments.at(2).toInt());
     DataEncryptor *encryptor = DataEncryptor::getInstance();
-    const QString question = arguments.at(3);
+    const QString &question = arguments.at(3);
     bool answer = false;
     if (question == QLatin1String("mounted")) {
         answer = encryptor->isSafeDirectoryMounted();

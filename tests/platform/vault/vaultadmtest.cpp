@@ -47,7 +47,7 @@ QString VaultadmTest::answer(const QString &name, const QString &value)
 
 QString VaultadmTest::programsWithout(const QString &missing) const
 {
-    const QString folder = m_home.filePath(QStringLiteral("without-") + missing);
+    QString folder = m_home.filePath(QStringLiteral("without-") + missing);
     QDir().mkpath(folder);
     for (const char *name : {"gocryptfs", "fusermount3"}) {
         const QString program = QString::fromLatin1(name);

@@ -56,7 +56,7 @@ void VaultFailuresTest::makeBox(const QByteArray &content)
 // A folder for PATH that holds what the tool runs, but for one program.
 QString VaultFailuresTest::programsWithout(const QString &missing)
 {
-    const QString folder = home() + QStringLiteral("/programs");
+    QString folder = home() + QStringLiteral("/programs");
     QDir().mkpath(folder);
     for (const char *name : {"gocryptfs", "fusermount3"}) {
         const QString program = QString::fromLatin1(name);
