@@ -6,7 +6,11 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QProcess>
+#include <QTemporaryDir>
 #include <QTest>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <memory>
 #include <vector>
@@ -27,6 +31,7 @@ private Q_SLOTS:
     void unknownArgumentsAreRefused_data();
     void unknownArgumentsAreRefused();
     void twoToolsAtOnceMakeOneBox();
+    void anOrdinaryUsersMountPointTakesNoFileWithoutTheBox();
 };
 
 void VaultsmTest::aBoxIsMadeOnceAndFoundFromThenOn()
@@ -193,6 +198,44 @@ void VaultsmTest::twoToolsAtOnceMakeOneBox()
         QVERIFY2(tool->exitCode() == 0, tool->readAllStandardError().constData());
     }
     QCOMPARE(servers().size(), 1);
+}
+
+// Root, whom no mode stops, is what the other tests mostly run as.
+void VaultsmTest::anOrdinaryUsersMountPointTakesNoFileWithoutTheBox()
+{
+    constexpr uint nobody = 65534;
+    if (geteuid() != 0) {
+        QSKIP("only root can become another user");
+    }
+    if ((modeOf(QStringLiteral("/dev/fuse")) & 0006) != 0006) {
+        QSKIP("/dev/fuse is closed to ordinary users");
+    }
+    const QTemporaryDir folder(QStringLiteral("/tmp/yestermark-XXXXXX"));
+    QVERIFY(QDir().mkpath(folder.filePath(QStringLiteral("run"))));
+    for (const QString &path : {folder.path(), folder.filePath(QStringLiteral("run"))}) {
+        QCOMPARE(chown(QFile::encodeName(path).constData(), nobody, nobody), 0);
+        QCOMPARE(chmod(QFile::encodeName(path).constData(), 0700), 0);
+    }
+    QFile script(QStringLiteral(ORDINARY_USER));
+    QVERIFY(script.open(QIODevice::ReadOnly));
+    QProcess session;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("HOME"), folder.path());
+    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), folder.filePath(QStringLiteral("run")));
+    session.setProcessEnvironment(environment);
+    session.setWorkingDirectory(QStringLiteral("/"));
+    session.start(QStringLiteral("setpriv"),
+                  {QStringLiteral("--reuid"), QString::number(nobody), QStringLiteral("--regid"),
+                   QString::number(nobody), QStringLiteral("--clear-groups"),
+                   QStringLiteral("dbus-run-session"), QStringLiteral("--"), QStringLiteral("sh"),
+                   QStringLiteral("-c"), QString::fromUtf8(script.readAll())});
+    QVERIFY(session.waitForFinished(60000));
+    const QByteArray errors = session.readAllStandardError();
+    const QStringList words =
+        QString::fromUtf8(session.readAllStandardOutput()).split(QLatin1Char('\n'));
+    for (const char *word : {"opened", "closed", "guarded", "kept", "shut"}) {
+        QVERIFY2(words.contains(QLatin1String(word)), word + QByteArray(": ") + errors);
+    }
 }
 
 int main(int argc, char **argv)
