@@ -7,6 +7,7 @@ Item {
     id: root
 
     property alias upIndicator: upIndicator
+    property bool shown: true
     property real barTop
     property int barHeight
 
@@ -20,6 +21,7 @@ Item {
     Image {
         id: upIndicator
 
+        visible: root.shown
         width: Math.max(16, Sizes.h(24))
         height: width
         y: root.barTop - height - Sizes.h(2)
@@ -41,7 +43,7 @@ Item {
         y: root.barTop + (root.barHeight - height) / 2
         width: Math.max(6, Sizes.w(8))
         height: Math.max(16, Sizes.h(24))
-        visible: upIndicator.visible
+        visible: root.shown
         focusPolicy: Qt.StrongFocus
 
         Accessible.role: Accessible.Slider

@@ -63,7 +63,7 @@ Item {
 
     Item {
         id: dateBox
-        width: date.implicitWidth + 2 * Sizes.gap
+        width: Math.ceil(date.implicitWidth) + 2 * Sizes.gap
         height: root.height
 
         BodyText {

@@ -35,6 +35,9 @@ T.Control {
     property string bigPreviewItemIconSource
     property string bigPreviewItemAppName
 
+    readonly property real savedVisibleX: clickImageFlickableContentX - contentX
+    readonly property bool sliderShown: contentWidth > 0
+        && (following || savedVisibleX >= 0 && savedVisibleX <= listViewWidth)
     readonly property bool following: !operateTimeAxis || isDeleteAllData
     property bool adjusting: false // the axis moves itself: the picture follows once, at the end
 
@@ -234,6 +237,13 @@ T.Control {
         updateIndicatorX()
     }
 
+    function placeIndicator() {
+        if (following)
+            updateContentXAndIndicator()
+        else
+            keepIndicatorOnFrame()
+    }
+
     // Scrolling
 
     function scrollTo(target) {
@@ -314,10 +324,8 @@ T.Control {
         else if (!adjusting && contentX > Math.max(0, flickableMaxContentX))
             scrollTo(flickableMaxContentX)
     }
-    onListViewWidthChanged: {
-        if (!following)
-            keepIndicatorOnFrame()
-    }
+    onListViewWidthChanged: placeIndicator()
+    onListViewLeftMarginChanged: placeIndicator()
     Component.onCompleted: takeUpModel()
 
     Connections {
@@ -378,11 +386,13 @@ T.Control {
 
     AxisSlider {
         id: slider
+        shown: root.sliderShown
         barTop: root.barTop
         barHeight: root.timeAxisHeight
         onDragged: root.dragIndicator(position)
         onPillEntered: root.showMinPreviewImageByPos(position)
         onPillLeft: root.hidePreview()
+        upIndicator.onWidthChanged: root.placeIndicator()
         onStepped: root.stepIndicator(frames)
     }
 

@@ -6,13 +6,14 @@ import org.vesk.qqc2style.private 1.0 as StylePrivater
 QtObject {
     id: root
 
-    // Set by the root page.
+    // Set by the root page. The factors count device pixels, so that on a dense screen lengths grow
+    // twice; texts follow half the way.
     property real widthScaleFactor: 1
     property real heightScaleFactor: 1
     property real devicePixelRatio: 1
 
     readonly property real fontFactor: Math.max(0.92, Math.min(2,
-        Math.min(widthScaleFactor, heightScaleFactor) / devicePixelRatio))
+        Math.min(widthScaleFactor, heightScaleFactor) / Math.sqrt(devicePixelRatio)))
     readonly property int fontBase: Math.max(13, Math.min(20, StylePrivater.StyleHelper.fontPixelSize))
 
     // Texts on pages grow with the window; those of the title bar and of dialogs do not.

@@ -26,8 +26,8 @@ QImage drawDesktop(int number)
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
     QLinearGradient sky(0, 0, screenSize.width(), screenSize.height());
-    sky.setColorAt(0, QColor::fromHsv((number * 37) % 360, 90, 200));
-    sky.setColorAt(1, QColor::fromHsv((number * 37 + 60) % 360, 120, 110));
+    sky.setColorAt(0, QColor::fromHsv((number * 97) % 360, 90, 200));
+    sky.setColorAt(1, QColor::fromHsv((number * 97 + 60) % 360, 120, 110));
     painter.fillRect(image.rect(), sky);
     drawWindow(&painter, QRect(120, 90, 1100, 760), QColor(225, 230, 238), Qt::white);
     drawWindow(&painter, QRect(980, 330, 800, 600), QColor(40, 44, 52), QColor(30, 33, 40));
@@ -54,5 +54,12 @@ QImage PictureProvider::requestImage(const QString &id, QSize *size, const QSize
     if (preview) {
         m_videoInfo->previewEmpty = digits == 0;
     }
-    return digits > 0 ? drawDesktop(id.rightRef(digits).toInt()) : QImage();
+    if (digits == 0) {
+        return QImage();
+    }
+    QImage &drawn = m_drawn[id.rightRef(digits).toInt() % 6];
+    if (drawn.isNull()) {
+        drawn = drawDesktop(id.rightRef(digits).toInt() % 6);
+    }
+    return drawn;
 }

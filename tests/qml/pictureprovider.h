@@ -4,6 +4,7 @@
 
 #include "qml/videoinfodouble.h"
 
+#include <QHash>
 #include <QQuickImageProvider>
 
 class PictureProvider : public QQuickImageProvider
@@ -16,4 +17,5 @@ public:
 private:
     VideoInfoDouble *m_videoInfo;
     QStringList *m_asked;
+    QHash<int, QImage> m_drawn;
 };
