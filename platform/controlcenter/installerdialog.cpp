@@ -48,13 +48,13 @@ InstallerDialog::InstallerDialog(const QVector<ModelPackage> &packages, ModelIns
     setWindowIcon(QIcon::fromTheme(QStringLiteral("tavel-ai-yestermark")));
     auto *layout = new QVBoxLayout(this);
     layout->setSpacing(12);
-    layout->setSizeConstraint(QLayout::SetMinimumSize);
     addHeading();
     addPackages(layout);
     addProgress();
     layout->addStretch();
     addButtons();
     setMinimumWidth(WIDTH);
+    resize(WIDTH, 0);
     connect(&installer, &ModelInstaller::stepChanged, this, &InstallerDialog::onStep);
     connect(&installer, &ModelInstaller::progressed, this, &InstallerDialog::onProgress);
     connect(&installer, &ModelInstaller::finished, this, &InstallerDialog::onFinished);
@@ -63,18 +63,29 @@ InstallerDialog::InstallerDialog(const QVector<ModelPackage> &packages, ModelIns
     if (m_packages.isEmpty()) {
         onFinished({});
         m_bar->hide();
+        fit();
     }
+}
+
+QString InstallerDialog::headingText() const
+{
+    if (m_packages.isEmpty()) {
+        return tr("All AI models of Yestermark are installed.");
+    }
+    const bool isNeeded =
+        std::any_of(m_packages.begin(), m_packages.end(),
+                    [](const ModelPackage &package) { return !package.optional; });
+    return isNeeded
+               ? tr("Yestermark reads and understands pictures on this computer. The models for it "
+                    "are not installed yet. They are downloaded once; nothing of yours is sent.")
+               : tr("All AI models that Yestermark needs are installed. This one can be added. It "
+                    "is downloaded once; nothing of yours is sent.");
 }
 
 void InstallerDialog::addHeading()
 {
     m_heading = wrappingLabel("heading");
-    m_heading->setText(
-        m_packages.isEmpty()
-            ? tr("All AI models of Yestermark are installed.")
-            : tr("Yestermark reads and understands pictures on this computer. The models for it "
-                 "are "
-                 "not installed yet. They are downloaded once; nothing of yours is sent."));
+    m_heading->setText(headingText());
     layout()->addWidget(m_heading);
 }
 
@@ -233,4 +244,19 @@ void InstallerDialog::say(const QString &text, const QString &detail)
     m_status->setVisible(!text.isEmpty());
     m_detail->setText(detail);
     m_detail->setVisible(!detail.isEmpty());
+    fit();
+}
+
+void InstallerDialog::resizeEvent(QResizeEvent *event)
+{
+    QDialog::resizeEvent(event);
+    fit();
+}
+
+// Texts that wrap need a height that depends on the width, which a window does not follow by
+// itself.
+void InstallerDialog::fit()
+{
+    layout()->activate();
+    setMinimumHeight(layout()->totalHeightForWidth(width()));
 }

@@ -27,7 +27,11 @@ public:
     /// Escape and the window's close button: a run is cancelled first, and the next one closes.
     void reject() override;
 
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+
 private:
+    QString headingText() const;
     void addHeading();
     void addPackages(QVBoxLayout *layout);
     void addProgress();
@@ -40,6 +44,7 @@ private:
     void onFinished(const InstallResult &result);
     void setRunning(bool running);
     void say(const QString &text, const QString &detail = QString());
+    void fit();
 
     QVector<ModelPackage> m_packages;
     QCheckBox *m_optional = nullptr; // one for all optional ones; null where none is offered

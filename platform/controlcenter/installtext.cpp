@@ -40,7 +40,7 @@ QString InstallText::result(const InstallResult &result)
     case InstallResult::Done:
         return tr("Everything is installed. Yestermark can be started now.");
     case InstallResult::Cancelled:
-        return tr("Cancelled. What was downloaded is kept for the next attempt.");
+        return tr("Cancelled. What can be continued is kept for the next attempt.");
     case InstallResult::NoClient:
         return tr("The downloads need Python 3 and its package installer. Please install the "
                   "package python3-pip and try again.");

@@ -101,7 +101,8 @@ void AddressSourceTest::brokenDownloadIsContinuedAtItsEnd()
     AddressSource source;
     const QSignalSpy told(&source, &ModelSource::received);
     QVERIFY(run(source).isDone());
-    QCOMPARE(m_server->m_ranges, (QVector<QByteArray>{{}, QByteArray::number(kept) + '-'}));
+    QCOMPARE(m_server->m_ranges.first(), QByteArray());
+    QCOMPARE(m_server->m_ranges.last(), QByteArray::number(kept) + '-');
     QCOMPARE(received(), numbers());
     QVERIFY(told.first().first().toLongLong() > kept); // the earlier bytes are counted
 }

@@ -14,6 +14,8 @@
 #include <QSignalSpy>
 #include <QTest>
 
+#include <algorithm>
+
 namespace
 {
 constexpr int PATIENCE = 15000;
@@ -47,6 +49,7 @@ private Q_SLOTS:
     void onlyOptionalModelsAreLeft();
     void nothingIsMissing();
     void listThatIsNotInstalledIsTold();
+    void everyTextHasItsRoomInEveryState();
     void everyFailureHasATextOfItsOwn();
     void controlsCanBeReachedByTab();
 
@@ -147,7 +150,7 @@ void InstallerDialogTest::escapeCancelsARunAndThenCloses()
     QTest::keyClick(m_dialog.get(), Qt::Key_Escape);
     QVERIFY(m_dialog->isVisible());
     QCOMPARE(status(),
-             QStringLiteral("Cancelled. What was downloaded is kept for the next attempt."));
+             QStringLiteral("Cancelled. What can be continued is kept for the next attempt."));
     QVERIFY(!m_installer->isRunning());
     const QSignalSpy rejected(m_dialog.get(), &QDialog::rejected);
     QTest::keyClick(m_dialog.get(), Qt::Key_Escape);
@@ -247,6 +250,35 @@ void InstallerDialogTest::listThatIsNotInstalledIsTold()
     QTest::keyClick(m_dialog.get(), Qt::Key_Escape);
     QVERIFY(!m_dialog->isVisible());
     QCOMPARE(m_dialog->result(), int(QDialog::Rejected));
+}
+
+void InstallerDialogTest::everyTextHasItsRoomInEveryState()
+{
+    const ModelPackage package = m_world->addFile(QStringLiteral("m"), CONTENT);
+    m_world->download(package).waits = true;
+    m_world->download(package).stopAt = 0;
+    m_world->download(package).ending = {InstallResult::Unreachable,
+                                         QStringLiteral("a long detail ").repeated(20)};
+    open({package});
+    const auto everythingFits = [&] {
+        const QList<QLabel *> labels = m_dialog->findChildren<QLabel *>();
+        return std::all_of(labels.begin(), labels.end(), [](const QLabel *label) {
+            const int needed = label->hasHeightForWidth() ? label->heightForWidth(label->width())
+                                                          : label->sizeHint().height();
+            return !label->isVisible() || label->height() >= needed;
+        });
+    };
+    QTRY_VERIFY(everythingFits());
+    QTest::mouseClick(install(), Qt::LeftButton);
+    QTRY_COMPARE_WITH_TIMEOUT(m_world->m_registry.m_asked.size(), 1, PATIENCE);
+    QTRY_VERIFY(everythingFits());
+    m_dialog->reject();
+    m_world->download(package).waits = false;
+    QTest::mouseClick(install(), Qt::LeftButton);
+    QTRY_VERIFY_WITH_TIMEOUT(find<QLabel>(*m_dialog, "QLabel", "detail")->isVisible(), PATIENCE);
+    QTRY_VERIFY(everythingFits());
+    m_dialog->resize(m_dialog->minimumWidth(), 1);
+    QTRY_VERIFY(everythingFits());
 }
 
 void InstallerDialogTest::everyFailureHasATextOfItsOwn()
