@@ -9,11 +9,9 @@ namespace
 {
 constexpr size_t FRAME_BYTES = 64'000'000; // kept at most: 20 frames of 1920x1080
 
-/// No H.264 decoder holds more frames than this back, so that a frame with as many packets behind
-/// its own comes out before the end of the file.
-constexpr int LONGEST_DELAY = 17;
+constexpr int DELAY_MARGIN = 2; // packets, beyond what the decoder tells to hold back
 
-constexpr int MOST_THREADS = 4;
+constexpr int MOST_THREADS = 3; // each one more leaves one more frame to the plain way
 
 size_t frameBytes(const AVCodecParameters *parameters)
 {
@@ -199,13 +197,16 @@ bool GroupReader::receiveFrames()
     }
 }
 
+/// A frame with as many packets behind its own as the decoder holds back comes out before the end
+/// of the file in the plain way too.
 bool GroupReader::isFarFromTheEnd() const
 {
+    const int delay = std::max(m_decoder->has_b_frames, m_stream->codecpar->video_delay);
     // The search leaves the index as it is, but isn't declared so.
     auto *stream =
         const_cast<AVStream *>(m_stream); // NOLINT(cppcoreguidelines-pro-type-const-cast)
     const int place =
         av_index_search_timestamp(stream, m_packet->dts, AVSEEK_FLAG_ANY | AVSEEK_FLAG_BACKWARD);
     return m_stream->codecpar->codec_id == AV_CODEC_ID_H264 && place >= 0 &&
-           avformat_index_get_entries_count(m_stream) - place > LONGEST_DELAY + 1;
+           avformat_index_get_entries_count(m_stream) - place > delay + DELAY_MARGIN;
 }

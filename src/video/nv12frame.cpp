@@ -9,8 +9,8 @@ namespace
 void weave(const uint8_t *blue, const uint8_t *red, uint8_t *both, int width)
 {
     for (int column = 0; column < width; ++column) {
-        both[2 * column] = blue[column];
-        both[2 * column + 1] = red[column];
+        *both++ = blue[column];
+        *both++ = red[column];
     }
 }
 } // namespace
