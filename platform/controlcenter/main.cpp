@@ -11,6 +11,8 @@
 #include <QMessageBox>
 #include <QTranslator>
 
+#include <sys/stat.h>
+
 namespace
 {
 int showInstaller()
@@ -30,11 +32,14 @@ int showDatePage()
     if (openDatePage(qEnvironmentVariable("XDG_CURRENT_DESKTOP"))) {
         return 0;
     }
-    QMessageBox::information(
-        nullptr, QCoreApplication::translate("DatePage", "Date and Time"),
-        QCoreApplication::translate("DatePage",
-                                    "No program for setting date and time was found. They can be "
-                                    "set with the command \"timedatectl\" in a terminal."));
+    QMessageBox box;
+    box.setIcon(QMessageBox::Information);
+    box.setWindowTitle(QCoreApplication::translate("DatePage", "Date and Time"));
+    box.setText(QCoreApplication::translate(
+        "DatePage", "No program for setting date and time was found. They can be set with the "
+                    "command \"timedatectl\" in a terminal."));
+    box.addButton(QCoreApplication::translate("DatePage", "Close"), QMessageBox::AcceptRole);
+    box.exec();
     return 1;
 }
 } // namespace
@@ -42,6 +47,7 @@ int showDatePage()
 int main(int argc, char **argv)
 {
     giveWayToRealControlCenter(argv);
+    ::umask(0077); // what is installed is this user's
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("vesk-control-center"));

@@ -23,6 +23,11 @@ qint64 sizeOf(const ModelPackage &package)
     return package.size >= 0 ? package.size : UNKNOWN_SIZE;
 }
 
+bool makePrivate(const QString &folder)
+{
+    return QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+}
+
 // The name must not be there before the content is, also after a power cut.
 bool renameWhole(const QString &from, const QString &to)
 {
@@ -90,9 +95,9 @@ void ModelInstaller::cancel()
 
 bool ModelInstaller::prepare()
 {
-    if (!QDir().mkpath(workFolder()) ||
-        !QFile::setPermissions(workFolder(),
-                               QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner)) {
+    const bool isNew = !QFileInfo::exists(m_folder);
+    if (!QDir().mkpath(workFolder()) || !makePrivate(workFolder()) ||
+        (isNew && !makePrivate(m_folder))) {
         end({InstallResult::NotWritable, m_folder});
         return false;
     }

@@ -116,6 +116,7 @@ void ModelInstallerTest::installedFilesArePrivate()
                         QFile::WriteOther | QFile::ExeOther;
     const QFileInfo work(m_world->path(QStringLiteral(".download")));
     QCOMPARE(int(work.permissions() & others), 0);
+    QCOMPARE(int(QFileInfo(m_world->folder()).permissions() & others), 0);
     m_world->download(package).stopAt = -1;
     QVERIFY(run(*subject, {package}).isDone());
     QCOMPARE(int(QFileInfo(m_world->path(QStringLiteral("m"))).permissions() & others), 0);
