@@ -14,7 +14,7 @@
 
 namespace
 {
-constexpr qint64 UNKNOWN_SIZE = 1024 * 1024;
+constexpr qint64 UNKNOWN_SIZE = 1 << 20;
 // A download and what is unpacked from it stand side by side; wheels hold little but the model.
 constexpr int COPIES = 2;
 
