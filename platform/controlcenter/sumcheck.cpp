@@ -2,7 +2,7 @@
 
 namespace
 {
-constexpr qint64 SLICE = 4 * 1024 * 1024; // 10 to 20 ms
+constexpr qint64 SLICE = 4 << 20; // 10 to 20 ms
 }
 
 SumCheck::SumCheck()
