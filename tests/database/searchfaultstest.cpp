@@ -190,11 +190,11 @@ void SearchFaultsTest::aDamagedPageCostsItsMonthAlone()
     QByteArray content = file.readAll();
     // A leaf of the table (13 at its beginning) from the middle of the file; pages of the index
     // are not read by a scan.
-    int page = content.size() / PAGE / 2;
-    while (content.at(page * PAGE) != 13) {
-        ++page;
+    int page = content.size() / PAGE / 2 * PAGE;
+    while (content.at(page) != 13) {
+        page += PAGE;
     }
-    std::fill_n(content.begin() + page * PAGE, PAGE, '\xA5');
+    std::fill_n(content.begin() + page, PAGE, '\xA5');
     file.seek(0);
     QCOMPARE(file.write(content), content.size());
     file.close();
