@@ -9,6 +9,7 @@ Window {
     default property alias content: body.data
     property Item firstFocus
     property int stripHeight: 36
+    property bool moved: false
 
     signal confirmed
     signal dismissed
@@ -20,9 +21,26 @@ Window {
     onVisibleChanged: {
         if (!visible)
             return
+        moved = false
+        centre()
+        requestActivate()
+        takeFocus()
+    }
+    onHeightChanged: { // the texts are laid out late
+        if (visible && !moved)
+            centre()
+    }
+    onFirstFocusChanged: {
+        if (visible)
+            takeFocus()
+    }
+
+    function centre() {
         x = Screen.virtualX + (Screen.width - width) / 2
         y = Screen.virtualY + (Screen.height - height) / 2
-        requestActivate()
+    }
+
+    function takeFocus() {
         if (firstFocus)
             firstFocus.forceActiveFocus(Qt.TabFocusReason)
     }
@@ -50,6 +68,7 @@ Window {
 
         onPressed: grip = Qt.point(mouse.x, mouse.y)
         onPositionChanged: {
+            root.moved = true
             root.x += mouse.x - grip.x
             root.y += mouse.y - grip.y
         }

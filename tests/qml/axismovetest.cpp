@@ -407,7 +407,11 @@ void AxisMoveTest::jumpsCentreTheFrame()
     }
     QVERIFY(pages.calls.take().isEmpty()); // the page of hits shows the picture itself
     pages.callAxis("wheelTimeAxis", {-1});
-    QCOMPARE(pages.indicator() + contentX(pages), x);
+    if (pages.axis("sliderShown").toBool()) {
+        QCOMPARE(pages.indicator() + contentX(pages), x);
+    } else {
+        QVERIFY(x < contentX(pages));
+    }
 }
 
 void AxisMoveTest::widthBeforeADayIncludesItsDate()
