@@ -706,9 +706,9 @@ void FrameExtractorTest::wovenFrameHoldsTheSameValues()
     }
     for (int row = 0; row < 3; ++row) {
         for (int column = 0; column < 4; ++column) {
-            const uint8_t *pair = woven->data[1] + row * woven->linesize[1] + 2 * column;
-            QCOMPARE(pair[0], value(1, column, row));
-            QCOMPARE(pair[1], value(2, column, row));
+            const int place = row * woven->linesize[1] + 2 * column;
+            QCOMPARE(woven->data[1][place], value(1, column, row));
+            QCOMPARE(woven->data[1][place + 1], value(2, column, row));
         }
     }
     frame->format = AV_PIX_FMT_YUV444P;
