@@ -62,7 +62,7 @@ AppItemInfo VideoReader::appItemInfo(const QString &desktopEntry, int timeLength
 
 QString VideoReader::getStartDate() const
 {
-    const bool isThere = m_dataHandler->getFirstAndLastDay().size() > 0;
+    const bool isThere = !m_dataHandler->getFirstAndLastDay().isEmpty();
     return isThere ? m_dataHandler->getFirstAndLastDay().value(0) : QString();
 }
 

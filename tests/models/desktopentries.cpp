@@ -32,7 +32,7 @@ DesktopEntries::DesktopEntries()
 
 QString DesktopEntries::add(const QString &name, const QString &lines) const
 {
-    const QString path = m_folder.filePath(name);
+    QString path = m_folder.filePath(name);
     write(path, "[Desktop Entry]\n" + lines);
     return path;
 }
