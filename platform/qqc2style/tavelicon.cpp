@@ -86,6 +86,7 @@ QSGNode *TavelIcon::updatePaintNode(QSGNode *node, UpdatePaintNodeData *)
     if (m_imageChanged) {
         image->setTexture(
             window()->createTextureFromImage(m_image, QQuickWindow::TextureCanUseAtlas));
+        image->setSourceRect(QRectF(m_image.rect())); // the software renderer has no default
         image->setFiltering(QSGTexture::Linear);
         m_imageChanged = false;
     }

@@ -400,9 +400,13 @@ void DialogsTest::deletionStartsOnCancel()
         settings->requestActivate();
         QVERIFY(QTest::qWaitForWindowActive(settings, 20000));
         find("Button_deleteAllData")->forceActiveFocus(Qt::TabFocusReason);
-        QTest::keyClick(settings, Qt::Key_Return);
-        QQuickWindow *page = PagesFixture::dialog(QStringLiteral("Delete All Data"));
-        QVERIFY(page);
+        QQuickWindow *page = nullptr;
+        const auto ask = [&] { // off screen a window may be active a moment before it takes keys
+            QTest::keyClick(settings, Qt::Key_Return);
+            page = PagesFixture::dialog(QStringLiteral("Delete All Data"));
+            return page != nullptr;
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(ask(), 20000);
         QVERIFY(QTest::qWaitForWindowActive(page, 20000));
         QTest::keyClick(page, key);
         QVERIFY(!page->isVisible());
