@@ -9,6 +9,7 @@
 #include "video/videocomposer.h"
 
 #include <QDebug>
+#include <QDir>
 #include <QGuiApplication>
 #include <QPixmap>
 #include <QScreen>
@@ -182,6 +183,8 @@ void ScreenHistoryTracker::storeFrame(const QImage &image, const QString &appEnt
     record.ocrText =
         QLatin1String(""); // not null: the column tells "not read yet" by its emptiness
 
+    // The ceiling, or the user, may have removed today's directory since the video was named.
+    QDir().mkpath(m_videoStorageDir);
     const bool hasCopy = image.save(m_videoStorageDir + QLatin1Char('/') +
                                     safetyCopyOf(record.videoName, m_videoFrameNumber));
     // The row stands before any result of the AI abilities: they only add to it.

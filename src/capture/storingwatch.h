@@ -15,7 +15,7 @@ public:
     };
 
     /// Ten minutes: a window without an entry may well be in front for some.
-    static constexpr qint64 PATIENCE_MS = 10 * 60 * 1000;
+    static constexpr qint64 PATIENCE_MS = qint64{10} * 60 * 1000;
 
     /// A frame that should have been kept was lost. @p nowMs on a clock that only goes forward.
     void lost(Loss loss, qint64 nowMs);

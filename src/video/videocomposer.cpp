@@ -5,6 +5,8 @@
 #include "video/disksync.h"
 
 #include <QDebug>
+#include <QDir>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QScreen>
 
@@ -116,6 +118,7 @@ bool VideoComposer::convertImagesToVideo(const QVector<QImage> &images, const QS
 bool VideoComposer::writeVideo(const QVector<QImage> &images, const QString &videoFile)
 {
     const QByteArray path = videoFile.toUtf8();
+    QDir().mkpath(QFileInfo(videoFile).path()); // a deletion may have removed the day's directory
     Batch batch;
     if (!openOutput(batch, path) || !openEncoder(batch) || !openFile(batch.output.get(), path)) {
         return false;
