@@ -65,6 +65,7 @@ void measureStart(DataHandler *handler, ConfigManager *settings)
 {
     int loaded = 0;
     std::vector<double> values;
+    values.reserve(starts);
     for (int start = 0; start < starts; ++start) {
         values.push_back(Bench::milliseconds([&] {
             Pages pages(handler, settings);
@@ -162,6 +163,7 @@ void measureDays(DataHandler *handler)
     }
     const double indexed = allocatedMebibytes();
     std::vector<double> insertions;
+    insertions.reserve(days);
     for (int age = 0; age < days; ++age) {
         insertions.push_back(Bench::milliseconds([&] {
             model.insertDayAppModel(0, last.addDays(-age).toString(QStringLiteral("yyyy/MM/dd")),
