@@ -41,7 +41,7 @@ bool tablesHaveTwelveHours(const QString &name)
 QString timeLocaleOfEnvironment()
 {
     for (const char *variable : {"LC_ALL", "LC_TIME", "LANG"}) {
-        const QString locale = qEnvironmentVariable(variable);
+        QString locale = qEnvironmentVariable(variable);
         if (!locale.isEmpty()) {
             return locale;
         }

@@ -123,7 +123,7 @@ void ControlCenterTest::datePageOfTheDesktopOpens()
     start(process, arguments);
     QVERIFY(process.waitForFinished(PATIENCE));
     QCOMPARE(process.exitCode(), 0);
-    QTRY_COMPARE(started(), opened);
+    QTRY_COMPARE_WITH_TIMEOUT(started(), opened, PATIENCE);
 }
 
 void ControlCenterTest::desktopWithoutADatePageIsTold()
@@ -198,7 +198,7 @@ void ControlCenterTest::copiesOfThisCommandDoNotStartEachOther()
     start(process, {QStringLiteral("-t")}, m_folder->filePath(QStringLiteral("bin/") + COMMAND));
     QVERIFY(process.waitForFinished(PATIENCE));
     QCOMPARE(process.exitCode(), 0);
-    QTRY_COMPARE(started(), QStringLiteral("mate-time-admin"));
+    QTRY_COMPARE_WITH_TIMEOUT(started(), QStringLiteral("mate-time-admin"), PATIENCE);
 }
 
 void ControlCenterTest::installationLinksTheCommand()

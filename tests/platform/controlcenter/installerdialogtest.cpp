@@ -187,7 +187,7 @@ void InstallerDialogTest::failureIsToldAndCanBeTriedAgain()
     QTest::keyClick(install(), Qt::Key_Space); // it has the keyboard
     QTRY_COMPARE_WITH_TIMEOUT(m_world->models(), QStringList{"m"}, PATIENCE);
     QCOMPARE(m_world->m_registry.m_asked.last(), QStringLiteral("m.download from 5000"));
-    QTRY_VERIFY(!find<QLabel>(*m_dialog, "QLabel", "detail")->isVisible());
+    QTRY_VERIFY_WITH_TIMEOUT(!find<QLabel>(*m_dialog, "QLabel", "detail")->isVisible(), PATIENCE);
 }
 
 void InstallerDialogTest::optionalModelsAreInstalledOnRequestOnly_data()
@@ -268,17 +268,17 @@ void InstallerDialogTest::everyTextHasItsRoomInEveryState()
             return !label->isVisible() || label->height() >= needed;
         });
     };
-    QTRY_VERIFY(everythingFits());
+    QTRY_VERIFY_WITH_TIMEOUT(everythingFits(), PATIENCE);
     QTest::mouseClick(install(), Qt::LeftButton);
     QTRY_COMPARE_WITH_TIMEOUT(m_world->m_registry.m_asked.size(), 1, PATIENCE);
-    QTRY_VERIFY(everythingFits());
+    QTRY_VERIFY_WITH_TIMEOUT(everythingFits(), PATIENCE);
     m_dialog->reject();
     m_world->download(package).waits = false;
     QTest::mouseClick(install(), Qt::LeftButton);
     QTRY_VERIFY_WITH_TIMEOUT(find<QLabel>(*m_dialog, "QLabel", "detail")->isVisible(), PATIENCE);
-    QTRY_VERIFY(everythingFits());
+    QTRY_VERIFY_WITH_TIMEOUT(everythingFits(), PATIENCE);
     m_dialog->resize(m_dialog->minimumWidth(), 1);
-    QTRY_VERIFY(everythingFits());
+    QTRY_VERIFY_WITH_TIMEOUT(everythingFits(), PATIENCE);
 }
 
 void InstallerDialogTest::everyFailureHasATextOfItsOwn()

@@ -385,7 +385,7 @@ void ModelInstallerTest::secondInstallerOfTheFolderIsRefused()
     const auto first = installer();
     QSignalSpy ended(first.get(), &ModelInstaller::finished);
     first->start({package});
-    QTRY_COMPARE(m_world->m_registry.m_asked.size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(m_world->m_registry.m_asked.size(), 1, PATIENCE);
     QCOMPARE(run(*installer(), {package}).kind, InstallResult::Busy);
     first->cancel();
     QCOMPARE(ended.size(), 1);

@@ -78,7 +78,7 @@ void SettingsKeeperTest::cleanup()
     m_bridge.reset();
     m_portal.reset();
     m_world.reset();
-    QTRY_COMPARE(Bridge::ownerOf(Bridge::WINDOW_MANAGER), 0U);
+    QTRY_COMPARE_WITH_TIMEOUT(Bridge::ownerOf(Bridge::WINDOW_MANAGER), 0U, PATIENCE);
 }
 
 void SettingsKeeperTest::makeWorld(Schemas schemas)
@@ -127,7 +127,7 @@ void SettingsKeeperTest::portalThatChangesIsFollowed()
     m_portal->m_value = 2U;
     m_portal->appear();
     startBridge();
-    QTRY_VERIFY(m_portal->m_asked > 0);
+    QTRY_VERIFY_WITH_TIMEOUT(m_portal->m_asked > 0, PATIENCE);
     for (const uint scheme : {1U, 2U, 1U}) {
         m_portal->change(scheme);
         QTRY_COMPARE_WITH_TIMEOUT(m_world->style(), scheme == 1 ? DARK : LIGHT, PATIENCE);
@@ -165,7 +165,7 @@ void SettingsKeeperTest::portalWithNonsenseIsLeftAside()
     m_portal->m_knowsTheKey = knowsTheKey;
     m_portal->appear();
     startBridge();
-    QTRY_VERIFY(m_portal->m_asked > 0);
+    QTRY_VERIFY_WITH_TIMEOUT(m_portal->m_asked > 0, PATIENCE);
     // What comes next is handled after the answer, so the answer had its chance.
     m_portal->tell(QStringLiteral("org.freedesktop.appearance"), QStringLiteral("contrast"), 1U);
     QCOMPARE(Bridge::call(QStringLiteral("getActiveWindowPid")).type(), QDBusMessage::ErrorMessage);
@@ -223,7 +223,7 @@ void SettingsKeeperTest::silentPortalHoldsNothingUp()
     m_world->setVariable(QStringLiteral("LC_ALL"), QStringLiteral("en_US.UTF-8"));
     startBridge();
     QCOMPARE(m_world->hours(), QStringLiteral("12"));
-    QTRY_VERIFY(m_portal->m_asked > 0);
+    QTRY_VERIFY_WITH_TIMEOUT(m_portal->m_asked > 0, PATIENCE);
     m_portal->change(1U);
     QTRY_COMPARE_WITH_TIMEOUT(m_world->style(), DARK, PATIENCE);
 }
@@ -418,7 +418,7 @@ void SettingsKeeperTest::valuesThatFitAreNotWritten()
     m_portal->m_value = 2U;
     m_portal->appear();
     startBridge();
-    QTRY_VERIFY(m_portal->m_asked > 0);
+    QTRY_VERIFY_WITH_TIMEOUT(m_portal->m_asked > 0, PATIENCE);
     m_portal->change(2U);
     QCOMPARE(Bridge::call(QStringLiteral("getActiveWindowPid")).type(), QDBusMessage::ErrorMessage);
     QCOMPARE(m_world->stored(), QByteArray());
@@ -433,7 +433,7 @@ void SettingsKeeperTest::lightStyleOfAnotherNameStays()
     m_portal->m_value = 2U;
     m_portal->appear();
     startBridge();
-    QTRY_VERIFY(m_portal->m_asked > 0);
+    QTRY_VERIFY_WITH_TIMEOUT(m_portal->m_asked > 0, PATIENCE);
     QCOMPARE(Bridge::call(QStringLiteral("getActiveWindowPid")).type(), QDBusMessage::ErrorMessage);
     QCOMPARE(m_world->style(), blue);
 }

@@ -19,6 +19,7 @@ namespace
 {
 const QString APPLICATION = QStringLiteral("tavel-ai-yestermark");
 const QString INTERFACE = QStringLiteral("com.guide.hotel");
+constexpr int PATIENCE = 15000; // milliseconds
 
 QString guideName()
 {
@@ -101,7 +102,7 @@ void UserGuideTest::cleanup()
 {
     m_bridge.reset();
     Bridge::killOwners();
-    QTRY_COMPARE(Bridge::ownerOf(guideName()), 0U);
+    QTRY_COMPARE_WITH_TIMEOUT(Bridge::ownerOf(guideName()), 0U, PATIENCE);
     QFile::remove(qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/dbus-1/services/") +
                   guideName() + QStringLiteral(".service"));
     m_folder.reset();
@@ -176,7 +177,7 @@ void UserGuideTest::pageOpensInTheUsersLanguage()
     m_environment.insert(QStringLiteral("LANGUAGE"), list);
     startBridge();
     QCOMPARE(errorOf(showGuide(APPLICATION)), QString());
-    QTRY_VERIFY(!opened().isEmpty());
+    QTRY_VERIFY_WITH_TIMEOUT(!opened().isEmpty(), PATIENCE);
     QCOMPARE(opened(), QStringLiteral(BUILD_FOLDER "/share/tavel-ai-yestermark/help/") + page);
     QVERIFY(QFileInfo(opened()).size() > 4000);
 }
@@ -187,7 +188,7 @@ void UserGuideTest::viewerThatIsOnlyGioIsAskedToOpen()
     QVERIFY(QFile::rename(folder + QStringLiteral("xdg-open"), folder + QStringLiteral("gio")));
     startBridge();
     QCOMPARE(errorOf(showGuide(APPLICATION)), QString());
-    QTRY_VERIFY(!opened().isEmpty());
+    QTRY_VERIFY_WITH_TIMEOUT(!opened().isEmpty(), PATIENCE);
     QVERIFY2(opened().startsWith(QLatin1String("open /")), qPrintable(opened()));
 }
 
@@ -210,7 +211,7 @@ void UserGuideTest::unknownIdIsAnError()
     QCOMPARE(errorOf(reply), QDBusError::errorString(QDBusError::InvalidArgs));
     QVERIFY(reply.errorMessage().contains(QLatin1Char('"') + id + QLatin1Char('"')));
     QCOMPARE(errorOf(showGuide(APPLICATION)), QString());
-    QTRY_VERIFY(!opened().isEmpty());
+    QTRY_VERIFY_WITH_TIMEOUT(!opened().isEmpty(), PATIENCE);
     QCOMPARE(opened().count(QLatin1String(".html")), 1); // nothing was opened for the other id
 }
 
@@ -243,7 +244,7 @@ void UserGuideTest::busStartsTheGuideAfterAKill()
     const uint first = Bridge::ownerOf(guideName());
     m_bridge->process().kill();
     for (const QString &name : {guideName(), Bridge::WINDOW_MANAGER, Bridge::SCREEN_SAVER}) {
-        QTRY_COMPARE(Bridge::ownerOf(name), 0U);
+        QTRY_COMPARE_WITH_TIMEOUT(Bridge::ownerOf(name), 0U, PATIENCE);
     }
     QCOMPARE(errorOf(showGuide(QStringLiteral("tavel-calculator"))),
              QDBusError::errorString(QDBusError::InvalidArgs));
@@ -258,7 +259,7 @@ void UserGuideTest::desktopWithServicesOfItsOwnRefusesAtOnce()
     startBridge();
     m_bridge->process().kill();
     for (const QString &name : {guideName(), Bridge::WINDOW_MANAGER, Bridge::SCREEN_SAVER}) {
-        QTRY_COMPARE(Bridge::ownerOf(name), 0U);
+        QTRY_COMPARE_WITH_TIMEOUT(Bridge::ownerOf(name), 0U, PATIENCE);
     }
     QDBusConnection bus = QDBusConnection::sessionBus();
     QVERIFY(bus.registerService(Bridge::WINDOW_MANAGER));
@@ -306,7 +307,7 @@ void UserGuideTest::programWithBlanksAndQuotesIsStarted()
     const QDBusConnection bus = QDBusConnection::sessionBus();
     QVERIFY(writeGuideActivation(bus, name, program));
     bus.interface()->startService(name); // an error: it ends without taking the name
-    QTRY_VERIFY(QFile::exists(mark));
+    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(mark), PATIENCE);
 }
 
 void UserGuideTest::guideOfAnotherOwnerIsLeftAlone()
@@ -340,7 +341,7 @@ void UserGuideTest::guideThatTheBusCanStartIsLeftAlone()
     m_environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), bus.address());
     const BridgeProcess bridge({QStringLiteral("--backend"), QStringLiteral("null")},
                                m_environment);
-    QTRY_VERIFY(Bridge::ownerOf(Bridge::WINDOW_MANAGER, connection) != 0);
+    QTRY_VERIFY_WITH_TIMEOUT(Bridge::ownerOf(Bridge::WINDOW_MANAGER, connection) != 0, PATIENCE);
     QCOMPARE(Bridge::call(QStringLiteral("getActiveWindowPid"), {}, connection).type(),
              QDBusMessage::ErrorMessage);
     QCOMPARE(Bridge::ownerOf(guideName(), connection), 0U);
