@@ -128,11 +128,9 @@ void addUnknownFiles()
     QTest::newRow("a database of no month") << Plant([](const HistoryWorld &world) {
         world.write(world.root() + QStringLiteral("/traditional_database/notes.db"));
     }) << one;
-    QTest::newRow("a month's journal after the work is done")
-        << Plant([](const HistoryWorld &world) {
-               world.write(world.monthFile() + QStringLiteral("-journal"), QByteArray());
-           })
-        << one;
+    QTest::newRow("a journal whose month is gone") << Plant([](const HistoryWorld &world) {
+        world.write(world.root() + QStringLiteral("/traditional_database/2024-11.db-journal"));
+    }) << one;
     QTest::newRow("a half-built copy of the vectors after the work is done")
         << Plant([](const HistoryWorld &world) {
                world.write(world.root() + QStringLiteral("/vector_database/matrix_1.bin.new"));
@@ -292,6 +290,11 @@ void addIrregularitiesOfFiles()
     QTest::newRow("a video of which no row was stored")
         << Plant([](const HistoryWorld &world) { world.addVideo(0, 1); })
         << QStringList{QStringLiteral("frame without row 1")};
+    QTest::newRow("pictures beside a video of a day that no start looks at")
+        << Plant([](const HistoryWorld &world) {
+               world.write(world.pathOf(world.videos().first()) + QStringLiteral("_100.png"));
+           })
+        << QStringList{QStringLiteral("unfinished work 1")};
     QTest::newRow("a batch that is open")
         << Plant([](const HistoryWorld &world) { turnIntoImages(world, world.lastVideo(), 50); })
         << QStringList{QStringLiteral("images without video 1")};
@@ -316,6 +319,11 @@ void addIrregularitiesOfRows()
                                   "ORDER BY id DESC LIMIT 1"));
            })
         << QStringList{QStringLiteral("row without video 1")};
+    QTest::newRow("a journal that nothing has been written behind yet")
+        << Plant([](const HistoryWorld &world) {
+               world.write(world.monthFile() + QStringLiteral("-journal"), QByteArray());
+           })
+        << QStringList{QStringLiteral("unfinished work 1")};
     QTest::newRow("a month whose file is gone")
         << Plant([](const HistoryWorld &world) { QFile::remove(world.monthFile()); })
         << QStringList{QStringLiteral("frame without row 5"),
@@ -525,7 +533,7 @@ void TestHistoryChecker::unfinishedWorkIsAcceptedOnlyWhileThereIsSome()
     QCOMPARE(summary(HistoryChecker::check(m_world.home(), {true, false}).disagreements),
              QStringList());
     const QStringList told{QStringLiteral("image beside its video 1"),
-                           QStringLiteral("unknown file 3"),
+                           QStringLiteral("unknown file 2"),
                            QStringLiteral("unreadable database 1")};
     QCOMPARE(summary(HistoryChecker::check(m_world.home()).disagreements), told);
 }

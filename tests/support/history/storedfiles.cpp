@@ -36,17 +36,20 @@ public:
 
     void walk(const QString &screenshots)
     {
-        for (const QFileInfo &month : QDir(screenshots).entryInfoList(everything)) {
+        for (const QFileInfo &month : QDir(screenshots).entryInfoList(everything, QDir::Name)) {
             if (!month.isDir() || !isCalendarText(month.fileName(), QStringLiteral("yyyy-MM"))) {
                 unknown(month);
                 continue;
             }
-            for (const QFileInfo &day : QDir(month.filePath()).entryInfoList(everything)) {
+            m_newestDay.clear(); // an empty latest month hides the others from a start
+            for (const QFileInfo &day :
+                 QDir(month.filePath()).entryInfoList(everything, QDir::Name)) {
                 if (!day.isDir() || !isCalendarText(day.fileName(), QStringLiteral("yyyy-MM-dd")) ||
                     !day.fileName().startsWith(month.fileName())) {
                     unknown(day);
                     continue;
                 }
+                m_newestDay = day.fileName(); // the entries come in order of their names
                 for (const QFileInfo &file : QDir(day.filePath()).entryInfoList(everything)) {
                     take(file, day.fileName());
                 }
@@ -123,7 +126,8 @@ private:
             }
         } else if (video.path.isEmpty()) {
             m_report.add({Kind::ImagesWithoutVideo, name, images});
-        } else if (m_workInProgress) { // the encoder's, unfinished, or finished a moment ago
+        } else if (m_workInProgress || m_newestDay.isEmpty() || !name.startsWith(m_newestDay)) {
+            // The encoder's, or what it left in a day that no start looks at: the clock went back.
             m_report.add({Kind::UnfinishedWork, name, images});
         } else {
             m_report.add({Kind::ImageBesideVideo, name, images});
@@ -134,6 +138,7 @@ private:
     bool m_workInProgress;
     Report &m_report;
     QHash<ino_t, unsigned> m_frames;
+    QString m_newestDay; ///< the one that a start looks at
 };
 
 void checkMode(const QString &path, Report &report)

@@ -61,10 +61,13 @@ void readMonth(const QFileInfo &file, StoredRows &stored, bool workInProgress, R
     }
 }
 
-bool isJournal(const QString &name, bool workInProgress)
+/// A journal stays behind a kill until its month is next written to, or read if anything has to be
+/// undone: months that are over are not touched by a start.
+bool isJournalOfMonth(const QFileInfo &file)
 {
     static const QRegularExpression form(QStringLiteral("^\\d{4}-\\d{2}\\.db-journal$"));
-    return workInProgress && form.match(name).hasMatch();
+    return form.match(file.fileName()).hasMatch() &&
+           QFile::exists(file.filePath().chopped(journalSuffix.size()));
 }
 
 bool isVectorFile(const QString &name, bool workInProgress)
@@ -84,7 +87,7 @@ StoredRows readRows(const QString &root, bool workInProgress, Report &report)
     for (const QFileInfo &file : folder.entryInfoList(everything, QDir::Name)) {
         if (file.isFile() && monthFile.match(file.fileName()).hasMatch()) {
             readMonth(file, stored, workInProgress, report);
-        } else if (isJournal(file.fileName(), workInProgress)) {
+        } else if (isJournalOfMonth(file)) {
             report.add({Kind::UnfinishedWork, file.fileName(), QString()});
         } else {
             report.add({Kind::UnknownFile, file.filePath(), QString()});
