@@ -19,7 +19,7 @@ FakeWindowBackend *FakeWindowBackend::install()
 QVariant FakeWindowBackend::addWindow(const QString &title, int processId)
 {
     m_windows.insert(++m_lastId, Window{title, processId});
-    const QVariant id(m_lastId);
+    QVariant id(m_lastId);
     Q_EMIT windowAdded(id);
     return id;
 }
