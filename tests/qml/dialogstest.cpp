@@ -47,6 +47,19 @@ private:
 
 namespace
 {
+// Of the design's table, to the letter.
+const char deletionQuestion[] =
+    "Are you sure you want to delete all data? After deletion, it cannot be restored.";
+const char timeTipBody[] =
+    "Due to the system time being modified to a date earlier than the latest memory, there is a "
+    "conflict in the current timeline and the memory has been paused. To avoid this conflict, "
+    "please choose a handling method:";
+const char timeTipAdjusting[] = "·Adjust system time: Manually adjust the system time, retain "
+                                "historical data and continue recording.";
+const char missingRuntime[] =
+    "The AI subsystem was not detected, and the AI service of the application cannot be used. "
+    "Please go to the System Settings > AI Module Management page to install.";
+
 void addDialogs()
 {
     QTest::addColumn<QByteArray>("flag");
@@ -102,25 +115,16 @@ void DialogsTest::texts_data()
                            << QStringList(
                                   {"Please select the state after closing:", "Minimize to tray",
                                    "Exit program", "Cancel", "Confirm"});
-    QTest::newRow("clock")
-        << QByteArray("timeChangeTipVisible")
-        << QByteArray("Detected that the system time has been changed")
-        << QStringList(
-               {"Detected that the system time has been changed",
-                "Due to the system time being modified to a date earlier than the latest memory, "
-                "there is a conflict in the current timeline and the memory has been paused. To "
-                "avoid this conflict, please choose a handling method:",
-                "·Delete historical memory: Delete data and restart recording.",
-                "·Adjust system time: Manually adjust the system time, retain historical data and "
-                "continue recording.",
-                "Delete History", "Adjust Time"});
-    QTest::newRow("runtime")
-        << QByteArray("subsystemUnavailableWindowVisible") << QByteArray("AI service unavailable")
-        << QStringList({"AI service unavailable",
-                        "The AI subsystem was not detected, and the AI service of the application "
-                        "cannot be used. Please go to the System Settings > AI Module Management "
-                        "page to install.",
-                        "Cancel", "Go Now"});
+    QTest::newRow("clock") << QByteArray("timeChangeTipVisible")
+                           << QByteArray("Detected that the system time has been changed")
+                           << QStringList(
+                                  {"Detected that the system time has been changed", timeTipBody,
+                                   "·Delete historical memory: Delete data and restart recording.",
+                                   timeTipAdjusting, "Delete History", "Adjust Time"});
+    QTest::newRow("runtime") << QByteArray("subsystemUnavailableWindowVisible")
+                             << QByteArray("AI service unavailable")
+                             << QStringList(
+                                    {"AI service unavailable", missingRuntime, "Cancel", "Go Now"});
 }
 
 void DialogsTest::texts()
@@ -367,10 +371,7 @@ void DialogsTest::deletionInOrder()
     QVERIFY(page);
     QCOMPARE(page->width(), 424);
     QStringList texts = PagesFixture::texts(page);
-    QCOMPARE(texts,
-             QStringList({"Are you sure you want to delete all data? After deletion, it cannot be "
-                          "restored.",
-                          "Cancel", "Confirm"}));
+    QCOMPARE(texts, QStringList({deletionQuestion, "Cancel", "Confirm"}));
     QQuickItem *confirm = nullptr;
     PagesFixture::visit(page->contentItem(), [&confirm](QQuickItem *item) {
         if (item->property("accessibleId").toString() == QLatin1String("Button_confirm")) {

@@ -113,7 +113,7 @@ void PagesTest::showsEverythingWithoutWarning()
                                  .arg(size.height())
                                  .arg(dark ? QLatin1String("-dark") : QLatin1String("-light"));
         keepPicture(&pages.view, name + QLatin1String("-main"));
-        pages.hover(pages.onAxis(pages.axis("listViewWidth").toInt() / 3));
+        pages.hover(pages.onAxis(pages.axis("listViewWidth").toReal() / 3));
         keepPicture(&pages.view, name + QLatin1String("-hover"));
         PagesFixture::click(
             PagesFixture::control(QStringLiteral("tavel-ai-yestermark_Button_menu")));
