@@ -79,7 +79,7 @@ public:
             frame.indexOfVideo = index % framesPerVideo + 1;
             frame.indexOfDay = index + 1;
             frame.application = m_application;
-            m_plan.frames.append(frame);
+            m_plan.frames.push_back(frame);
             time += secondsBetweenFrames;
         }
     }
@@ -105,12 +105,12 @@ private:
 
 /// Every so many frames one, so that @p wanted of all have the mark.
 template <typename Mark>
-void markSome(QVector<PlannedFrame> &frames, int wanted, double phase, Mark mark)
+void markSome(std::vector<PlannedFrame> &frames, int wanted, double phase, Mark mark)
 {
-    const int marks = std::min(wanted, frames.size());
+    const int marks = std::min(wanted, static_cast<int>(frames.size()));
     for (int place = 0; place < marks; ++place) {
         const double part = (place + phase) / marks;
-        mark(frames[static_cast<int>(part * frames.size())]);
+        mark(frames[static_cast<std::size_t>(part * static_cast<double>(frames.size()))]);
     }
 }
 } // namespace
@@ -145,10 +145,10 @@ Plan plan(const Options &options)
     const QVector<int> counts = videosOfDays(days.size(), videos, random);
     Plan plan;
     plan.videos.reserve(videos);
-    plan.frames.reserve(options.rows);
+    plan.frames.reserve(static_cast<std::size_t>(options.rows));
     DayPlanner planner(plan, random);
     for (int day = 0; day < days.size(); ++day) {
-        const int left = options.rows - plan.frames.size();
+        const int left = options.rows - static_cast<int>(plan.frames.size());
         planner.addDay(days[day], std::min(left, counts[day] * framesPerVideo));
     }
     // In different rows, so that one cannot be found by the other.
@@ -165,7 +165,7 @@ Facts facts(const Options &options)
     facts.rareChineseWord = QString::fromUtf8(RARE_CHINESE_WORD);
     facts.commonWord = QString::fromUtf8(COMMON_WORD);
     facts.absentWord = QString::fromUtf8(ABSENT_WORD);
-    facts.rows = planned.frames.size();
+    facts.rows = static_cast<int>(planned.frames.size());
     facts.videos = planned.videos.size();
     QString day;
     int framesOfDay = 0;
@@ -188,8 +188,8 @@ Facts facts(const Options &options)
     facts.lastDay = facts.days.last();
     facts.lastVideo = planned.videos.last().name;
     facts.framesOfLastVideo = planned.videos.last().frames;
-    facts.firstTime = planned.frames.first().time;
-    facts.lastTime = planned.frames.last().time;
+    facts.firstTime = planned.frames.front().time;
+    facts.lastTime = planned.frames.back().time;
     for (const PlannedFrame &frame : planned.frames) {
         facts.rareWordRows += frame.hasRareWord ? 1 : 0;
         facts.rareChineseWordRows += frame.hasRareChineseWord ? 1 : 0;

@@ -7,6 +7,8 @@
 #include <QByteArray>
 #include <QVector>
 
+#include <vector>
+
 namespace YearStore
 {
 struct PlannedVideo {
@@ -27,7 +29,7 @@ struct PlannedFrame {
 
 struct Plan {
     QVector<PlannedVideo> videos;
-    QVector<PlannedFrame> frames; ///< in order of time
+    std::vector<PlannedFrame> frames; ///< in order of time
 };
 
 Plan plan(const Options &options);
