@@ -8,6 +8,7 @@
 #include <QOpenGLContext>
 #include <QQmlContext>
 #include <QQmlEngine>
+#include <QSignalSpy>
 #include <QTest>
 
 namespace
@@ -51,6 +52,12 @@ PagesFixture::PagesFixture()
 PagesFixture::~PagesFixture()
 {
     view.setSource(QUrl()); // the pages go before what they are bound to
+    if (view.isExposed() && !hasOpenGl) {
+        // The software renderer frees the textures of pictures with its next frame or never.
+        QSignalSpy frames(&view, &QQuickWindow::frameSwapped);
+        view.update();
+        frames.wait(1000);
+    }
 }
 
 bool PagesFixture::show(const QSize &size)
