@@ -52,7 +52,7 @@ PagesFixture::PagesFixture()
 PagesFixture::~PagesFixture()
 {
     view.setSource(QUrl()); // the pages go before what they are bound to
-    if (view.isExposed() && !hasOpenGl) {
+    if (view.isExposed() && QQuickWindow::sceneGraphBackend() == QLatin1String("software")) {
         // The software renderer frees the textures of pictures with its next frame or never.
         QSignalSpy frames(&view, &QQuickWindow::frameSwapped);
         view.update();
