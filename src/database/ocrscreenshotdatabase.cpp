@@ -255,6 +255,8 @@ bool OcrScreenshotDatabase::deleteAllDatabase()
         if (QFileInfo(path).isFile() && !QFile::remove(path)) {
             succeeded = false;
         }
+        // What a kill in the middle of a write left behind holds recognised text too.
+        QFile::remove(path + QLatin1String("-journal"));
     }
     initDatabase();
     return succeeded;

@@ -510,6 +510,7 @@ void OcrScreenshotDatabaseTest::deletionGoesOnAfterAMonthThatFails()
 void OcrScreenshotDatabaseTest::startZeroRemovesEveryMonthFile()
 {
     m_home->writeFile(QStringLiteral("2023-12.db"), QByteArray());
+    m_home->writeFile(QStringLiteral("2023-12.db-journal"), QByteArray("pages of a killed write"));
     OcrScreenshotDatabase store;
     QVERIFY(store.saveScreenshotData(frame("2024-04-01 10:00:00")));
     QVERIFY(store.deleteOcrDatabase(0, at("2024-03-01 00:00:00")));
