@@ -70,7 +70,7 @@ class SignalOrder : public QObject
 public:
     explicit SignalOrder(QObject *sender)
     {
-        const QMetaMethod note = metaObject()->method(metaObject()->indexOfSlot("note()"));
+        const QMetaMethod note = staticMetaObject.method(staticMetaObject.indexOfSlot("note()"));
         for (int index = QObject::staticMetaObject.methodCount();
              index < sender->metaObject()->methodCount(); ++index) {
             const QMetaMethod method = sender->metaObject()->method(index);
