@@ -233,9 +233,9 @@ void addDisagreementsOfDatabases()
     QTest::newRow("a month's file is no database") << Plant([](const HistoryWorld &world) {
         world.write(world.monthFile(), QByteArray(8192, 'x'));
     }) << QStringList{QStringLiteral("unreadable database 1")};
-    QTest::newRow("a month's file is cut short")
-        << Plant([](const HistoryWorld &world) { QFile(world.monthFile()).resize(100 * 4096); })
-        << QStringList{QStringLiteral("unreadable database 1")};
+    QTest::newRow("a month's file is cut short") << Plant([](const HistoryWorld &world) {
+        QFile(world.monthFile()).resize(qint64{100} * 4096);
+    }) << QStringList{QStringLiteral("unreadable database 1")};
     QTest::newRow("a month's file is empty")
         << Plant([](const HistoryWorld &world) { QFile(world.monthFile()).resize(0); })
         << QStringList{QStringLiteral("unreadable database 1")};

@@ -79,7 +79,7 @@ void HistoryWorld::changeVectors(const QString &sql) const
 QString HistoryWorld::addVideo(int frames, int numberOfDay, int secondsLater) const
 {
     const qint64 start = m_facts.lastTime + secondsLater;
-    const QString name =
+    QString name =
         QDateTime::fromSecsSinceEpoch(start).toString(QStringLiteral("yyyy-MM-dd_hh-mm-ss'.mp4'"));
     const QString source = frames <= framesOfLastVideo ? lastVideo() : videos().first();
     QFile::copy(pathOf(source), pathOf(name));
