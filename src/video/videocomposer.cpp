@@ -118,7 +118,6 @@ bool VideoComposer::convertImagesToVideo(const QVector<QImage> &images, const QS
 bool VideoComposer::writeVideo(const QVector<QImage> &images, const QString &videoFile)
 {
     const QByteArray path = videoFile.toUtf8();
-    QDir().mkpath(QFileInfo(videoFile).path()); // a deletion may have removed the day's directory
     Batch batch;
     if (!openOutput(batch, path) || !openEncoder(batch) || !openFile(batch.output.get(), path)) {
         return false;

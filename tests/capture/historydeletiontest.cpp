@@ -537,7 +537,6 @@ void TestHistoryDeletion::deletingTodayLeavesTheOpenVideoAndTheCounters()
     QCOMPARE(storedRows().last().frameIndexOfDay, 4U);
     QCOMPARE(filesIn(todayDirectory(), QStringLiteral("*")), QStringList(video + "_004.png"));
 
-    QDir(todayDirectory()).removeRecursively();
     m_tracker->convertRemainedImagesToVideo();
     m_tracker->resetVideoStates();
     const auto hasVideo = [&video] {
