@@ -12,6 +12,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <mutex>
 
 using TestStore::frame;
 
@@ -39,9 +40,14 @@ void stopThisThread()
 
 void runOnThread(const std::function<void()> &work)
 {
-    const std::unique_ptr<QThread> thread(QThread::create(work));
+    std::mutex finished; // tells the thread sanitizer, which does not see the thread being joined
+    const std::unique_ptr<QThread> thread(QThread::create([&] {
+        const std::lock_guard<std::mutex> lock(finished);
+        work();
+    }));
     thread->start();
     thread->wait();
+    const std::lock_guard<std::mutex> lock(finished);
 }
 
 QVector<ScreenShotData> search(const OcrScreenshotDatabase &store)

@@ -260,9 +260,11 @@ void WorkerTest::anEmbeddingUsesTheFrameHandedOver()
         session.openFile();
         const QImage screen = session.screen();
         bench.read(Bench::recorder, request, encoded(screen));
+        // Under sanitizers cutting takes longer than an embedding waits for a frame.
+        QTRY_COMPARE_WITH_TIMEOUT(bench.answers.count(), int(request), 20000);
         bench.embed(request + 1, encoded(screen, "JPEG"));
+        QTRY_COMPARE_WITH_TIMEOUT(bench.answers.count(), int(request) + 1, 20000);
     }
-    QTRY_COMPARE(bench.answers.count(), 10);
     for (std::size_t index = 0; index < 10; ++index) {
         if (bench.answers.at(index).type == MessageType::Vector) {
             const std::vector<float> vector = bench.answers.vector(index);
