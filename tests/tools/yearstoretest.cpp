@@ -64,10 +64,18 @@ ino_t inodeOf(const QString &path)
     return facts.st_ino;
 }
 
+/// The first by name: file systems list in orders of their own.
 QString firstFile(const QString &folder)
 {
+    QString first;
     QDirIterator files(folder, QDir::Files, QDirIterator::Subdirectories);
-    return files.next();
+    while (files.hasNext()) {
+        const QString file = files.next();
+        if (first.isEmpty() || file < first) {
+            first = file;
+        }
+    }
+    return first;
 }
 } // namespace
 
