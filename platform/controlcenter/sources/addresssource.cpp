@@ -15,6 +15,15 @@ int statusOf(const QNetworkReply &reply)
     return reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
 }
 
+// The model hub has no address here: who distributes the program, or the user, names it.
+QUrl urlOf(QString address)
+{
+    if (address.startsWith(QLatin1String("hub:"))) {
+        address.replace(0, 4, qEnvironmentVariable("YESTERMARK_MODEL_HUB") + QLatin1Char('/'));
+    }
+    return QUrl(address);
+}
+
 InstallResult writeFailure(const QFile &file)
 {
     const bool full = errno == ENOSPC || errno == EDQUOT;
@@ -42,7 +51,7 @@ void AddressSource::fetch(const ModelPackage &package, const QString &file)
         QTimer::singleShot(0, this, [this, failure] { Q_EMIT finished(failure); });
         return;
     }
-    QNetworkRequest request{QUrl(package.address)};
+    QNetworkRequest request{urlOf(package.address)};
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
                          QNetworkRequest::NoLessSafeRedirectPolicy);
     // The range counts bytes of the file itself.
