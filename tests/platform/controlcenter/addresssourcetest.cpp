@@ -28,6 +28,7 @@ private Q_SLOTS:
     void init();
 
     void wholeFileIsBrought();
+    void fileOfTheHubComesFromWhereTheHubIs();
     void brokenDownloadIsContinuedAtItsEnd();
     void serverWithoutRangesSendsTheWhole();
     void fileThatIsCompleteAlreadyIsBroughtAnew();
@@ -84,6 +85,24 @@ void AddressSourceTest::wholeFileIsBrought()
     QCOMPARE(received(), numbers());
     QVERIFY(!told.isEmpty());
     QCOMPARE(told.last().first().toLongLong(), qint64(numbers().size()));
+}
+
+void AddressSourceTest::fileOfTheHubComesFromWhereTheHubIs()
+{
+    const QString server = m_server->address();
+    const int path = server.indexOf(QLatin1Char('/'), 8);
+    QVERIFY(path > 0);
+    m_package.address = QStringLiteral("hub:") + server.mid(path + 1);
+    {
+        AddressSource source;
+        QVERIFY(!run(source).isDone());
+    }
+    qputenv("YESTERMARK_MODEL_HUB", server.left(path).toUtf8());
+    AddressSource source;
+    const bool isDone = run(source).isDone();
+    qunsetenv("YESTERMARK_MODEL_HUB");
+    QVERIFY(isDone);
+    QCOMPARE(received(), numbers());
 }
 
 void AddressSourceTest::brokenDownloadIsContinuedAtItsEnd()
