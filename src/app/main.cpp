@@ -1,6 +1,7 @@
 // Process entry: one recording instance a session, from the log's set-up to the exit status.
 
 #include "app/startup.h"
+#include "app/subsystemunavailablewindow.h"
 #include "app/yestermarkbackend.h"
 
 #include "coreai/aisubsystem.h"
@@ -43,11 +44,14 @@ int main(int argc, char **argv)
     QTranslator translator;
     installTranslation(&translator);
     installSignalHandlers();
+    makeOwnCommandsKnown();
     if (!is_ai_subsystem_inited()) {
         qWarning() << "The on-device AI runtime is missing: nothing can be recorded without it";
+        SubsystemUnavailableWindow().exec();
         return 1;
     }
     registerMetaTypes();
+    chooseRenderer();
 
     YestermarkBackend backend;
     QObject::connect(

@@ -6,7 +6,10 @@
 
 #include <QCoreApplication>
 #include <QDebug>
+#include <QFile>
 #include <QLocale>
+#include <QOpenGLContext>
+#include <QQuickWindow>
 #include <QTranslator>
 
 #include <csignal>
@@ -20,6 +23,21 @@ void addPrivatePluginPath()
 {
     QCoreApplication::addLibraryPath(QCoreApplication::applicationDirPath() +
                                      QLatin1String("/../" YESTERMARK_PLUGINDIR));
+}
+
+void makeOwnCommandsKnown()
+{
+    qputenv("PATH", qgetenv("PATH") + ':' +
+                        QFile::encodeName(QCoreApplication::applicationDirPath()));
+}
+
+void chooseRenderer()
+{
+    QOpenGLContext context;
+    if (!context.create()) {
+        qWarning() << "OpenGL is not available: pages are drawn in software";
+        QQuickWindow::setSceneGraphBackend(QSGRendererInterface::Software);
+    }
 }
 
 void installTranslation(QTranslator *translator)

@@ -8,6 +8,14 @@ class QTranslator;
 /// executable that no other program reads.
 void addPrivatePluginPath();
 
+/// Appends the executable's folder to PATH: commands of ours are found also where it is in no
+/// session's PATH.
+void makeOwnCommandsKnown();
+
+/// Lets pages be drawn without OpenGL where there is none; without this the first window would end
+/// the process. Before the first window.
+void chooseRenderer();
+
 /// Loads the translation of the system's language and installs it. A missing one is no error.
 void installTranslation(QTranslator *translator);
 

@@ -1,21 +1,39 @@
 #include "app/yestermarkbackend.h"
 
+#include "models/videoreader.h"
+
 #include <QDebug>
+#include <QGuiApplication>
+#include <QScreen>
 #include <QTimer>
 
 namespace
 {
 constexpr int clockPollMs = 5000;
-}
+constexpr int sizePinningMs = 1000; // by then the window manager has placed the window
+} // namespace
 
 YestermarkBackend::YestermarkBackend(QObject *parent) : QObject(parent)
 {
     // Before anything is recorded: without a ceiling any stored frame lies above it.
     m_dataHandler.setScreenshotStorageSize(m_configManager.getMaxStorageSize());
+    connectStoredFrames();
     connectSettings();
-    connectClockCheck();
-    isBackInTime();
+    initView();
     initYestermarkParameters();
+}
+
+YestermarkBackend::~YestermarkBackend()
+{
+    m_view.setSource(QUrl()); // the page goes before what it is bound to
+}
+
+void YestermarkBackend::connectStoredFrames()
+{
+    connect(&m_dataHandler, &DataHandler::todayFrameNumberChanged, this,
+            [this](uint number) { m_videoReader->updateFrameNumberOfDay(number); });
+    connect(&m_dataHandler, &DataHandler::activeAppChanged, this,
+            [this](const QString &entry) { m_videoReader->addNewAppData(entry); });
 }
 
 void YestermarkBackend::connectSettings()
@@ -28,20 +46,29 @@ void YestermarkBackend::connectSettings()
             &DataHandler::setScreenshotStorageSize);
 }
 
-void YestermarkBackend::connectClockCheck()
-{
-    connect(&m_screenHistoryTracker, &ScreenHistoryTracker::backInTimeDetected, this,
-            &YestermarkBackend::backInTimeDetected);
-    connect(this, &YestermarkBackend::backInTimeDetected, this, [this] {
-        m_configManager.setRecordingMemory(false);
-        activateYestermark();
-    });
-}
-
 void YestermarkBackend::initYestermarkParameters()
 {
     m_screenHistoryTracker.setRecordingMemory(m_configManager.getRecordingMemory());
     m_screenHistoryTracker.setScreenshotInterval(m_configManager.getScreenshotInterval());
+}
+
+void YestermarkBackend::showYestermark()
+{
+    const QRect screen = QGuiApplication::primaryScreen()->geometry();
+    m_view.setMaximumSize(screen.size());
+    m_view.setMinimumSize(QSize(0, 0));
+    m_view.setPosition(screen.topLeft());
+    m_view.showMaximized();
+    QTimer::singleShot(sizePinningMs, this, [this] {
+        m_view.setMaximumSize(m_view.geometry().size());
+        m_view.setMinimumSize(m_view.geometry().size());
+    });
+}
+
+void YestermarkBackend::activateYestermark()
+{
+    showYestermark();
+    m_windowSettings.raiseWindow();
 }
 
 bool YestermarkBackend::isBackInTime()
@@ -68,9 +95,4 @@ void YestermarkBackend::checkTimeAndReMemory()
         poll->deleteLater();
     });
     poll->start();
-}
-
-void YestermarkBackend::activateYestermark()
-{
-    qDebug() << "asked to come to the front";
 }
