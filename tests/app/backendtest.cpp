@@ -11,11 +11,28 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QMetaType>
 #include <QSignalSpy>
 #include <QTest>
+#include <QWindow>
 
 using CaptureFixture::storedRows;
+
+namespace
+{
+/// A backend whose window is out of the way: nothing is recorded in front of it.
+class BackgroundBackend : public YestermarkBackend
+{
+public:
+    BackgroundBackend()
+    {
+        for (QWindow *window : QGuiApplication::topLevelWindows()) {
+            window->hide();
+        }
+    }
+};
+} // namespace
 
 class TestBackend : public QObject
 {
@@ -56,6 +73,7 @@ private:
 
 void TestBackend::initTestCase()
 {
+    chooseRenderer();
     m_settings = std::make_unique<ConfigManager>();
     m_desktop = std::make_unique<FakeDesktop>();
     m_application =
@@ -103,7 +121,7 @@ void TestBackend::recordingStartsByItselfIfItIsOnInTheSettings()
 {
     m_settings->setRecordingMemory(true);
     const LogCapture log;
-    const YestermarkBackend backend;
+    const BackgroundBackend backend;
     const QStringList texts = log.texts(QtDebugMsg).filter(QStringLiteral("ScreenHistoryTracker"));
     QCOMPARE(texts,
              QStringList({QStringLiteral("ScreenHistoryTracker setRecordingMemory to true"),
@@ -116,7 +134,7 @@ void TestBackend::recordingStartsByItselfIfItIsOnInTheSettings()
 
 void TestBackend::settingsReachTheTracker()
 {
-    const YestermarkBackend backend;
+    const BackgroundBackend backend;
     const LogCapture log;
     m_settings->setRecordingMemory(true);
     QTRY_VERIFY(log.contains(QtDebugMsg,
@@ -155,7 +173,7 @@ void TestBackend::theCeilingIsSetBeforeAnythingElse()
     m_settings->setMaxStorageSize(4);
     m_settings->setRecordingMemory(true);
     const LogCapture log;
-    const YestermarkBackend backend;
+    const BackgroundBackend backend;
     const QStringList texts = log.texts(QtDebugMsg);
     const int ceiling = texts.indexOf(QStringLiteral("Yestermark storage size changed: 4"));
     const int recording =
@@ -171,7 +189,7 @@ void TestBackend::aLowerCeilingInTheSettingsFreesAtOnce()
     addBallast(m_now.date().addDays(-2), qint64{2} << 30);
     addBallast(m_now.date().addDays(-1), qint64{2} << 30);
     m_settings->setMaxStorageSize(4);
-    const YestermarkBackend backend;
+    const BackgroundBackend backend;
     QVERIFY(bytesOfBallast(m_now.date().addDays(-2)) > 0); // exactly at the ceiling
     const LogCapture log;
     m_settings->setMaxStorageSize(3);
@@ -184,7 +202,7 @@ void TestBackend::theCeilingIsLookedAtWhenAVideoBegins()
 {
     m_settings->setMaxStorageSize(1);
     m_settings->setRecordingMemory(true);
-    const YestermarkBackend backend;
+    const BackgroundBackend backend;
     addBallast(m_now.date().addDays(-1), qint64{2} << 30);
     m_desktop->setImage(Pictures::numbered(3));
     const auto isKept = [this] {
@@ -198,7 +216,7 @@ void TestBackend::theCeilingIsLookedAtWhenAVideoBegins()
 void TestBackend::aSettingThatDoesNotChangeReachesNobody()
 {
     m_settings->setRecordingMemory(true);
-    const YestermarkBackend backend;
+    const BackgroundBackend backend;
     QTest::qWait(100); // the notification of the line above
     const LogCapture log;
     m_settings->setRecordingMemory(true);
@@ -210,7 +228,7 @@ void TestBackend::aSettingThatDoesNotChangeReachesNobody()
 void TestBackend::framesOfExcludedApplicationsAreKeptAllTheSame()
 {
     m_settings->setRecordingMemory(true);
-    const YestermarkBackend backend;
+    const BackgroundBackend backend;
     QSignalSpy excluded(m_settings.get(), &ConfigManager::excludeAppsChanged);
     m_settings->setExcludeApps({m_application->desktopEntry()});
     QTRY_COMPARE(excluded.count(), 1);
@@ -226,7 +244,7 @@ void TestBackend::aNewerFrameAtTheStartSwitchesRecordingOffBeforeAnyFrame()
     storeFrameAt(m_now.addSecs(60));
     m_settings->setRecordingMemory(true);
     const LogCapture log;
-    const YestermarkBackend backend;
+    const BackgroundBackend backend;
     QVERIFY(log.contains(QtWarningMsg, QStringLiteral("back in time detected")));
     QVERIFY(log.contains(QtDebugMsg, QStringLiteral("asked to come to the front")));
     QVERIFY(!log.contains(QtDebugMsg,
@@ -260,7 +278,7 @@ void TestBackend::aClockSetBackBeforeTheStartHarmsNothing()
     FakeClock::advance(-seconds);
     const LogCapture log;
     {
-        YestermarkBackend backend;
+        BackgroundBackend backend;
         QCOMPARE(log.count(QtWarningMsg, QStringLiteral("back in time detected")), 1);
         QVERIFY(!m_settings->getRecordingMemory());
         QCOMPARE(storedRows().size(), 1);
@@ -288,7 +306,7 @@ void TestBackend::aClockGoneBackDuringCaptureSwitchesRecordingOff()
 {
     QFETCH(int, seconds);
     m_settings->setRecordingMemory(true);
-    YestermarkBackend backend;
+    BackgroundBackend backend;
     QSignalSpy back(&backend, &YestermarkBackend::backInTimeDetected);
     const LogCapture log;
     FakeClock::advance(-seconds);
@@ -306,7 +324,7 @@ void TestBackend::aClockGoneBackDuringCaptureSwitchesRecordingOff()
 void TestBackend::theClockIsAskedEveryFiveSecondsUntilItIsRight()
 {
     storeFrameAt(m_now.addSecs(600));
-    YestermarkBackend backend;
+    BackgroundBackend backend;
     const LogCapture log;
     backend.checkTimeAndReMemory();
     const QString warning = QStringLiteral("still not the right time");

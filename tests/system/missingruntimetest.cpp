@@ -1,5 +1,5 @@
-// The program where no model of the AI runtime can be found: it says so and ends, and records
-// nothing. It runs as a copy, beside which no models lie.
+// The program where no model of the AI runtime can be found: it shows a dialog and ends, and
+// records nothing. It runs as a copy, beside which no models lie.
 
 #include "system/recordedsession.h"
 
@@ -10,65 +10,25 @@
 #include <QTest>
 
 #include <csignal>
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace
 {
 const QByteArray MISSING = "The on-device AI runtime is missing";
 
-/// A pipe that is full until it is drained, so that who writes to it stands still.
-class FullPipe
+/// Sends a key to the program's dialog once it is shown. False if none comes.
+bool press(const QProcess &program, const QString &key)
 {
-public:
-    FullPipe()
-    {
-        if (::pipe2(m_ends, O_CLOEXEC) != 0) {
-            qFatal("no pipe");
-        }
-        ::fcntl(writeEnd(), F_SETFL, O_NONBLOCK);
-        const QByteArray block(4096, '\n');
-        while (::write(writeEnd(), block.constData(), static_cast<size_t>(block.size())) > 0) {
-        }
-        ::fcntl(writeEnd(), F_SETFL, 0);
-    }
-    ~FullPipe()
-    {
-        ::close(m_ends[0]);
-        ::close(m_ends[1]);
-    }
-    Q_DISABLE_COPY_MOVE(FullPipe)
-
-    int writeEnd() const { return m_ends[1]; }
-
-    /// Everything that was written so far.
-    QByteArray drain()
-    {
-        ::fcntl(m_ends[0], F_SETFL, O_NONBLOCK);
-        char block[4096];
-        for (ssize_t got = 0; (got = ::read(m_ends[0], block, sizeof(block))) > 0;) {
-            m_drained.append(block, static_cast<int>(got));
-        }
-        return m_drained;
-    }
-
-private:
-    int m_ends[2] = {-1, -1};
-    QByteArray m_drained;
-};
-
-/// A process whose messages go into a pipe of the test's own.
-class Talker : public QProcess
-{
-public:
-    explicit Talker(int standardError) : m_standardError(standardError) {}
-
-protected:
-    void setupChildProcess() override { ::dup2(m_standardError, STDERR_FILENO); }
-
-private:
-    int m_standardError;
-};
+    return QTest::qWaitFor(
+        [&] {
+            return QProcess::execute(QStringLiteral("xdotool"),
+                                     {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
+                                      QStringLiteral("--pid"),
+                                      QString::number(program.processId()),
+                                      QStringLiteral("windowfocus"),
+                                      QStringLiteral("key"), key}) == 0;
+        },
+        20000);
+}
 
 /// Whether the process catches this signal.
 bool catches(qint64 process, int signal)
@@ -90,12 +50,13 @@ class TestMissingRuntime : public QObject
 private Q_SLOTS:
     void initTestCase();
 
-    void itSaysSoInOneLineAndEndsWith1();
-    void theSignalHandlersAreInPlaceByThen();
+    void itSaysSoAndEndsWith1WhenTheDialogIsCancelled();
+    void goingNowOpensTheInstallationAndEndsWith1();
+    void theSignalHandlersAreInPlaceWhileTheDialogIsOpen();
     void nothingIsRecordedAndNothingStored();
 
 private:
-    QProcessEnvironment withoutModels() const;
+    void launch(QProcess &program) const;
 
     QTemporaryDir m_folder;
     QString m_program;
@@ -108,49 +69,68 @@ void TestMissingRuntime::initTestCase()
     QVERIFY(QFile::copy(RecordedSession::Program().path(), m_program));
 }
 
-QProcessEnvironment TestMissingRuntime::withoutModels() const
+void TestMissingRuntime::launch(QProcess &program) const
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("XDG_DATA_DIRS"), m_folder.filePath(QStringLiteral("none")));
     environment.insert(QStringLiteral("XDG_DATA_HOME"), m_folder.filePath(QStringLiteral("none")));
-    return environment;
+    environment.insert(QStringLiteral("PATH"), m_folder.path() + QLatin1Char(':') +
+                                                   QString::fromLocal8Bit(qgetenv("PATH")));
+    program.setProcessEnvironment(environment);
+    program.start(m_program, QStringList());
 }
 
-void TestMissingRuntime::itSaysSoInOneLineAndEndsWith1()
+void TestMissingRuntime::itSaysSoAndEndsWith1WhenTheDialogIsCancelled()
 {
     QProcess program;
-    program.setProcessEnvironment(withoutModels());
-    program.start(m_program, QStringList());
+    launch(program);
+    QVERIFY(press(program, QStringLiteral("Escape")));
     QVERIFY(program.waitForFinished());
     QCOMPARE(program.exitStatus(), QProcess::NormalExit);
     QCOMPARE(program.exitCode(), 1);
-    const QByteArray told = program.readAllStandardError();
-    QCOMPARE(told.count(MISSING), 1);
-    QCOMPARE(told.count('\n'), 1);
+    QCOMPARE(program.readAllStandardError().count(MISSING), 1);
 }
 
-void TestMissingRuntime::theSignalHandlersAreInPlaceByThen()
+void TestMissingRuntime::goingNowOpensTheInstallationAndEndsWith1()
 {
-    FullPipe pipe;
-    Talker program(pipe.writeEnd());
-    program.setProcessEnvironment(withoutModels());
-    program.start(m_program, QStringList());
-    QVERIFY(program.waitForStarted());
-    // It cannot end before its line is told, and that line cannot be told yet.
-    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
-        QTRY_VERIFY(catches(program.processId(), signal));
-    }
-    QCOMPARE(program.state(), QProcess::Running);
-    pipe.drain();
-    QTRY_COMPARE(program.state(), QProcess::NotRunning);
+    const QString trace = m_folder.filePath(QStringLiteral("trace"));
+    QFile command(m_folder.filePath(QStringLiteral("vesk-control-center")));
+    QVERIFY(command.open(QFile::WriteOnly));
+    command.write("#!/bin/sh\necho \"$*\" > '" + trace.toUtf8() + "'\n");
+    command.close();
+    QVERIFY(command.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    QProcess program;
+    launch(program);
+    QVERIFY(press(program, QStringLiteral("Return")));
+    QVERIFY(program.waitForFinished());
     QCOMPARE(program.exitCode(), 1);
-    QCOMPARE(pipe.drain().count(MISSING), 1);
+    const auto written = [&trace] {
+        QFile file(trace);
+        return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
+    };
+    QTRY_COMPARE_WITH_TIMEOUT(written(), QByteArray("-m aisubsystem\n"), 10000);
+}
+
+void TestMissingRuntime::theSignalHandlersAreInPlaceWhileTheDialogIsOpen()
+{
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+        QProcess program;
+        launch(program);
+        QTRY_VERIFY_WITH_TIMEOUT(catches(program.processId(), signal), 10000);
+        QVERIFY(press(program, QStringLiteral("shift")));
+        ::kill(static_cast<pid_t>(program.processId()), signal);
+        QVERIFY(program.waitForFinished());
+        QCOMPARE(program.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(program.exitCode(), 1);
+        QVERIFY(program.readAllStandardError().contains(
+            QStringLiteral("Interrupt signal ( %1 ) received.").arg(signal).toUtf8()));
+    }
 }
 
 void TestMissingRuntime::nothingIsRecordedAndNothingStored()
 {
     const QDir cache(QDir::homePath() + QLatin1String("/.cache/tavel-ai-yestermark"));
-    // The log of the two runs before is all there is.
+    // The log of the runs before is all there is.
     QCOMPARE(cache.entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
              QStringList(QStringLiteral("log")));
 }

@@ -13,7 +13,15 @@ namespace RecordedSession
 namespace
 {
 const QString schema = QStringLiteral("com.tavel.yestermark");
+
+QString outputOf(const QString &program, const QStringList &arguments)
+{
+    QProcess process;
+    process.start(program, arguments);
+    process.waitForFinished();
+    return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
 }
+} // namespace
 
 Program::Program()
 {
@@ -33,8 +41,36 @@ Program::~Program()
 
 bool Program::start(const QStringList &arguments)
 {
+    return startInFront(arguments) && giveWay();
+}
+
+bool Program::startInFront(const QStringList &arguments)
+{
     launch(arguments);
-    return waitForLog(QStringLiteral("ScreenHistoryTracker setScreenshotInterval to"));
+    return waitForLog(QStringLiteral("ScreenHistoryTracker setScreenshotInterval to"), 30000);
+}
+
+bool Program::giveWay()
+{
+    const auto minimize = [this] {
+        const QString window = outputOf(QStringLiteral("xdotool"),
+                                        {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
+                                         QStringLiteral("--pid"),
+                                         QString::number(m_process.processId())})
+                                   .section(QLatin1Char('\n'), 0, 0);
+        return !window.isEmpty() &&
+               QProcess::execute(QStringLiteral("xdotool"),
+                                 {QStringLiteral("windowminimize"), window}) == 0;
+    };
+    return QTest::qWaitFor(minimize, 20000) &&
+           QTest::qWaitFor([this] { return !isInFront(); }, 10000);
+}
+
+bool Program::isInFront() const
+{
+    const QString owner = outputOf(QStringLiteral("xdotool"), {QStringLiteral("getactivewindow"),
+                                                               QStringLiteral("getwindowpid")});
+    return owner.toLongLong() == m_process.processId();
 }
 
 void Program::launch(const QStringList &arguments)
@@ -73,10 +109,7 @@ bool setSetting(const QString &key, const QString &value)
 
 QString setting(const QString &key)
 {
-    QProcess reader;
-    reader.start(QStringLiteral("gsettings"), {QStringLiteral("get"), schema, key});
-    reader.waitForFinished();
-    return QString::fromUtf8(reader.readAllStandardOutput()).trimmed();
+    return outputOf(QStringLiteral("gsettings"), {QStringLiteral("get"), schema, key});
 }
 
 BusyTerminal::BusyTerminal()

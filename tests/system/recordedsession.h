@@ -17,8 +17,18 @@ public:
     ~Program(); ///< kills it if it still runs
     Q_DISABLE_COPY(Program)
 
-    /// Starts it and waits until its settings are in force. False if it ended or took too long.
+    /// Starts it, waits until its settings are in force and minimises its window, in front of which
+    /// nothing is recorded. False if it ended or took too long.
     bool start(const QStringList &arguments = {});
+
+    /// The same, but the window stays.
+    bool startInFront(const QStringList &arguments = {});
+
+    /// Minimises the window.
+    bool giveWay();
+
+    /// Whether a window of the program has the input focus.
+    bool isInFront() const;
 
     /// Starts it without waiting for anything.
     void launch(const QStringList &arguments = {});
