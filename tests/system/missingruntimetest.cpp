@@ -20,12 +20,13 @@ bool press(const QProcess &program, const QString &key)
 {
     return QTest::qWaitFor(
         [&] {
-            return QProcess::execute(QStringLiteral("xdotool"),
-                                     {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
-                                      QStringLiteral("--pid"),
-                                      QString::number(program.processId()),
-                                      QStringLiteral("windowfocus"),
-                                      QStringLiteral("key"), key}) == 0;
+            const QString window = program.state() == QProcess::Running
+                                       ? RecordedSession::windowOf(program.processId())
+                                       : QString();
+            return !window.isEmpty() &&
+                   QProcess::execute(QStringLiteral("xdotool"),
+                                     {QStringLiteral("windowactivate"), QStringLiteral("--sync"),
+                                      window, QStringLiteral("key"), key}) == 0;
         },
         20000);
 }
@@ -118,6 +119,7 @@ void TestMissingRuntime::theSignalHandlersAreInPlaceWhileTheDialogIsOpen()
         launch(program);
         QTRY_VERIFY_WITH_TIMEOUT(catches(program.processId(), signal), 10000);
         QVERIFY(press(program, QStringLiteral("shift")));
+        QCOMPARE(program.state(), QProcess::Running);
         ::kill(static_cast<pid_t>(program.processId()), signal);
         QVERIFY(program.waitForFinished());
         QCOMPARE(program.exitStatus(), QProcess::NormalExit);

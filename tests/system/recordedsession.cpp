@@ -53,11 +53,7 @@ bool Program::startInFront(const QStringList &arguments)
 bool Program::giveWay()
 {
     const auto minimize = [this] {
-        const QString window = outputOf(QStringLiteral("xdotool"),
-                                        {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
-                                         QStringLiteral("--pid"),
-                                         QString::number(m_process.processId())})
-                                   .section(QLatin1Char('\n'), 0, 0);
+        const QString window = windowOf(m_process.processId());
         return !window.isEmpty() &&
                QProcess::execute(QStringLiteral("xdotool"),
                                  {QStringLiteral("windowminimize"), window}) == 0;
@@ -99,6 +95,14 @@ bool Program::waitForEnd(int milliseconds)
 QString Program::log() const
 {
     return QString::fromUtf8(m_output);
+}
+
+QString windowOf(qint64 pid)
+{
+    return outputOf(QStringLiteral("xdotool"),
+                    {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
+                     QStringLiteral("--pid"), QString::number(pid)})
+        .section(QLatin1Char('\n'), 0, 0);
 }
 
 bool setSetting(const QString &key, const QString &value)

@@ -51,6 +51,9 @@ private:
     QByteArray m_output;
 };
 
+/// Id of a window of process @p pid that is shown, for xdotool; empty if it has none.
+QString windowOf(qint64 pid);
+
 /// Sets a key of the program's settings from outside, by the desktop's own tool.
 bool setSetting(const QString &key, const QString &value);
 QString setting(const QString &key);
