@@ -4,9 +4,7 @@
 // Owner: AIAbilityManager, by value. Threads: the owner's, which asks; one of its own, which brings
 // the session up and ends; the runtime's, on which results are delivered.
 
-#include "ai/ocrtextdata.h"
-
-#include "coreai/coreaivision.h"
+#include "ai/textrecognition.h"
 
 #include <QImage>
 #include <QVector>
@@ -50,13 +48,6 @@ public:
     static void callback(TextRecognitionResult *result, void *userData);
 
 private:
-    struct ConfigDeleter {
-        void operator()(TextRecognitionModelConfig *config) const;
-    };
-    struct SessionDeleter {
-        void operator()(TextRecognitionSession *session) const;
-    };
-
     void registerCallback();
 
     // Reached by std::atomic_load and std::atomic_store only: the owner sets it while the
@@ -65,6 +56,6 @@ private:
     qint32 m_initStatus = 0; ///< the runtime's last answer to a start
     std::thread m_initThread;
     std::atomic<bool> m_sessionReady{false};
-    std::unique_ptr<TextRecognitionModelConfig, ConfigDeleter> m_modelConfig;
-    std::unique_ptr<TextRecognitionSession, SessionDeleter> m_session;
+    TextRecognition::ConfigPtr m_modelConfig;
+    TextRecognition::SessionPtr m_session;
 };
