@@ -27,6 +27,9 @@ Function *next(const char *name)
 
 void note(const QString &call);
 void noteHeader(const QString &stream);
+void noteEncoder(const QString &settings);
+void noteScaling(const QString &scaling);
+void noteReceived(double seconds);
 void noteDuration(double seconds);
 } // namespace FaultPoint
 

@@ -1,4 +1,5 @@
 #include "video/frameextractor.h"
+#include "libraryfaults.h"
 #include "plainreader.h"
 #include "productionline.h"
 #include "samplevideos.h"
@@ -134,6 +135,10 @@ private Q_SLOTS:
     void fileThatIsNoVideo();
     void soundAloneOpensAndHasNoFrames();
 
+    void classHasNoMetaMembersOfItsOwn();
+    void scalerIsMadeForTheLinesFormatOnce_data();
+    void scalerIsMadeForTheLinesFormatOnce();
+    void productionLineIsReadOnceInTheConstructor();
     void productionLineChoosesTheFormat_data();
     void productionLineChoosesTheFormat();
     void wovenFrameHoldsTheSameValues();
@@ -642,6 +647,46 @@ void FrameExtractorTest::soundAloneOpensAndHasNoFrames()
     QCOMPARE(extractor.getAbsoluteVideoName(), file); // it opens
     QVERIFY(extractor.requestGetFrame(0).isNull());
     QVERIFY(extractor.requestGetFrame(5).isNull());
+}
+
+void FrameExtractorTest::classHasNoMetaMembersOfItsOwn()
+{
+    const QMetaObject &meta = FrameExtractor::staticMetaObject;
+    QCOMPARE(meta.methodCount(), meta.methodOffset());
+    QCOMPARE(meta.propertyCount(), meta.propertyOffset());
+    QVERIFY(meta.superClass() == &QObject::staticMetaObject);
+}
+
+void FrameExtractorTest::scalerIsMadeForTheLinesFormatOnce_data()
+{
+    QTest::addColumn<QByteArray>("line");
+    QTest::addColumn<QString>("scaling");
+    QTest::newRow("Wayland") << QByteArray("Wayland") << "320x240 nv12 to 320x240 bgra, bicubic";
+    QTest::newRow("another") << QByteArray("X11") << "320x240 yuv420p to 320x240 bgra, bicubic";
+}
+
+void FrameExtractorTest::scalerIsMadeForTheLinesFormatOnce()
+{
+    QFETCH(QByteArray, line);
+    QFETCH(QString, scaling);
+    ProductionLine::set(line.constData());
+    FrameExtractor extractor(nullptr);
+    LibraryFaults::disarm();
+    extractor.setAbsoluteVideoName(m_full);
+    for (const int index : {0, 55, 54, BATCH - 1}) {
+        QVERIFY(!extractor.requestGetFrame(index).isNull());
+    }
+    QCOMPARE(LibraryFaults::scalings(), QStringList(scaling));
+}
+
+void FrameExtractorTest::productionLineIsReadOnceInTheConstructor()
+{
+    ProductionLine::set("Wayland");
+    FrameExtractor extractor(nullptr);
+    ProductionLine::set("X11");
+    LibraryFaults::disarm();
+    extractor.setAbsoluteVideoName(m_full);
+    QVERIFY(LibraryFaults::scalings().value(0).startsWith(QLatin1String("320x240 nv12 ")));
 }
 
 void FrameExtractorTest::productionLineChoosesTheFormat_data()

@@ -57,6 +57,7 @@ private Q_SLOTS:
 
     void imagesBecomeAVideoInTheOrderOfTheirNames();
     void imagesOfTwoVideosBecomeTwoVideosInOrder();
+    void videosNameEndsAtTheFirstSuffix();
     void failureOfOneVideoDoesNotStopTheNext();
     void imageWithoutAVideoNameStays();
     void missingOrEmptyDirectoryIsNothing();
@@ -148,6 +149,16 @@ void LeftoverImagesTest::imagesOfTwoVideosBecomeTwoVideosInOrder()
     QStringList synced = LibraryFaults::finishingCalls().filter(QStringLiteral("fsync"));
     synced = synced.filter(QStringLiteral(".mp4"));
     QCOMPARE(synced, (QStringList{QStringLiteral("fsync a.mp4"), QStringLiteral("fsync v.mp4")}));
+}
+
+void LeftoverImagesTest::videosNameEndsAtTheFirstSuffix()
+{
+    QVERIFY(Pictures::numbered(1).save(path(QStringLiteral("v.mp4_001.mp4_001.png"))));
+    QVERIFY(Pictures::numbered(2).save(path(QStringLiteral("v.mp4_002.png"))));
+    sweep();
+    QCOMPARE(videoNumbers(), numbersFrom(1, 2));
+    QCOMPARE(QDir(m_directory->path()).entryList(QDir::Files),
+             QStringList{QStringLiteral("v.mp4")});
 }
 
 void LeftoverImagesTest::failureOfOneVideoDoesNotStopTheNext()

@@ -28,7 +28,10 @@ struct State {
     int calls = 0;
     QStringList finishingCalls;
     QString streamAtHeader;
+    QString encoderAtOpen;
+    QStringList scalings;
     QVector<double> packetDurations;
+    QVector<double> receivedDurations;
 };
 
 State &state()
@@ -83,6 +86,24 @@ void noteHeader(const QString &stream)
     state().streamAtHeader = stream;
 }
 
+void noteEncoder(const QString &settings)
+{
+    const std::lock_guard<std::mutex> lock(state().mutex);
+    state().encoderAtOpen = settings;
+}
+
+void noteScaling(const QString &scaling)
+{
+    const std::lock_guard<std::mutex> lock(state().mutex);
+    state().scalings += scaling;
+}
+
+void noteReceived(double seconds)
+{
+    const std::lock_guard<std::mutex> lock(state().mutex);
+    state().receivedDurations += seconds;
+}
+
 void noteDuration(double seconds)
 {
     const std::lock_guard<std::mutex> lock(state().mutex);
@@ -117,6 +138,8 @@ void disarm()
     state().armed.clear();
     state().finishingCalls.clear();
     state().packetDurations.clear();
+    state().receivedDurations.clear();
+    state().scalings.clear();
 }
 
 QStringList finishingCalls()
@@ -131,9 +154,27 @@ QString streamAtHeader()
     return state().streamAtHeader;
 }
 
+QString encoderAtOpen()
+{
+    const std::lock_guard<std::mutex> lock(state().mutex);
+    return state().encoderAtOpen;
+}
+
+QStringList scalings()
+{
+    const std::lock_guard<std::mutex> lock(state().mutex);
+    return state().scalings;
+}
+
 QVector<double> packetDurations()
 {
     const std::lock_guard<std::mutex> lock(state().mutex);
     return state().packetDurations;
+}
+
+QVector<double> receivedDurations()
+{
+    const std::lock_guard<std::mutex> lock(state().mutex);
+    return state().receivedDurations;
 }
 } // namespace LibraryFaults

@@ -35,6 +35,16 @@ QStringList finishingCalls();
 /// "time base 1/1, average rate 1/1".
 QString streamAtHeader();
 
+/// How the encoder opened last was set up, such as "640x480 yuv420p, time base 1/1, frame rate 1/1,
+/// group 10, global header, tune , no options".
+QString encoderAtOpen();
+
+/// Every scaler made since disarm(), such as "320x240 bgra to 640x480 yuv420p, bicubic".
+QStringList scalings();
+
 /// The durations in seconds of the packets handed over for writing since disarm().
 QVector<double> packetDurations();
+
+/// The durations in seconds that the encoder gave those packets.
+QVector<double> receivedDurations();
 } // namespace LibraryFaults

@@ -1,4 +1,5 @@
 #include "video/storedvideo.h"
+#include "samplevideos.h"
 #include "support/pictures.h"
 #include "video/videocomposer.h"
 
@@ -37,6 +38,7 @@ class StoredVideoTest : public QObject
 private Q_SLOTS:
     void initTestCase();
     void frameCountOfAWholeVideoIsDeclaredAndIntact();
+    void framesAreThoseOfTheFirstVideoStream();
     void frameCountOfAnythingElseIsZero_data();
     void frameCountOfAnythingElseIsZero();
     void damagedFramesAreDeclaredButNotIntact_data();
@@ -63,6 +65,17 @@ void StoredVideoTest::frameCountOfAWholeVideoIsDeclaredAndIntact()
     QCOMPARE(VideoComposer::getFrameNumberFromVideo(m_video), 45U);
     QCOMPARE(StoredVideo::declaredFrames(m_video), 45U);
     QCOMPARE(StoredVideo::intactFrames(m_video), 45U);
+}
+
+void StoredVideoTest::framesAreThoseOfTheFirstVideoStream()
+{
+    const QString file = m_directory.filePath(QStringLiteral("sound.mp4"));
+    SampleVideo sample;
+    sample.frames = 9;
+    sample.soundFirst = true;
+    QVERIFY(sample.write(file));
+    QCOMPARE(VideoComposer::getFrameNumberFromVideo(file), 9U);
+    QCOMPARE(StoredVideo::intactFrames(file), 9U);
 }
 
 void StoredVideoTest::frameCountOfAnythingElseIsZero_data()

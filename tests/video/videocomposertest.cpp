@@ -10,6 +10,7 @@
 #include <QMetaMethod>
 #include <QPainter>
 #include <QScreen>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -89,8 +90,12 @@ private Q_SLOTS:
     void constructorSetsTheLibraryLogLevelToError();
     void libraryMessagesReachTheQtLog();
     void fileHasOneH264StreamInMp4();
+    void encoderIsSetUpForOneFrameASecond();
+    void eachImageHasABicubicScalerOfItsOwn();
+    void nothingTellsThatImagesAreReady();
     void frameStandsAtTheSecondOfItsIndex();
     void drainedPacketsLastASecond();
+    void earlierPacketsKeepTheEncodersDuration();
     void everyTenthFrameIsAKeyFrame();
     void encoderKeepsItsDefaults();
     void pictureOfEachFrameIsThatOfTheBatch();
@@ -173,6 +178,43 @@ void VideoComposerTest::fileHasOneH264StreamInMp4()
     QCOMPARE(LibraryFaults::streamAtHeader(), QStringLiteral("time base 1/1, average rate 1/1"));
 }
 
+void VideoComposerTest::encoderIsSetUpForOneFrameASecond()
+{
+    QVERIFY(convert(numberedBatch(1)));
+    const QSize size = QGuiApplication::primaryScreen()->size();
+    QCOMPARE(LibraryFaults::encoderAtOpen(),
+             QStringLiteral("%1x%2 yuv420p, time base 1/1, frame rate 1/1, group 10, global "
+                            "header, tune , no options")
+                 .arg(size.width())
+                 .arg(size.height()));
+}
+
+void VideoComposerTest::eachImageHasABicubicScalerOfItsOwn()
+{
+    LibraryFaults::disarm();
+    QVERIFY(convert({quarters({320, 240}), QImage(), quarters({320, 240}), quarters({64, 64})}));
+    const QSize size = QGuiApplication::primaryScreen()->size();
+    const QString scaling =
+        QStringLiteral("%3 bgra to %1x%2 yuv420p, bicubic").arg(size.width()).arg(size.height());
+    QCOMPARE(LibraryFaults::scalings(), QStringList({scaling.arg(QStringLiteral("320x240")),
+                                                     scaling.arg(QStringLiteral("320x240")),
+                                                     scaling.arg(QStringLiteral("64x64"))}));
+}
+
+void VideoComposerTest::nothingTellsThatImagesAreReady()
+{
+    VideoComposer composer(nullptr);
+    const QSignalSpy ready(&composer, &VideoComposer::imagesFromVideoReady);
+    QVERIFY(ready.isValid());
+    const QString file = path(QStringLiteral("v.mp4"));
+    Q_EMIT composer.requestConvertImagesToVideo(numberedBatch(4), file);
+    QVERIFY(composer.deleteFramesToEndFromVideoFile(file, 2));
+    QVERIFY(Pictures::numbered(1).save(path(QStringLiteral("w.mp4_001.png"))));
+    composer.convertLocalImageFilesToVideo(m_directory->path());
+    QVERIFY(QFile::exists(path(QStringLiteral("w.mp4"))));
+    QCOMPARE(ready.count(), 0);
+}
+
 void VideoComposerTest::frameStandsAtTheSecondOfItsIndex()
 {
     QVERIFY(convert(numberedBatch(33)));
@@ -190,6 +232,23 @@ void VideoComposerTest::drainedPacketsLastASecond()
     LibraryFaults::disarm();
     QVERIFY(convert(numberedBatch(3)));
     QCOMPARE(LibraryFaults::packetDurations(), (QVector<double>{1.0, 1.0, 1.0}));
+}
+
+void VideoComposerTest::earlierPacketsKeepTheEncodersDuration()
+{
+    constexpr int frames = 80;
+    LibraryFaults::disarm();
+    QVERIFY(convert(numberedBatch(frames)));
+    const QVector<double> given = LibraryFaults::receivedDurations();
+    const QVector<double> written = LibraryFaults::packetDurations();
+    QCOMPARE(given.size(), frames);
+    QCOMPARE(written.size(), frames);
+    QVERIFY(given.first() != 1.0); // else the two kinds could not be told apart
+    QCOMPARE(written.first(), given.first());
+    QCOMPARE(written.last(), 1.0);
+    for (int packet = 1; packet < frames; ++packet) {
+        QVERIFY(written.at(packet) == given.at(packet) || written.at(packet) == 1.0);
+    }
 }
 
 void VideoComposerTest::everyTenthFrameIsAKeyFrame()

@@ -73,6 +73,7 @@ private Q_SLOTS:
     void sizeIsTheInputsAndNotTheScreens();
     void soundIsLeftOut();
     void streamIsSetUpAsAskedFor();
+    void encoderGivesAPacketAtOnceAndKeepsItsGroups();
     void everyStepIsLogged();
     void packetsLastOneTick();
     void shortenedVideoCanBeShortenedAgain();
@@ -283,6 +284,21 @@ void VideoTruncationTest::streamIsSetUpAsAskedFor()
     QCOMPARE(facts.pixelFormat, static_cast<int>(AV_PIX_FMT_YUV420P));
     QVERIFY(facts.hasGlobalHeader);
     QVERIFY(qAbs(facts.averageFrameRate - 1.0) < 0.1);
+}
+
+void VideoTruncationTest::encoderGivesAPacketAtOnceAndKeepsItsGroups()
+{
+    SampleVideo sample;
+    sample.size = {326, 178};
+    QVERIFY(sample.write(video()));
+    QVERIFY(shorten(video(), 5));
+    const AvCodecContextPtr untouched(
+        avcodec_alloc_context3(avcodec_find_encoder(AV_CODEC_ID_H264)));
+    QVERIFY(untouched->gop_size != 10); // else the two ways of writing could not be told apart
+    QCOMPARE(LibraryFaults::encoderAtOpen(),
+             QStringLiteral("326x178 yuv420p, time base 1/1, frame rate 1/1, group %1, global "
+                            "header, tune zerolatency, no options")
+                 .arg(untouched->gop_size));
 }
 
 void VideoTruncationTest::everyStepIsLogged()

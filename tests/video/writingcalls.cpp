@@ -9,7 +9,13 @@
 #include <QFile>
 
 #include <cerrno>
+#include <memory>
 #include <unistd.h>
+
+extern "C" {
+#include <libavutil/opt.h>
+#include <libavutil/pixdesc.h>
+}
 
 using namespace FaultPoint;
 using LibraryFaults::Fault;
@@ -19,6 +25,35 @@ namespace
 QString rationalText(AVRational value)
 {
     return QStringLiteral("%1/%2").arg(value.num).arg(value.den);
+}
+
+QString frameText(int width, int height, AVPixelFormat format)
+{
+    return QStringLiteral("%1x%2 %3")
+        .arg(width)
+        .arg(height)
+        .arg(QLatin1String(av_get_pix_fmt_name(format)));
+}
+
+QString tuneOf(const AVCodecContext *encoder)
+{
+    uint8_t *text = nullptr;
+    if (av_opt_get(encoder->priv_data, "tune", 0, &text) < 0) {
+        return QStringLiteral("unknown");
+    }
+    const std::unique_ptr<uint8_t, decltype(&av_free)> owner(text, &av_free);
+    return QString::fromUtf8(reinterpret_cast<const char *>(text));
+}
+
+QString settingsOf(const AVCodecContext *encoder, AVDictionary **options)
+{
+    const bool hasGlobalHeader = encoder->flags & AV_CODEC_FLAG_GLOBAL_HEADER;
+    return QStringLiteral("%1, time base %2, frame rate %3, group %4, %5, tune %6, %7")
+        .arg(frameText(encoder->width, encoder->height, encoder->pix_fmt),
+             rationalText(encoder->time_base), rationalText(encoder->framerate))
+        .arg(encoder->gop_size)
+        .arg(hasGlobalHeader ? QStringLiteral("global header") : QStringLiteral("local headers"),
+             tuneOf(encoder), options ? QStringLiteral("options") : QStringLiteral("no options"));
 }
 
 QString nameOf(int descriptor)
@@ -54,6 +89,9 @@ AVCodecContext *avcodec_alloc_context3(const AVCodec *codec)
 
 int avcodec_open2(AVCodecContext *context, const AVCodec *codec, AVDictionary **options)
 {
+    if (isCallOfThisProgram(__builtin_return_address(0)) && codec && av_codec_is_encoder(codec)) {
+        noteEncoder(settingsOf(context, options));
+    }
     return FAILS(avcodec_open2) ? AVERROR(EINVAL) : NEXT(avcodec_open2)(context, codec, options);
 }
 
@@ -93,6 +131,13 @@ SwsContext *sws_getContext(int sourceWidth, int sourceHeight, AVPixelFormat sour
                            int height, AVPixelFormat format, int flags, SwsFilter *sourceFilter,
                            SwsFilter *filter, const double *parameter)
 {
+    if (isCallOfThisProgram(__builtin_return_address(0))) {
+        noteScaling(
+            QStringLiteral("%1 to %2, %3")
+                .arg(frameText(sourceWidth, sourceHeight, sourceFormat),
+                     frameText(width, height, format),
+                     flags == SWS_BICUBIC ? QStringLiteral("bicubic") : QString::number(flags)));
+    }
     return FAILS(sws_getContext)
                ? nullptr
                : NEXT(sws_getContext)(sourceWidth, sourceHeight, sourceFormat, width, height,
@@ -124,6 +169,9 @@ int avcodec_receive_packet(AVCodecContext *context, AVPacket *packet)
     if (result == 0 && FAILS(avcodec_receive_packet)) {
         av_packet_unref(packet);
         return AVERROR_EXTERNAL;
+    }
+    if (result == 0 && isCallOfThisProgram(__builtin_return_address(0))) {
+        noteReceived(static_cast<double>(packet->duration) * av_q2d(context->time_base));
     }
     return result;
 }
