@@ -2,6 +2,7 @@
 
 #include "ai/imageutils.h"
 #include "capture/capturefixture.h"
+#include "capture/privatemember.h"
 #include "capture/screenhistorytracker.h"
 #include "desktopbridge/fake/fakedesktop.h"
 #include "support/fakeclock.h"
@@ -17,6 +18,12 @@
 using CaptureFixture::Application;
 using CaptureFixture::storedRows;
 using CaptureFixture::todayDirectory;
+
+struct ScreenshotTimer {
+    using Type = QTimer ScreenHistoryTracker::*;
+    friend Type memberOf(ScreenshotTimer tag);
+};
+template struct PrivateMember<ScreenshotTimer, &ScreenHistoryTracker::m_screenshotTimer>;
 
 namespace
 {
@@ -75,6 +82,9 @@ private Q_SLOTS:
     void theFirstFrameAfterAStartIsNotCompared();
     void slowDriftAddsUpUntilItCounts();
 
+    void theTimerStandsStillAtFiveSecondsAfterAStart();
+    void aLockIsLookedAtBeforeTheClock();
+    void theOwnWindowIsLookedAtBeforeTheClock();
     void aRefusedThresholdLeavesTheTimerAlone();
     void aCompositorThatComesBackIsAskedAnew();
     void aClockBehindTheLastCheckTakesNoFrameUntilItHasPassedItAgain();
@@ -252,6 +262,55 @@ void TestCaptureLoop::slowDriftAddsUpUntilItCounts()
     }
     QCOMPARE(frames(), 2);
     QVERIFY2(steps > 1, "one step alone was enough: nothing added up");
+}
+
+void TestCaptureLoop::theTimerStandsStillAtFiveSecondsAfterAStart()
+{
+    QTimer &timer = (*m_tracker).*memberOf(ScreenshotTimer());
+    QCOMPARE(timer.interval(), 5000);
+    QVERIFY(!timer.isActive());
+    QVERIFY(!timer.isSingleShot());
+    m_tracker->setRecordingMemory(true);
+    QVERIFY(timer.isActive());
+    m_tracker->setScreenshotInterval(7);
+    QCOMPARE(timer.interval(), 7000);
+    m_tracker->setRecordingMemory(false);
+    QVERIFY(!timer.isActive());
+}
+
+void TestCaptureLoop::aLockIsLookedAtBeforeTheClock()
+{
+    QVERIFY(m_tracker->shouldTakeScreenShot());
+    QSignalSpy back(m_tracker.get(), &ScreenHistoryTracker::backInTimeDetected);
+    const LogCapture log;
+    m_tracker->onScreenLockSignal();
+    FakeClock::advance(-60);
+    QVERIFY(!m_tracker->shouldTakeScreenShot());
+    QCOMPARE(back.count(), 0);
+    QCOMPARE(log.texts(), QStringList());
+    m_tracker->onScreenUnLockSignal();
+    QVERIFY(!m_tracker->shouldTakeScreenShot());
+    QCOMPARE(back.count(), 1);
+}
+
+void TestCaptureLoop::theOwnWindowIsLookedAtBeforeTheClock()
+{
+    QVERIFY(m_tracker->shouldTakeScreenShot());
+    QSignalSpy back(m_tracker.get(), &ScreenHistoryTracker::backInTimeDetected);
+    FakeClock::advance(-60);
+    {
+        QLineEdit window;
+        window.show();
+        window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        window.setFocus();
+        QTRY_VERIFY(QGuiApplication::focusObject());
+        QVERIFY(!m_tracker->shouldTakeScreenShot());
+        QCOMPARE(back.count(), 0);
+    }
+    QTRY_VERIFY(!QGuiApplication::focusObject());
+    QVERIFY(!m_tracker->shouldTakeScreenShot());
+    QCOMPARE(back.count(), 1);
 }
 
 void TestCaptureLoop::aRefusedThresholdLeavesTheTimerAlone()

@@ -1,8 +1,10 @@
 // Days and video files: when a batch is closed, when the day turns, where the files lie.
 
 #include "capture/capturefixture.h"
+#include "capture/privatemember.h"
 #include "capture/screenhistorytracker.h"
 #include "database/databasemanager.h"
+#include "database/dataencryptor.h"
 #include "desktopbridge/fake/fakedesktop.h"
 #include "support/fakeclock.h"
 #include "support/logcapture.h"
@@ -13,9 +15,29 @@
 #include <QSignalSpy>
 #include <QTest>
 
+#include <utility>
+
 using CaptureFixture::filesIn;
 using CaptureFixture::storedRows;
 using CaptureFixture::todayDirectory;
+
+struct Today {
+    using Type = QString ScreenHistoryTracker::*;
+    friend Type memberOf(Today tag);
+};
+template struct PrivateMember<Today, &ScreenHistoryTracker::m_today>;
+
+struct Composer {
+    using Type = VideoComposer *ScreenHistoryTracker::*;
+    friend Type memberOf(Composer tag);
+};
+template struct PrivateMember<Composer, &ScreenHistoryTracker::m_videoComposer>;
+
+struct BoxIsMounted {
+    using Type = bool DataEncryptor::*;
+    friend Type memberOf(BoxIsMounted tag);
+};
+template struct PrivateMember<BoxIsMounted, &DataEncryptor::m_safeDirectoryMounted>;
 
 namespace
 {
@@ -45,11 +67,16 @@ private Q_SLOTS:
     void theRestOfAnEmptyBatchIsNothing();
     void theDaysFramesCountedFromTheDatabase();
     void theDaysFramesCountedFromTheVideos();
+    void withoutADayNothingIsCounted();
+    void withoutAnEncoderTheRestIsTold();
     void theLayoutOfDays();
+    void aBoxThatIsMountedLaterTakesTheNextDay();
+    void aBoxThatIsMountedLaterTakesWhatFollowsADeletion();
 
 private:
     void keep(int count);
     void restart();
+    static void mountBox(bool mounted);
 
     std::unique_ptr<FakeDesktop> m_desktop;
     std::unique_ptr<CaptureFixture::Application> m_application;
@@ -75,6 +102,8 @@ void TestDayFiles::init()
 void TestDayFiles::cleanup()
 {
     m_tracker.reset();
+    mountBox(false);
+    QDir(QDir::homePath() + QLatin1String("/.vault")).removeRecursively();
     FakeClock::reset();
 }
 
@@ -82,6 +111,12 @@ void TestDayFiles::restart()
 {
     m_tracker.reset();
     m_tracker = std::make_unique<ScreenHistoryTracker>();
+}
+
+// As if the answer could change while a process runs.
+void TestDayFiles::mountBox(bool mounted)
+{
+    (*DataEncryptor::getInstance()).*memberOf(BoxIsMounted()) = mounted;
 }
 
 void TestDayFiles::keep(int count)
@@ -308,6 +343,32 @@ void TestDayFiles::theDaysFramesCountedFromTheVideos()
     QCOMPARE(storedRows().last().frameIndexOfDay, 7U);
 }
 
+void TestDayFiles::withoutADayNothingIsCounted()
+{
+    keep(3);
+    (*m_tracker).*memberOf(Today()) = QString();
+    const LogCapture log;
+    m_tracker->getTodayFrameNumFromDB();
+    QCOMPARE(log.count(QtWarningMsg, QStringLiteral("Warning: today is empty")), 1);
+    (*m_tracker).*memberOf(Today()) = QStringLiteral("2024-03-05");
+    keep(1);
+    QCOMPARE(storedRows().last().frameIndexOfDay, 1U);
+}
+
+void TestDayFiles::withoutAnEncoderTheRestIsTold()
+{
+    const QString text = QStringLiteral("convertRemainedImagesToVideo m_videoComposer is NULL");
+    VideoComposer *&composer = (*m_tracker).*memberOf(Composer());
+    VideoComposer *const kept = std::exchange(composer, nullptr);
+    const LogCapture log;
+    m_tracker->convertRemainedImagesToVideo(); // an empty batch needs none
+    QCOMPARE(log.texts(), QStringList());
+    keep(1);
+    m_tracker->convertRemainedImagesToVideo();
+    composer = kept;
+    QCOMPARE(log.texts(QtDebugMsg).filter(QStringLiteral("convertRemained")), QStringList(text));
+}
+
 void TestDayFiles::theLayoutOfDays()
 {
     const QString root =
@@ -315,6 +376,38 @@ void TestDayFiles::theLayoutOfDays()
     QCOMPARE(m_tracker->getScreenshotDirByDate(QDate(2024, 3, 5)),
              root + QLatin1String("/2024-03/2024-03-05"));
     QCOMPARE(m_tracker->getVideoStorageDir(), root + QLatin1String("/2024-03/2024-03-05"));
+}
+
+void TestDayFiles::aBoxThatIsMountedLaterTakesTheNextDay()
+{
+    keep(1);
+    const QString plain = todayDirectory();
+    mountBox(true);
+    const QString box = QDir::homePath() +
+                        QLatin1String("/.vault/tavel-ai-yestermark/screenshots/2024-03/2024-03-0");
+    QVERIFY(m_tracker->hasEncryption());
+    QCOMPARE(m_tracker->getScreenshotDirByDate(QDate(2024, 3, 5)), box + QLatin1Char('5'));
+    QCOMPARE(m_tracker->getVideoStorageDir(), box + QLatin1Char('5'));
+    keep(1); // the day goes on where it began
+    QCOMPARE(filesIn(plain, QStringLiteral("*.png")).size(), 2);
+    QVERIFY(!QDir(box + QLatin1Char('5')).exists());
+
+    FakeClock::freeze(QDateTime(QDate(2024, 3, 6), QTime(8, 30, 0)));
+    keep(1);
+    QCOMPARE(filesIn(box + QLatin1Char('6'), QStringLiteral("*.png")).size(), 1);
+}
+
+void TestDayFiles::aBoxThatIsMountedLaterTakesWhatFollowsADeletion()
+{
+    keep(1);
+    const QString plain = todayDirectory();
+    mountBox(true);
+    m_tracker->deleteAllVideos();
+    keep(1);
+    const QString box = QDir::homePath() +
+                        QLatin1String("/.vault/tavel-ai-yestermark/screenshots/2024-03/2024-03-05");
+    QCOMPARE(filesIn(box, QStringLiteral("*.png")).size(), 1);
+    QCOMPARE(filesIn(plain, QStringLiteral("*.png")).size(), 1); // of the other root
 }
 
 QTEST_MAIN(TestDayFiles)
