@@ -1,6 +1,7 @@
 #include "database/databasemanager.h"
 
 #include "database/daytext.h"
+#include "database/stoppablescan.h"
 
 #include <QDebug>
 
@@ -77,6 +78,21 @@ bool DatabaseManager::deleteUserData(TimeRange range)
 QVector<ScreenShotData> DatabaseManager::getOcrScreenShotData(const SearchQuery &query) const
 {
     return m_ocrDatabase.getOcrScreenshotData(query);
+}
+
+QVector<ScreenShotData> DatabaseManager::getVisualScreenShotData(const SearchQuery &query) const
+{
+    QVector<ScreenShotData> hits = m_embeddingDatabase.getVisualScreenShotData(query);
+    // Thousands of look-ups take too long to be waited for with the next key.
+    const StoppableScan stoppable;
+    for (int hit = 0; hit < hits.size(); ++hit) {
+        if (StoppableScan::isToStop()) {
+            hits.resize(hit);
+            break;
+        }
+        hits[hit] = getScreenShotDataOfVideo(hits[hit].videoName, hits[hit].frameIndexOfVideo);
+    }
+    return hits;
 }
 
 ScreenShotData DatabaseManager::getScreenShotDataOfVideo(const QString &videoName,

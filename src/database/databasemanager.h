@@ -38,6 +38,11 @@ public:
     /// The frames whose text or time a search asks for, the newest first.
     QVector<ScreenShotData> getOcrScreenShotData(const SearchQuery &query) const;
 
+    /// The frames whose pictures match the query's text, best first, as their rows tell them; an
+    /// empty record for one whose row is gone. Empty on failure. Ends early, with the records
+    /// looked up so far, on a thread that is asked to stop.
+    QVector<ScreenShotData> getVisualScreenShotData(const SearchQuery &query) const;
+
     /// The row of a video's frame, counted from 1. An empty record if there is none.
     ScreenShotData getScreenShotDataOfVideo(const QString &videoName, uint frameIndexOfVideo) const;
 

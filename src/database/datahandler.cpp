@@ -38,6 +38,11 @@ QVector<ScreenShotData> DataHandler::getOcrScreenShotData(const SearchQuery &que
     return m_databaseManager->getOcrScreenShotData(query);
 }
 
+QVector<ScreenShotData> DataHandler::getVisualScreenShotData(const SearchQuery &query) const
+{
+    return m_databaseManager->getVisualScreenShotData(query);
+}
+
 QImage DataHandler::getScreenShotImageFromVideo(const QString &videoName,
                                                 unsigned int frameIndexOfVideo)
 {

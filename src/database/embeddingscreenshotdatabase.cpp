@@ -1,6 +1,7 @@
 #include "database/embeddingscreenshotdatabase.h"
 
 #include "ai/aiabilityprovider.h"
+#include "database/vectorcollection.h"
 #include "vectordb/database.h"
 
 #include <QDate>
@@ -15,27 +16,20 @@
 #include <utility>
 #include <vector>
 
+using VectorCollection::checkStatus;
+using VectorCollection::FRAME_INDEX;
+using VectorCollection::ID;
+using VectorCollection::REAL_TIME;
+using VectorCollection::VECTOR;
+using VectorCollection::VIDEO_NAME;
+
 namespace
 {
 constexpr unsigned int CONNECT_ATTEMPTS = 1;
 constexpr std::chrono::seconds RETRY_PAUSE{5};
 
-constexpr char ID[] = "id";
-constexpr char VECTOR[] = "vector";
-constexpr char VIDEO_NAME[] = "videoName";
-constexpr char FRAME_INDEX[] = "frameIndexOfVideo";
-constexpr char REAL_TIME[] = "realTime";
 constexpr std::size_t LONGEST_TEXT = 40; // a UUID with its braces takes 38
 constexpr std::size_t DIMENSION = 1024;  // of the embedding model's vectors
-
-bool checkStatus(const char *prefix, const VectorDB::Status &status)
-{
-    if (status.IsOk()) {
-        return true;
-    }
-    qDebug() << prefix << " " << status.Code() << " " << status.Message().c_str();
-    return false;
-}
 
 std::string vectorIndexPath()
 {

@@ -48,6 +48,12 @@ public:
     /// Deletes what was taken from @p start to @p end, both included, in seconds since the epoch.
     bool deleteVectorDatabase(const long &start, const long &end);
 
+    /// The frames whose pictures match the query's text, best first: those hardly worse than the
+    /// best one, none if that is weak. Only videoName, frameIndexOfVideo and realTime are filled
+    /// in, and the query's times bound nothing. Empty too on failure, which the log tells. Blocks
+    /// for the model.
+    QVector<ScreenShotData> getVisualScreenShotData(const SearchQuery &query) const;
+
     /// The vector of a query text; blocks until the model has answered, empty on failure.
     QVector<float> embeddingText(const QString &text) const;
 
