@@ -19,5 +19,11 @@ QImage VideoImageProvider::requestImage(const QString &id, QSize *size, const QS
     if (id.contains(QLatin1String("curShowImg"))) {
         return m_videoReader->getCurShowImage();
     }
+    if (id.contains(QLatin1String("textsearch"))) {
+        return m_videoReader->getTextSearchResultImage(id);
+    }
+    if (id.contains(QLatin1String("imagesearch"))) {
+        return m_videoReader->getImageSearchResultImage(id);
+    }
     return {};
 }

@@ -13,8 +13,8 @@ public:
     explicit VideoImageProvider(VideoReader *videoReader);
 
     /// The reader's latest picture of the kind that @p id names, whatever number follows there: it
-    /// only tells one request from another. Null for any other id. @p size is not written, and no
-    /// picture is scaled.
+    /// only tells one request from another. The picture of a hit goes by its whole @p id. Null for
+    /// any other id. @p size is not written, and no picture is scaled.
     QImage requestImage(const QString &id, QSize *size, const QSize &requestedSize) override;
 
     /// Whether the preview handed out last was null: there was nothing under the pointer.

@@ -8,7 +8,7 @@ VideoPreviewModel::VideoPreviewModel(QObject *parent) : QAbstractListModel(paren
 
 int VideoPreviewModel::rowCount(const QModelIndex &parent) const
 {
-    return parent.isValid() ? 0 : m_previewItems.size();
+    return parent.isValid() ? 0 : m_rowCount.load();
 }
 
 QVariant VideoPreviewModel::data(const QModelIndex &index, int role) const
@@ -42,6 +42,7 @@ void VideoPreviewModel::addItem(const VideoPreviewImageItem &item)
     VideoPreviewItem *previewItem = makeItem(item);
     beginInsertRows(QModelIndex(), m_previewItems.size(), m_previewItems.size());
     m_previewItems.append(previewItem);
+    m_rowCount = m_previewItems.size();
     endInsertRows();
 }
 
@@ -55,6 +56,7 @@ void VideoPreviewModel::resetVideoPreviewModel(const QList<VideoPreviewImageItem
     for (const VideoPreviewImageItem &item : items) {
         m_previewItems.append(makeItem(item));
     }
+    m_rowCount = m_previewItems.size();
     endInsertRows();
 }
 
@@ -63,6 +65,7 @@ void VideoPreviewModel::clearVideoPreviewModel()
     beginRemoveRows(QModelIndex(), 0, m_previewItems.size() - 1);
     qDeleteAll(m_previewItems);
     m_previewItems.clear();
+    m_rowCount = 0;
     endRemoveRows();
 }
 

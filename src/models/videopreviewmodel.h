@@ -1,11 +1,13 @@
 #pragma once
 // The hits of a search as the pages list them, in the order in which they were added. Owner:
-// VideoInfo, by value. Thread: main.
+// VideoInfo, by value. Thread: main; rowCount() any.
 
 #include "database/videopreviewimageitem.h"
 
 #include <QAbstractListModel>
 #include <QList>
+
+#include <atomic>
 
 class VideoPreviewItem;
 
@@ -35,4 +37,5 @@ private:
     VideoPreviewItem *makeItem(const VideoPreviewImageItem &item);
 
     QList<VideoPreviewItem *> m_previewItems; ///< children of this object
+    std::atomic<int> m_rowCount{0};           ///< of these, for other threads
 };
