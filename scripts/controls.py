@@ -1,0 +1,101 @@
+#!/usr/bin/python3
+"""controls.py click NAME: finds a control of the window in front by the name that it tells a screen
+reader and clicks it with the mouse. As a module: the same for scripts that drive the window.
+
+The program tells its controls only where QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1 is set or a screen
+reader runs. Runs on the distribution's Python, which its bindings of the bus belong to."""
+import subprocess
+import sys
+import time
+
+import gi
+
+gi.require_version("Atspi", "2.0")
+from gi.repository import Atspi, GLib  # noqa: E402  the version comes first
+
+APPLICATION = "tavel-ai-yestermark"
+PATIENCE_S = 20
+
+
+def _children(node):
+    return [child for child in map(node.get_child_at_index, range(node.get_child_count())) if child]
+
+
+def _is_shown(node):
+    return node.get_state_set().contains(Atspi.StateType.SHOWING)
+
+
+def _shown_below(node):
+    for child in _children(node):
+        if _is_shown(child):
+            yield child
+            yield from _shown_below(child)
+
+
+def _look_for(name):
+    """The shown control of that name, the newest window first; None if there is none."""
+    for application in _children(Atspi.get_desktop(0)):
+        if application.get_name() != APPLICATION:
+            continue
+        for window in reversed(_children(application)):
+            for node in [window, *_shown_below(window)]:
+                if node.get_name() == name and _is_shown(node):
+                    return node
+    return None
+
+
+def find(name):
+    """The control called NAME (without the program's prefix) or the window of that title, once it
+    is shown. Ends the script if it does not come."""
+    deadline = time.monotonic() + PATIENCE_S
+    while time.monotonic() < deadline:
+        try:
+            found = _look_for(f"{APPLICATION}_{name}") or _look_for(name)
+            if found:
+                return found
+        except GLib.Error:
+            pass  # the tree changed under the walk
+        time.sleep(0.1)
+    sys.exit(f"no control {name} is shown")
+
+
+def is_shown(name):
+    """Whether such a control is shown at this moment."""
+    try:
+        return bool(_look_for(f"{APPLICATION}_{name}") or _look_for(name))
+    except GLib.Error:
+        return False
+
+
+def box(name):
+    """(left, top, width, height) of a control on the screen, in pixels, once it stands still."""
+    before = None
+    while True:
+        extents = Atspi.Component.get_extents(find(name), Atspi.CoordType.SCREEN)
+        now = (extents.x, extents.y, extents.width, extents.height)
+        if now == before:
+            return now
+        before = now
+        time.sleep(0.15)
+
+
+def hands(*arguments):
+    """Real input by xdotool."""
+    subprocess.run(["xdotool", *map(str, arguments)], check=True)
+
+
+def point_at(x, y):
+    """Moves the pointer there, with a step on the way, as a hand does."""
+    hands("mousemove", x - 3, y, "sleep", "0.05", "mousemove", x, y)
+
+
+def click(name):
+    left, top, width, height = box(name)
+    point_at(left + width // 2, top + height // 2)
+    hands("click", 1)
+
+
+if __name__ == "__main__":
+    if len(sys.argv) != 3 or sys.argv[1] != "click":
+        sys.exit(__doc__)
+    click(sys.argv[2])
