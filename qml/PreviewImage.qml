@@ -52,6 +52,9 @@ Item {
         height: Math.round(root.previewImgWidth * root.aspect)
         radius: 8
         frame: 2
+        Accessible.role: Accessible.Graphic
+        Accessible.name: "tavel-ai-yestermark_Image_preview"
+        Accessible.description: VideoPreviewItem.previewAppName
     }
 
     Item {

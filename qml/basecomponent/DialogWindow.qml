@@ -55,7 +55,8 @@ Window {
         radius: Theme.style.compositing ? Sizes.dialogRadius : 0
         color: Theme.window
         border.width: 1
-        border.color: Theme.dark ? "#33ffffff" : "#26262626"
+        // Without a compositor nothing lies below that a translucent line could let through.
+        border.color: Theme.style.compositing ? (Theme.dark ? "#33ffffff" : "#26262626") : Theme.mid
     }
 
     MouseArea {
