@@ -41,6 +41,13 @@ private:
     QObject m_context;
     QStringList m_told;
 };
+
+/// Whether an icon is that of a file.
+bool isOf(const QIcon &icon, const char *file)
+{
+    const QImage expected = QIcon(QLatin1String(file)).pixmap(64).toImage();
+    return !expected.isNull() && icon.pixmap(64).toImage() == expected;
+}
 } // namespace
 
 class TestTrayIcon : public QObject
@@ -52,7 +59,9 @@ private Q_SLOTS:
     void cleanup();
 
     void theMenuHasItsEntriesInOrder();
+    void theMenuHasItsNamesAndIcons();
     void theLookFollowsTheState();
+    void theTraysOwnIconIsAlwaysTheSame();
     void anEntryAsksForWhatItSays_data();
     void anEntryAsksForWhatItSays();
     void pausingChangesTheLookBeforeAnySetting();
@@ -62,6 +71,7 @@ private Q_SLOTS:
     void onlyAPlainClickCounts_data();
     void onlyAPlainClickCounts();
     void aClickMinimisesTheShownWindowAndBringsTheOthersBack();
+    void aClickThatMinimisesPaintsTheWindowAnew();
     void aTrayThatComesLateShowsTheIconAndItsClicks();
 
 private:
@@ -124,6 +134,34 @@ void TestTrayIcon::theMenuHasItsEntriesInOrder()
     QCOMPARE(menu->actions().at(1), action("pause"));
     QCOMPARE(menu->actions().at(2), action("settings"));
     QCOMPARE(menu->actions().at(4), action("exit"));
+}
+
+void TestTrayIcon::theMenuHasItsNamesAndIcons()
+{
+    QStringList names;
+    for (const QAction *entry : m_icon->contextMenu()->actions()) {
+        names.append(entry->objectName());
+    }
+    QCOMPARE(names,
+             QStringList({"tavel-ai-yestermark_QAction_open", "tavel-ai-yestermark_QAction_pause",
+                          "tavel-ai-yestermark_QAction_settings", QString(),
+                          "tavel-ai-yestermark_QAction_exit"}));
+    QVERIFY(isOf(action("open")->icon(), ":/image/yestermarktrayicon.svg"));
+    QVERIFY(isOf(action("pause")->icon(), ":/image/menustartmemoryicon.svg"));
+    QVERIFY(isOf(action("settings")->icon(), ":/image/settings.svg"));
+    QVERIFY(isOf(action("exit")->icon(), ":/image/exit.svg"));
+}
+
+void TestTrayIcon::theTraysOwnIconIsAlwaysTheSame()
+{
+    for (const bool isRecording : {false, true, false}) {
+        m_tray->updateTrayIcon(isRecording);
+        QVERIFY(isOf(m_icon->icon(), ":/image/yestermarktrayicon.svg"));
+        QVERIFY(isOf(action("pause")->icon(),
+                     isRecording ? ":/image/pausememory.svg" : ":/image/menustartmemoryicon.svg"));
+        QVERIFY(!isOf(action("pause")->icon(),
+                      isRecording ? ":/image/menustartmemoryicon.svg" : ":/image/pausememory.svg"));
+    }
 }
 
 void TestTrayIcon::theLookFollowsTheState()
@@ -236,6 +274,22 @@ void TestTrayIcon::aClickMinimisesTheShownWindowAndBringsTheOthersBack()
     QTRY_COMPARE(m_view->windowState(), Qt::WindowMinimized);
     Q_EMIT m_icon->activated(QSystemTrayIcon::Trigger);
     QCOMPARE(trace.take(), QStringList("activate"));
+}
+
+void TestTrayIcon::aClickThatMinimisesPaintsTheWindowAnew()
+{
+    m_view->show();
+    QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
+    QSignalSpy frames(m_view.get(), &QQuickWindow::frameSwapped);
+    const auto isStill = [&frames] {
+        const int before = frames.count();
+        QTest::qWait(200);
+        return frames.count() == before;
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(isStill(), 10000);
+    const int before = frames.count();
+    Q_EMIT m_icon->activated(QSystemTrayIcon::Trigger); // nobody minimises it here
+    QTRY_VERIFY_WITH_TIMEOUT(frames.count() > before, 10000);
 }
 
 void TestTrayIcon::aTrayThatComesLateShowsTheIconAndItsClicks()
