@@ -64,6 +64,22 @@ ScreenShotImage DataHandler::getScreenShotImageOfDay(const QString &day,
             state().draw ? state().draw(request) : QImage()};
 }
 
+QVector<ScreenShotData> DataHandler::getOcrScreenShotData(const SearchQuery &query) const
+{
+    return state().searchTexts ? state().searchTexts(query) : QVector<ScreenShotData>();
+}
+
+QVector<ScreenShotData> DataHandler::getVisualScreenShotData(const SearchQuery &query) const
+{
+    return state().searchPictures ? state().searchPictures(query) : QVector<ScreenShotData>();
+}
+
+QImage DataHandler::getScreenShotImageFromVideo(const QString &videoName,
+                                                unsigned int frameIndexOfVideo)
+{
+    return state().decode ? state().decode(videoName, frameIndexOfVideo) : QImage();
+}
+
 bool DataHandler::deleteUserData(TimeRange range)
 {
     return state().deleteUserData ? state().deleteUserData(range) : true;
