@@ -39,7 +39,6 @@ T.Control {
     readonly property bool sliderShown: contentWidth > 0
         && (following || savedVisibleX >= 0 && savedVisibleX <= listViewWidth)
     readonly property bool following: !operateTimeAxis || isDeleteAllData
-    property bool adjusting: false // the axis moves itself: the picture follows once, at the end
 
     implicitHeight: Sizes.h(64)
     focusPolicy: Qt.StrongFocus
@@ -78,36 +77,15 @@ T.Control {
     }
 
     function hoverAt(position) {
-        var content = position - listViewLeftMargin + contentX
-        var row = isInList(position) ? flickable.indexAt(content, timeAxisHeight / 2) : -1
-        var day = row >= 0 ? flickable.dayAt(content, timeAxisHeight / 2) : null
-        var bar = day ? day.barAt(content - day.x) : -1
-        if (bar < 0) {
-            leaveBar()
-            return
-        }
-        if (flickable.hoveredRow !== row || flickable.hoveredBar !== bar)
-            leaveBar()
-        flickable.hoveredRow = row
-        flickable.hoveredBar = bar
-        globalMouseX = position
-        preImageId += 1
-        VideoInfo.showPreviewImageItem(row, bar, day.offsetInBar(bar, content - day.x), preImageId)
-        previewImgVisible = !VideoInfo.isPreviewImgEmpty()
+        hover.hoverAt(position)
     }
 
     function leaveBar() {
-        if (flickable.hoveredRow < 0)
-            return
-        flickable.hoveredRow = -1
-        flickable.hoveredBar = -1
-        hidePreview()
+        hover.leaveBar()
     }
 
-    function hidePreview() {
-        previewImgVisible = false
-        preImageId = 0
-        clearCurShowImgId()
+    function showMinPreviewImageByPos(position) {
+        hover.showMinPreviewImageByPos(position)
     }
 
     function clearCurShowImgId() {
@@ -118,7 +96,7 @@ T.Control {
     function stepIndicator(frames) {
         var content = Math.max(0, Math.min(contentWidth - 1, indicatorContentX() + frames * 8))
         if (content < contentX || content > contentX + listViewWidth)
-            scrollTo(content - listViewWidth / 2)
+            scroll.scrollTo(content - listViewWidth / 2)
         dragIndicator(content - contentX + listViewLeftMargin)
     }
 
@@ -152,16 +130,6 @@ T.Control {
         page.ocrImageId = VideoPreviewItem.videoPreviewImageSource
     }
 
-    function showMinPreviewImageByPos(position) {
-        globalMouseX = position
-        var listViewBackX = Math.min(globalMouseX - listViewLeftMargin, listViewWidth - 1)
-        var day = dayPosition(listViewBackX + contentX)
-        if (day === null)
-            return
-        VideoInfo.showPreviewImageItem(day.row, day.dayAllAppX, curShowImgId)
-        previewImgVisible = !VideoInfo.isPreviewImgEmpty()
-    }
-
     function setBigPreviewItemIconAndAppName(icon, appName) {
         bigPreviewItemIconSource = icon
         bigPreviewItemAppName = appName
@@ -193,144 +161,52 @@ T.Control {
         clickImageFlickableContentX = indicatorContentX()
     }
 
-    function getIndicatorX() {
-        return Math.min(contentWidth, listViewWidth) + listViewLeftMargin - upIndicator.width / 2
-    }
-
-    function updateContentXAndIndicator() {
-        if (!following)
-            return
-        upIndicator.x = getIndicatorX()
-        contentX = Math.max(0, flickableMaxContentX)
-    }
-
-    function getBigPreviewImage() {
-        if (!following || listViewWidth <= 0)
-            return
-        curShowImgId += 1
-        var centre = indicatorContentX()
-        showCurShowImageAt(centre === contentWidth ? centre - 1 : centre) // the list ends one short
-    }
-
-    function followNewest() {
-        if (adjusting || listViewWidth <= 0)
-            return
-        adjusting = true
-        updateContentXAndIndicator()
-        adjusting = false
-        getBigPreviewImage()
-    }
-
-    // The list takes up changes of its model late; the newest frame is shown at once.
-    function takeUpModel() {
-        adjusting = true
-        flickable.layOut()
-        adjusting = false
-        followNewest()
-    }
-
-    function keepIndicatorOnFrame() {
-        var tmpX = clickImageFlickableContentX - contentX
-        if (tmpX < 0 || tmpX > listViewWidth)
-            return
-        globalMouseX = tmpX + listViewLeftMargin
-        updateIndicatorX()
-    }
-
-    function placeIndicator() {
-        if (following)
-            updateContentXAndIndicator()
-        else
-            keepIndicatorOnFrame()
-    }
-
-    // Scrolling
-
-    function scrollTo(target) {
-        contentX = Math.max(0, Math.min(target, flickableMaxContentX))
-    }
-
-    // Older days come in on the left; what the eye rests on stays where it is.
-    function showPreDayAppData() {
-        var before = contentWidth
-        adjusting = true
-        VideoInfo.showPreDayAppData()
-        flickable.layOut()
-        var added = contentWidth - before
-        clickImageFlickableContentX += added
-        contentX += added
-        adjusting = false
-    }
+    // Moving
 
     function wheelTimeAxis(delta) {
-        if (delta > 0)
-            moveBack(moveSpace, listViewWidth)
-        else if (delta < 0)
-            scrollTo(contentX + moveSpace)
+        scroll.wheelTimeAxis(delta)
     }
 
     function lastPage() {
-        moveBack(listViewWidth, 2 * listViewWidth)
+        scroll.lastPage()
     }
 
     function nextPage() {
-        scrollTo(contentX + listViewWidth)
+        scroll.nextPage()
     }
-
-    function moveBack(distance, reserve) {
-        if (contentX - distance < 0) {
-            contentX = 0
-            return
-        }
-        contentX -= distance
-        if (contentX < reserve)
-            showPreDayAppData()
-    }
-
-    // Jump to a frame of a day
 
     function setListViewContentXByImageInfo(dateIndex, frameLengthOfDay) {
         operatingTimeAxis()
-        setFlickableContentX(frameLengthOfDay + getPreviousDayAppWidth(dateIndex))
+        scroll.setFlickableContentX(frameLengthOfDay + getPreviousDayAppWidth(dateIndex))
     }
 
     function getPreviousDayAppWidth(dateIndex) {
-        var sum = 0
-        for (var row = flickable.indexAt(0, 0); row !== -1; row = flickable.indexAt(sum, 0)) {
-            var day = flickable.dayAt(sum, 0)
-            if (row === dateIndex)
-                return sum + day.dateNameBackWidth
-            sum += day.width
-        }
-        return sum
+        return scroll.getPreviousDayAppWidth(dateIndex)
     }
 
-    function setFlickableContentX(x) {
-        var mid = x - listViewWidth / 2
-        contentX = Math.max(0, Math.min(mid, flickableMaxContentX))
-        moveIndicator(x - contentX)
-        saveClickImageContentX()
+    onContentXChanged: growth.contentMoved()
+    onFlickableMaxContentXChanged: growth.contentGrew()
+    onListViewWidthChanged: growth.placeIndicator()
+    onListViewLeftMarginChanged: growth.placeIndicator()
+    Component.onCompleted: growth.takeUpModel()
+
+    AxisHover {
+        id: hover
+        axis: root
+        days: flickable
     }
 
-    onContentXChanged: {
-        if (!following)
-            keepIndicatorOnFrame()
-        else if (!adjusting)
-            getBigPreviewImage()
+    AxisGrowth {
+        id: growth
+        axis: root
+        days: flickable
     }
-    onFlickableMaxContentXChanged: {
-        if (following)
-            followNewest()
-        else if (!adjusting && contentX > Math.max(0, flickableMaxContentX))
-            scrollTo(flickableMaxContentX)
-    }
-    onListViewWidthChanged: placeIndicator()
-    onListViewLeftMarginChanged: placeIndicator()
-    Component.onCompleted: takeUpModel()
 
-    Connections {
-        target: VideoInfo
-        function onDayAppModelChanged() { root.takeUpModel() }
+    AxisScroll {
+        id: scroll
+        axis: root
+        days: flickable
+        follower: growth
     }
 
     Keys.onLeftPressed: wheelTimeAxis(1)
@@ -391,8 +267,8 @@ T.Control {
         barHeight: root.timeAxisHeight
         onDragged: root.dragIndicator(position)
         onPillEntered: root.showMinPreviewImageByPos(position)
-        onPillLeft: root.hidePreview()
-        upIndicator.onWidthChanged: root.placeIndicator()
+        onPillLeft: hover.hidePreview()
+        upIndicator.onWidthChanged: growth.placeIndicator()
         onStepped: root.stepIndicator(frames)
     }
 

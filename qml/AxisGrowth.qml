@@ -1,0 +1,83 @@
+// What the axis does when its content or its place changes: until the user operates it, it follows
+// the newest frame; afterwards the slider stays on the frame that it was put on.
+import QtQuick 2.12
+
+QtObject {
+    id: root
+
+    property Item axis
+    property Item days
+    property bool adjusting: false // the axis moves itself: the picture follows once, at the end
+
+    function getIndicatorX() {
+        return Math.min(axis.contentWidth, axis.listViewWidth) + axis.listViewLeftMargin
+            - axis.upIndicator.width / 2
+    }
+
+    function updateContentXAndIndicator() {
+        if (!axis.following)
+            return
+        axis.upIndicator.x = getIndicatorX()
+        axis.contentX = Math.max(0, axis.flickableMaxContentX)
+    }
+
+    function getBigPreviewImage() {
+        if (!axis.following || axis.listViewWidth <= 0)
+            return
+        axis.curShowImgId += 1
+        var centre = axis.indicatorContentX()
+        // The list ends one short.
+        axis.showCurShowImageAt(centre === axis.contentWidth ? centre - 1 : centre)
+    }
+
+    function followNewest() {
+        if (adjusting || axis.listViewWidth <= 0)
+            return
+        adjusting = true
+        updateContentXAndIndicator()
+        adjusting = false
+        getBigPreviewImage()
+    }
+
+    // The list takes up changes of its model late; the newest frame is shown at once.
+    function takeUpModel() {
+        adjusting = true
+        days.layOut()
+        adjusting = false
+        followNewest()
+    }
+
+    function keepIndicatorOnFrame() {
+        var tmpX = axis.clickImageFlickableContentX - axis.contentX
+        if (tmpX < 0 || tmpX > axis.listViewWidth)
+            return
+        axis.globalMouseX = tmpX + axis.listViewLeftMargin
+        axis.updateIndicatorX()
+    }
+
+    function placeIndicator() {
+        if (axis.following)
+            updateContentXAndIndicator()
+        else
+            keepIndicatorOnFrame()
+    }
+
+    function contentMoved() {
+        if (!axis.following)
+            keepIndicatorOnFrame()
+        else if (!adjusting)
+            getBigPreviewImage()
+    }
+
+    function contentGrew() {
+        if (axis.following)
+            followNewest()
+        else if (!adjusting && axis.contentX > Math.max(0, axis.flickableMaxContentX))
+            axis.contentX = Math.max(0, axis.flickableMaxContentX)
+    }
+
+    property Connections changes: Connections {
+        target: VideoInfo
+        function onDayAppModelChanged() { root.takeUpModel() }
+    }
+}
