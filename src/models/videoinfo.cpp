@@ -52,6 +52,7 @@ void VideoInfo::saveStartAndEndDate()
 
 void VideoInfo::initSignals()
 {
+    connectRegionText();
     connectLiveGrowth();
     connect(m_dateTimeFormatter, &DateTimeFormatter::hourSystemChanged, this, [this] {
         Q_EMIT m_videoPreviewItem->previewImageDateChanged();
@@ -145,11 +146,6 @@ void VideoInfo::clearSearchResult()
 {
     setTextMatchResultModel({});
     setImageMatchResultModel({});
-}
-
-void VideoInfo::clearRecognizingTextResult()
-{
-    setPreviewImageTextModel({});
 }
 
 bool VideoInfo::clearUserData(int timeRange)

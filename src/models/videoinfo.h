@@ -10,6 +10,7 @@
 #include "models/videopreviewmodel.h"
 
 #include <QAbstractListModel>
+#include <QImage>
 #include <QObject>
 #include <QString>
 
@@ -56,6 +57,10 @@ public:
     void setImageMatchResultModel(const QList<VideoPreviewImageItem> &items);
     void setPreviewImageTextModel(const QVector<OCRTextData> &textData);
 
+    /// The picture that a page means by @p type: 1 the large one, 2 and 3 that of a text hit and of
+    /// an image hit, whose source is @p imageId. Null for any other type.
+    QImage getOcrImage(int type, const QString &imageId);
+
     /// Loads older days onto the axis until they are wider than two screens or none is left. A day
     /// without frames is a warning on the log and no row.
     Q_INVOKABLE void showPreDayAppData();
@@ -69,6 +74,13 @@ public:
     Q_INVOKABLE void showPreviewImageItem(int dateIndex, int dayAppTimeAxisX, int imageId);
     Q_INVOKABLE void showCurShowImageItem(int dateIndex, int dayAppTimeAxisX, int imageId);
 
+    /// Reads the text between two corners of a picture, in its pixels, cut off to whole ones; see
+    /// getOcrImage() for the first two. Events go on being handled, so that it can be cancelled;
+    /// when it returns the text model has been filled.
+    Q_INVOKABLE void recognizingTextInImage(int type, const QString &imageId, float startx,
+                                            float starty, float endx, float endy,
+                                            const QString &taskID);
+    Q_INVOKABLE void cancelRecognizeTextInImage(const QString &taskID);
     Q_INVOKABLE void clearRecognizingTextResult();
 
     /// Empties the axis, then deletes; @p timeRange is a number of TimeRange. False if that failed.
@@ -111,6 +123,7 @@ Q_SIGNALS:
     void imageMatchResultModelChanged();
     void videoPreviewImageSourceChanged();
     void startMemoryScreen();
+    void screenshotOCRTextDataReady();
     void dayAppModelChanged();
     void maxOccupiedSpaceChanged(int maxSize);
     void quitYestermark();
@@ -120,6 +133,7 @@ Q_SIGNALS:
     void calledAdjustSystemTime();
 
 private:
+    void connectRegionText();
     void connectLiveGrowth();
     void showPreview(const VideoPreviewImageItem &item);
 

@@ -5,6 +5,7 @@
 // pictures on show; days and frames come through DataHandler alone.
 // Owner: the backend, as its parent. Thread: main, which blocks while a frame is decoded.
 
+#include "ai/ocrmodule.h"
 #include "database/videopreviewimageitem.h"
 #include "models/appiteminfo.h"
 
@@ -13,6 +14,7 @@
 #include <QMap>
 #include <QObject>
 #include <QString>
+#include <QVector>
 
 #include <optional>
 
@@ -91,11 +93,20 @@ public:
     QImage getPreviewImage() const { return m_previewImage; }
     QImage getCurShowImage() const { return m_curShowImage; }
 
+    /// Reads the text of a part of a picture and emits it. Blocks in a nested event loop until the
+    /// result or a cancel is there.
+    void requestOcrResult(const OCRTask &task);
+
+    /// Ends the wait for the task of this ID; a warning where there is none.
+    void cancelRecognizeTextInImage(const QString &taskID);
+
     /// Forgets the loaded days, whatever the range, and deletes that range. False, with nothing
     /// changed, above the last TimeRange, and if the deletion fails.
     bool clearUserData(int timeRange);
 
 Q_SIGNALS:
+    /// A part of a picture was read; no lines also for a failure and for a cancel.
+    void screenshotOCRTextDataReady(QVector<OCRTextData> textData);
     /// The last run of the last loaded day has this many pixels now.
     void updateAppLength(int length);
     /// Today has a further run.
@@ -120,6 +131,7 @@ private:
     QImage m_previewImage;
     QImage m_curShowImage;
     DataHandler *m_dataHandler;
+    OcrModule m_ocrModule;
     int m_screenWidth; ///< of the primary screen at the start
     int m_framePixelWidth = 8;
     int m_appSpacing = 8; ///< the pages' space between two bars
