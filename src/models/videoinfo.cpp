@@ -42,7 +42,10 @@ VideoInfo::VideoInfo(VideoImageProvider *imageProvider, VideoReader *videoReader
     initGsettings();
 }
 
-VideoInfo::~VideoInfo() = default;
+VideoInfo::~VideoInfo()
+{
+    deleteSearchThread();
+}
 
 void VideoInfo::saveStartAndEndDate()
 {
@@ -53,6 +56,7 @@ void VideoInfo::saveStartAndEndDate()
 void VideoInfo::initSignals()
 {
     connectRegionText();
+    connectHits();
     connectLiveGrowth();
     connect(m_dateTimeFormatter, &DateTimeFormatter::hourSystemChanged, this, [this] {
         Q_EMIT m_videoPreviewItem->previewImageDateChanged();

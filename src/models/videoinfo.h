@@ -1,7 +1,8 @@
 #pragma once
 // The one object through which the pages reach the program: the models that they list, what they
 // ask of VideoReader, the settings that they edit and what they open on the desktop.
-// Owner: the backend, as its parent; the pages know it as "VideoInfo". Thread: main.
+// Owner: the backend, as its parent; the pages know it as "VideoInfo". Thread: main, beside
+// which one search at a time has a thread of its own.
 
 #include "ai/ocrtextdata.h"
 #include "database/videopreviewimageitem.h"
@@ -14,9 +15,13 @@
 #include <QObject>
 #include <QString>
 
+#include <atomic>
+#include <functional>
+
 class ConfigManager;
 class DateTimeFormatter;
 class QGSettings;
+class QThread;
 class VideoImageProvider;
 class VideoPreviewItem;
 class VideoReader;
@@ -53,6 +58,9 @@ public:
     /// Empties both lists of hits.
     void clearSearchResult();
 
+    /// Stops the search that runs, if any, and waits for its thread.
+    void deleteSearchThread();
+
     void setTextMatchResultModel(const QList<VideoPreviewImageItem> &items);
     void setImageMatchResultModel(const QList<VideoPreviewImageItem> &items);
     void setPreviewImageTextModel(const QVector<OCRTextData> &textData);
@@ -81,6 +89,19 @@ public:
                                             float starty, float endx, float endy,
                                             const QString &taskID);
     Q_INVOKABLE void cancelRecognizeTextInImage(const QString &taskID);
+
+    // A search in texts and in pictures. Both lists of hits are looked up, then the one that the
+    // name says is shown, hit by hit. Beginning one ends the one before and empties both models; an
+    // empty text does only that.
+
+    Q_INVOKABLE void continueShowTextSearchResult(const QString &text);
+    Q_INVOKABLE void continueShowImageSearchResult(const QString &text);
+    Q_INVOKABLE void showTextSearchResult(const QString &text);
+    Q_INVOKABLE void showImageSearchResult(const QString &text);
+    Q_INVOKABLE void clearSearchTaskAndResult();
+    /// Stops the search and keeps what is shown; needed before one is continued.
+    Q_INVOKABLE void clearSearchTask();
+
     Q_INVOKABLE void clearRecognizingTextResult();
 
     /// Empties the axis, then deletes; @p timeRange is a number of TimeRange. False if that failed.
@@ -121,6 +142,9 @@ public:
 Q_SIGNALS:
     void textMatchResultModelChanged();
     void imageMatchResultModelChanged();
+    /// The search found nothing in pictures, or in texts.
+    void imageSearchResultIsEmpty();
+    void textSearchResultIsEmpty();
     void videoPreviewImageSourceChanged();
     void startMemoryScreen();
     void screenshotOCRTextDataReady();
@@ -134,9 +158,20 @@ Q_SIGNALS:
 
 private:
     void connectRegionText();
+    struct SearchKind;
+
+    void connectHits();
+    void startSearchThread(const std::function<void()> &body);
+    void startSearch(const QString &text, const SearchKind &first, const SearchKind &second);
+    void continueSearch(const QString &text, const SearchKind &first, const SearchKind &second);
+    bool countHits(const QString &text, const SearchKind &kind);
+    bool countBothHits(const QString &text, const SearchKind &first, const SearchKind &second);
     void connectLiveGrowth();
     void showPreview(const VideoPreviewImageItem &item);
 
+    QThread *m_searchThread = nullptr;        ///< the search of the moment, running or at its end
+    std::atomic<bool> m_areHitsCounted{true}; ///< no: the last search was stopped before
+    std::atomic<int> m_clearedSearches{0};    ///< tells a notice under way that it comes too late
     VideoReader *m_videoReader;
     VideoPreviewItem *m_videoPreviewItem;
     VideoPreviewModel m_textMatchResultModel;

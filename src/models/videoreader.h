@@ -1,11 +1,14 @@
 #pragma once
 // The geometry of the time axis, both ways: which frame lies under a pixel of a day, and where on
 // the axis a frame lies. A frame is 8 pixels wide; a day is a row of bars, one a run of one
-// application, with 8 pixels between them. It keeps the runs of the days loaded so far and the two
-// pictures on show; days and frames come through DataHandler alone.
-// Owner: the backend, as its parent. Thread: main, which blocks while a frame is decoded.
+// application, with 8 pixels between them. It keeps the runs of the days loaded so far, the two
+// pictures on show, and the hits of the last search with their pictures; days, frames and hits come
+// through DataHandler alone.
+// Owner: the backend, as its parent. Thread: main, which blocks while a frame is decoded; what is
+// marked so runs on the thread of a search, one at a time.
 
 #include "ai/ocrmodule.h"
+#include "database/screenshotdata.h"
 #include "database/videopreviewimageitem.h"
 #include "models/appiteminfo.h"
 
@@ -16,6 +19,7 @@
 #include <QString>
 #include <QVector>
 
+#include <atomic>
 #include <optional>
 
 class DataHandler;
@@ -93,6 +97,30 @@ public:
     QImage getPreviewImage() const { return m_previewImage; }
     QImage getCurShowImage() const { return m_curShowImage; }
 
+    // On the thread of a search: what matches a text becomes the list of hits, of which these give
+    // the length. Asking that thread to stop ends them early, with a shorter list.
+
+    int getTextSearchResultCount(const QString &text);
+    int getImageSearchResultCount(const QString &text);
+    int getSearchResultCount(const QString &text);
+
+    // On the thread of a search: decodes hits from number @p start on, one after the other, and
+    // signals each on the reader's own thread. 36 from the beginning, 12 from beyond; ends between
+    // two hits when its thread is asked to stop.
+
+    void getTextSearchResult(int start);
+    void getImageSearchResult(int start);
+
+    /// What has been decoded and not signalled yet never will be. Only while no search runs.
+    void dropUndeliveredHits();
+
+    // The picture of a signalled hit, by the last part of its source. Null with a warning for any
+    // other id. Pictures are kept for the session; a later batch takes the place of the one before
+    // the last.
+
+    QImage getTextSearchResultImage(const QString &id) const;
+    QImage getImageSearchResultImage(const QString &id) const;
+
     /// Reads the text of a part of a picture and emits it. Blocks in a nested event loop until the
     /// result or a cancel is there.
     void requestOcrResult(const OCRTask &task);
@@ -105,6 +133,9 @@ public:
     bool clearUserData(int timeRange);
 
 Q_SIGNALS:
+    /// A further hit can be shown: its picture is there.
+    void resetTextSearchModel(VideoPreviewImageItem item);
+    void resetImageSearchModel(VideoPreviewImageItem item);
     /// A part of a picture was read; no lines also for a failure and for a cancel.
     void screenshotOCRTextDataReady(QVector<OCRTextData> textData);
     /// The last run of the last loaded day has this many pixels now.
@@ -115,6 +146,9 @@ Q_SIGNALS:
     void addDayAppItem(AppItemInfo appItem);
 
 private:
+    struct HitList;
+    struct DecodedHit;
+
     using Day = QMap<QString, QList<AppItemInfo>>::const_iterator;
 
     AppItemInfo appItemInfo(const QString &desktopEntry, int timeLength) const;
@@ -126,13 +160,23 @@ private:
     VideoPreviewImageItem showNoPreview();
     VideoPreviewImageItem showFrame(const QString &day, int frameNumber, const QString &source,
                                     QImage *image) const;
+    void streamHits(const HitList &list, int start);
+    void deliverHit(const HitList &list, const DecodedHit &decoded);
+    QImage imageOfHit(const HitList &list, const QString &id) const;
 
     QMap<QString, QList<AppItemInfo>> m_dayAppItems; ///< by day, so in their order
     QImage m_previewImage;
     QImage m_curShowImage;
+    QMap<QString, QImage> m_textSearchImages; ///< by the last part of a hit's source
+    QMap<QString, QImage> m_imageSearchImages;
     DataHandler *m_dataHandler;
     OcrModule m_ocrModule;
-    int m_screenWidth; ///< of the primary screen at the start
+    // The search's thread alone; the next one begins after it has ended.
+    QString m_searchGeneration = QStringLiteral("one"); ///< "one" or "two", another each batch
+    QVector<ScreenShotData> m_textSearchResults;
+    QVector<ScreenShotData> m_imageSearchResults;
+    std::atomic<int> m_droppedSearches{0}; ///< tells what is under way from what was dropped
+    int m_screenWidth;                     ///< of the primary screen at the start
     int m_framePixelWidth = 8;
     int m_appSpacing = 8; ///< the pages' space between two bars
     QString m_localizedNameKey;
