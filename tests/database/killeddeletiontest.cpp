@@ -6,8 +6,8 @@
 #include "database/datahandler.h"
 #include "database/fileremoval.h"
 #include "database/storedhistory.h"
+#include "history/historychecker.h"
 #include "support/fakeclock.h"
-#include "support/historychecker.h"
 
 #include <QDir>
 #include <QGuiApplication>

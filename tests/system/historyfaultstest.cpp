@@ -3,8 +3,8 @@
 // damaged.
 
 #include "capture/capturefixture.h"
+#include "history/historychecker.h"
 #include "support/fakeclock.h"
-#include "support/historychecker.h"
 #include "system/recorderrun.h"
 
 #include <QFile>

@@ -4,8 +4,8 @@
 // before vectors. Deleting the same again ends it.
 
 #include "capture/capturefixture.h"
+#include "history/historychecker.h"
 #include "support/fakeclock.h"
-#include "support/historychecker.h"
 #include "system/recorderrun.h"
 
 #include <QDir>

@@ -4,7 +4,7 @@
 //   --deep     decode every video
 //   --all      also the irregularities that are as they should be
 
-#include "support/historychecker.h"
+#include "history/historychecker.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

@@ -3,8 +3,8 @@
 
 #include "historyworld.h"
 
+#include "history/historychecker.h"
 #include "support/fakeclock.h"
-#include "support/historychecker.h"
 
 #include <QDir>
 #include <QFile>

@@ -3,9 +3,9 @@
 #include "support/yearstore.h"
 
 #include "database/ocrscreenshotdatabase.h"
+#include "history/historychecker.h"
+#include "history/readonlydatabase.h"
 #include "support/fakeclock.h"
-#include "support/history/readonlydatabase.h"
-#include "support/historychecker.h"
 
 #include <QCryptographicHash>
 #include <QDir>

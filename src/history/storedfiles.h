@@ -2,7 +2,7 @@
 // The files of a history below one root: which videos, safety copies and left-overs there are.
 // Plain values, filled by one walk. Any thread.
 
-#include "support/history/findings.h"
+#include "history/findings.h"
 
 #include <QMap>
 #include <QSet>

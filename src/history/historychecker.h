@@ -1,9 +1,9 @@
 #pragma once
 // Compares the files, rows and vectors that the program has stored below a home directory, and
 // tells every disagreement between them that neither its rules nor a kill at any moment explain.
-// Reads only. Owner: a test, or the tool historycheck. Any thread.
+// Reads only. Owner: whoever asks, on its stack. Any thread.
 
-#include "support/history/findings.h"
+#include "history/findings.h"
 
 namespace HistoryChecker
 {

@@ -1,6 +1,6 @@
-#include "support/history/storedrows.h"
+#include "history/storedrows.h"
 
-#include "support/history/readonlydatabase.h"
+#include "history/readonlydatabase.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -1,8 +1,8 @@
-#include "support/historychecker.h"
+#include "history/historychecker.h"
 
-#include "support/history/numbering.h"
-#include "support/history/storedfiles.h"
-#include "support/history/storedrows.h"
+#include "history/numbering.h"
+#include "history/storedfiles.h"
+#include "history/storedrows.h"
 #include "video/storedvideo.h"
 
 #include <QDateTime>

@@ -1,4 +1,4 @@
-#include "support/history/numbering.h"
+#include "history/numbering.h"
 
 #include <QDateTime>
 #include <QHash>

@@ -1,4 +1,4 @@
-#include "support/history/findings.h"
+#include "history/findings.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "support/history/storedfiles.h"
+#include "history/storedfiles.h"
 
 #include "video/storedvideo.h"
 

@@ -2,8 +2,8 @@
 // Whether the numbers of frames in their videos and days are those that a recorder gives. Plain
 // functions. Any thread.
 
-#include "support/history/storedfiles.h"
-#include "support/history/storedrows.h"
+#include "history/storedfiles.h"
+#include "history/storedrows.h"
 
 namespace HistoryChecker
 {

@@ -1,4 +1,4 @@
-#include "support/history/readonlydatabase.h"
+#include "history/readonlydatabase.h"
 
 #include <QFile>
 #include <QUrl>

@@ -2,7 +2,7 @@
 // The rows of a history below one root, without their texts, and the vectors' names and times.
 // Nothing is changed: a file that a kill left with a journal is read in a copy. Any thread.
 
-#include "support/history/findings.h"
+#include "history/findings.h"
 
 #include <QSet>
 
