@@ -307,6 +307,13 @@ void DatabaseFaultsTest::aDirectoryThatMayNotBeWrittenFailsUntilItMay()
     m_log->clear();
     QVERIFY(!store.saveScreenshotData(numberedFrame(2)));
     QCOMPARE(m_log->count(QtDebugMsg, STEP_FAILED), 1);
+    const qint64 noon = TestStore::at(QStringLiteral("2024-03-15 12:00:00"));
+    QVERIFY(!store.deleteOcrDatabase(noon - 86400, noon));
+    QCOMPARE(m_log->count(QtDebugMsg, STEP_FAILED), 2);
+    ScreenShotData read = numberedFrame(1);
+    read.ocrText = QStringLiteral("recognised");
+    QVERIFY(!store.updateScreenshotOCRText(read));
+    QCOMPARE(m_log->count(QtDebugMsg, QStringLiteral("Error executing update statement: ")), 1);
     QCOMPARE(store.getFrameNumOfDay(DAY), 1U);
     QVERIFY(
         QFile::setPermissions(directory, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));

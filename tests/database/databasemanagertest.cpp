@@ -22,6 +22,12 @@ namespace
 constexpr char TIMES[] =
     "SELECT datetime(real_time, 'unixepoch', 'localtime') FROM screenshots ORDER BY id;";
 const QString DAY = QStringLiteral("2024-03-31");
+
+/// What the vectors from @p start to @p end are asked for with.
+QString filterOf(qint64 start, qint64 end)
+{
+    return QStringLiteral("%1 <= realTime && realTime <= %2").arg(start).arg(end);
+}
 } // namespace
 
 class DatabaseManagerTest : public QObject
@@ -50,6 +56,8 @@ private Q_SLOTS:
     void aFrameIsSavedAndItsTextFilledIn();
     void aSpanEndsNowAndExcludesItsStart_data();
     void aSpanEndsNowAndExcludesItsStart();
+    void spansAreCountedInDaysOfTheCalendar_data();
+    void spansAreCountedInDaysOfTheCalendar();
     void allTimeRemovesEveryMonthFile();
     void aNumberThatIsNoRangeDeletesNothing_data();
     void aNumberThatIsNoRangeDeletesNothing();
@@ -69,6 +77,9 @@ private:
     {
         return query(m_home.monthFile(QString::fromLatin1(month)), TIMES);
     }
+
+    /// Of the last deletion of vectors.
+    QString vectorFilter() const { return QString::fromStdString(m_vectors->lastFilter()); }
 
     TestStore::Home m_home;
     std::shared_ptr<VectorDB::FakeDatabase> m_vectors = std::make_shared<VectorDB::FakeDatabase>();
@@ -114,13 +125,35 @@ void DatabaseManagerTest::aSpanEndsNowAndExcludesItsStart()
     for (const ScreenShotData &data : {kept, deleted, present, future}) {
         QVERIFY(m_manager->saveScreenShotData(data));
     }
-    FakeClock::set(QDateTime(QDate(2024, 3, 31), QTime(12, 0))); // the second, whatever was spent
+    FakeClock::freeze(QDateTime(QDate(2024, 3, 31), QTime(12, 0))); // whatever was spent
     QVERIFY(m_manager->deleteUserData(static_cast<TimeRange>(range)));
     QStringList left = times("2024-03");
     if (start.startsWith(QLatin1String("2024-02"))) {
         left = times("2024-02") + left;
     }
     QCOMPARE(left, (QStringList{start, QStringLiteral("2024-03-31 12:10:00")}));
+    QCOMPARE(vectorFilter(), filterOf(at(start), at("2024-03-31 12:00:00")));
+}
+
+void DatabaseManagerTest::spansAreCountedInDaysOfTheCalendar_data()
+{
+    QTest::addColumn<int>("range");
+    QTest::addColumn<QString>("start");
+    QTest::newRow("day") << int(LastDay) << "2024-03-30 12:00:00";
+    QTest::newRow("week") << int(LastWeek) << "2024-03-24 12:00:00";
+    QTest::newRow("month") << int(LastMonth) << "2024-02-29 12:00:00";
+    QTest::newRow("an hour is one of the clock") << int(LastHour) << "2024-03-31 11:00:00";
+}
+
+/// In the night before, the clock went forward: the day has 23 hours.
+void DatabaseManagerTest::spansAreCountedInDaysOfTheCalendar()
+{
+    QFETCH(int, range);
+    QFETCH(QString, start);
+    const TestStore::Zone zone("CET-1CEST,M3.5.0,M10.5.0/3");
+    FakeClock::freeze(QDateTime(QDate(2024, 3, 31), QTime(12, 0)));
+    QVERIFY(m_manager->deleteUserData(static_cast<TimeRange>(range)));
+    QCOMPARE(vectorFilter(), filterOf(at(start), at("2024-03-31 12:00:00")));
 }
 
 void DatabaseManagerTest::allTimeRemovesEveryMonthFile()
@@ -128,10 +161,12 @@ void DatabaseManagerTest::allTimeRemovesEveryMonthFile()
     QVERIFY(m_manager->saveScreenShotData(frame("2024-02-10 10:00:00")));
     QVERIFY(m_manager->saveScreenShotData(frame("2024-03-31 10:00:00")));
     QVERIFY(m_manager->saveScreenShotData(frame("2024-05-01 10:00:00"))); // of the future, too
+    FakeClock::freeze(QDateTime(QDate(2024, 3, 31), QTime(12, 0)));
     QVERIFY(m_manager->deleteUserData(AllTime));
     QCOMPARE(QDir(m_home.databaseDirectory()).entryList(QDir::Files),
              QStringList{QStringLiteral("2024-03.db")});
     QCOMPARE(times("2024-03"), QStringList());
+    QCOMPARE(vectorFilter(), filterOf(0, at("2024-03-31 12:00:00")));
 }
 
 void DatabaseManagerTest::aNumberThatIsNoRangeDeletesNothing_data()
@@ -146,8 +181,10 @@ void DatabaseManagerTest::aNumberThatIsNoRangeDeletesNothing()
 {
     QFETCH(int, range);
     QVERIFY(m_manager->saveScreenShotData(frame("2024-03-31 11:59:00")));
+    const int before = m_vectors->count("Delete");
     QVERIFY(!m_manager->deleteUserData(static_cast<TimeRange>(range)));
     QCOMPARE(times("2024-03").size(), 1);
+    QCOMPARE(m_vectors->count("Delete"), before);
 }
 
 void DatabaseManagerTest::aFailedDeletionWarns()
@@ -163,10 +200,7 @@ void DatabaseManagerTest::vectorsOfASpanGoAfterItsRows()
     QVERIFY(m_manager->saveScreenShotData(frame("2024-03-31 11:00:00")));
     QVERIFY(m_manager->deleteDatabase(at("2024-03-31 10:00:00"), at("2024-03-31 11:00:00")));
     QCOMPARE(times("2024-03"), QStringList());
-    QCOMPARE(QString::fromStdString(m_vectors->lastFilter()),
-             QStringLiteral("%1 <= realTime && realTime <= %2")
-                 .arg(at("2024-03-31 10:00:00"))
-                 .arg(at("2024-03-31 11:00:00")));
+    QCOMPARE(vectorFilter(), filterOf(at("2024-03-31 10:00:00"), at("2024-03-31 11:00:00")));
 }
 
 void DatabaseManagerTest::whenRowsCannotBeDeletedTheirVectorsStay()
@@ -207,6 +241,8 @@ void DatabaseManagerTest::aDayIsDeletedFromItsFirstToItsLastSecond()
     // The first second of the day is the excluded start.
     QCOMPARE(times("2024-03"),
              (QStringList{"2024-03-29 23:59:59", "2024-03-30 00:00:00", "2024-03-31 00:00:00"}));
+    // The vectors' one is included.
+    QCOMPARE(vectorFilter(), filterOf(at("2024-03-30 00:00:00"), at("2024-03-30 23:59:59")));
 }
 
 void DatabaseManagerTest::whatIsNoDayIsRefused_data()
@@ -222,6 +258,7 @@ void DatabaseManagerTest::whatIsNoDayIsRefused()
 {
     QFETCH(QString, day);
     QVERIFY(m_manager->saveScreenShotData(frame("2024-02-29 10:00:00")));
+    const int before = m_vectors->count("Delete");
     LogCapture log;
     QVERIFY(m_manager->getAppListOfDay(day).isEmpty());
     QCOMPARE(m_manager->getFrameNumOfDay(day), 0U);
@@ -235,6 +272,7 @@ void DatabaseManagerTest::whatIsNoDayIsRefused()
     }
     QCOMPARE(log.texts(QtWarningMsg), lines);
     QCOMPARE(times("2024-02").size(), 1);
+    QCOMPARE(m_vectors->count("Delete"), before);
 }
 
 void DatabaseManagerTest::aDaysReadsAreForwarded()

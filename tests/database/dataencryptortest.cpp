@@ -85,7 +85,7 @@ private Q_SLOTS:
 private:
     struct Decision {
         QString answer;
-        QStringList warnings; ///< each line of the log that is one
+        QStringList warnings; ///< what the log says of boxes, each line behind its level
         QStringList runs;     ///< of the tool, with the arguments
     };
     Decision ask(const QString &question, const QByteArray &script, bool isEnabled = true,
@@ -118,6 +118,7 @@ DataEncryptorTest::Decision DataEncryptorTest::ask(const QString &question,
     environment.insert(QStringLiteral("HOME"), home);
     environment.insert(QStringLiteral("VAULTSM_FAKE"), scriptFile.fileName());
     environment.insert(QStringLiteral("VAULTSM_FAKE_LOG"), log);
+    environment.insert(QStringLiteral("QT_MESSAGE_PATTERN"), QStringLiteral("%{type}: %{message}"));
     process.setProcessEnvironment(environment);
     process.setWorkingDirectory(home);
     const QStringList arguments{QStringLiteral("--decide"), QString::number(isEnabled ? 1 : 0),
@@ -298,8 +299,8 @@ void DataEncryptorTest::withoutSupportTheToolIsNeverRun()
     QCOMPARE(decision.answer, QStringLiteral("no"));
     QCOMPARE(decision.runs, QStringList());
     QCOMPARE(decision.warnings,
-             QStringList{QStringLiteral("safebox not supported in this system. running with no "
-                                        "encryption.")});
+             QStringList{QStringLiteral("warning: safebox not supported in this system. running "
+                                        "with no encryption.")});
     QCOMPARE(ask(QStringLiteral("supported"), QByteArray(), false).answer, QStringLiteral("no"));
 }
 
@@ -329,8 +330,8 @@ void DataEncryptorTest::aBoxThatCannotBeMadeLeadsToPlainStorage()
     SKIP_WITHOUT_TOOL()
     const Decision decision = ask(QStringLiteral("mounted"), "-i fail 1\n-c fail 3\n");
     QCOMPARE(decision.answer, QStringLiteral("no"));
-    QCOMPARE(decision.warnings,
-             QStringList{QStringLiteral("SafeBox failed to create, running without safebox")});
+    QCOMPARE(decision.warnings, QStringList{QStringLiteral(
+                                    "warning: SafeBox failed to create, running without safebox")});
     QCOMPARE(decision.runs.size(), 2); // no upgrade
 }
 
@@ -347,8 +348,8 @@ void DataEncryptorTest::aMissingToolLeadsToPlainStorage()
     SKIP_WITHOUT_TOOL()
     const Decision decision = ask(QStringLiteral("mounted"), QByteArray(), true, false);
     QCOMPARE(decision.answer, QStringLiteral("no"));
-    QCOMPARE(decision.warnings,
-             QStringList{QStringLiteral("SafeBox failed to create, running without safebox")});
+    QCOMPARE(decision.warnings, QStringList{QStringLiteral(
+                                    "warning: SafeBox failed to create, running without safebox")});
 }
 
 void DataEncryptorTest::theToolsNoiseIsNotRead()

@@ -85,6 +85,30 @@ private Q_SLOTS:
         QCOMPARE(ActiveAppInfo().frameCount, 0U);
     }
 
+    // Rows of several records are written down by position.
+    void fieldsStandInTheirOrder()
+    {
+        const ScreenShotData frame{
+            QStringLiteral("video"), 1, QStringLiteral("date"), 2, 3, QStringLiteral("entry"),
+            QStringLiteral("text")};
+        QCOMPARE(frame.videoName, QStringLiteral("video"));
+        QCOMPARE(frame.frameIndexOfVideo, 1U);
+        QCOMPARE(frame.date, QStringLiteral("date"));
+        QCOMPARE(frame.frameIndexOfDay, 2U);
+        QCOMPARE(frame.realTime, Q_INT64_C(3));
+        QCOMPARE(frame.desktopFilePath, QStringLiteral("entry"));
+        QCOMPARE(frame.ocrText, QStringLiteral("text"));
+        const SearchQuery query{QStringLiteral("text"), 1, 2, QStringLiteral("extra"), 3};
+        QCOMPARE(query.text, QStringLiteral("text"));
+        QCOMPARE(query.startTime, Q_UINT64_C(1));
+        QCOMPARE(query.endTime, Q_UINT64_C(2));
+        QCOMPARE(query.extraText, QStringLiteral("extra"));
+        QCOMPARE(query.limit, 3U);
+        const ActiveAppInfo run{QStringLiteral("entry"), 4};
+        QCOMPARE(run.desktopFilePath, QStringLiteral("entry"));
+        QCOMPARE(run.frameCount, 4U);
+    }
+
     void aFrameTravelsInAVariant()
     {
         ScreenShotData frame;

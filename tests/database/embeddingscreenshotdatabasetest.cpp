@@ -184,7 +184,7 @@ void EmbeddingScreenshotDatabaseTest::deletingFromZeroToNowRemovesEverythingSoFa
     m_log->clear();
     QVERIFY(store->deleteVectorDatabase(0, now));
     QCOMPARE(m_log->texts().size(), 1);
-    QCOMPARE(m_log->texts().first().simplified(), QStringLiteral("Successfully Delete 4 rows."));
+    QCOMPARE(m_log->texts().first(), QStringLiteral("Successfully Delete  4  rows."));
     store.reset();
     QCOMPARE(storedTimes(), std::vector<long>());
 }
@@ -213,8 +213,8 @@ void EmbeddingScreenshotDatabaseTest::aVideoNameOverFortyCharactersIsAFailedInse
     data.videoName = QString(41, QLatin1Char('v'));
     QVERIFY(!store->saveScreenShotEmbedding(embedding(), data));
     QCOMPARE(m_log->texts().size(), 1);
-    const QString line = m_log->texts().first().simplified();
-    QVERIFY2(line.startsWith(QStringLiteral("Failed to insert: 7 ")), qPrintable(line));
+    const QString line = m_log->texts().first();
+    QVERIFY2(line.startsWith(QStringLiteral("Failed to insert:   7   ")), qPrintable(line));
     store.reset();
     QCOMPARE(storedTimes(), std::vector<long>{1});
 }
@@ -241,8 +241,8 @@ void EmbeddingScreenshotDatabaseTest::aFailedConnectionIsTriedOnceAndIsFinal()
     QCOMPARE(m_log->texts(QtWarningMsg),
              (QStringList{QStringLiteral("Failed to connect milvus server, retry 0 times"),
                           QStringLiteral("Failed to connect milvus server"), final}));
-    QCOMPARE(m_log->texts(QtDebugMsg).first().simplified(),
-             QStringLiteral("Failed to connect milvus server: 14 refused by the test"));
+    QCOMPARE(m_log->texts(QtDebugMsg).first(),
+             QStringLiteral("Failed to connect milvus server:   14   refused by the test"));
     const std::vector<FakeSleep::Sleep> sleeps = FakeSleep::sleeps();
     QCOMPARE(sleeps.size(), std::size_t{1});
     QCOMPARE(sleeps.front().asked.count(), 5000);
@@ -303,8 +303,8 @@ void EmbeddingScreenshotDatabaseTest::aCollectionThatCannotBeMadeLeavesTheStoreU
     const QString final = QStringLiteral("Failed to connect to milvus vector database.");
     QTRY_VERIFY(m_log->contains(QtWarningMsg, final));
     QCOMPARE(m_log->texts(QtWarningMsg), QStringList{final});
-    QCOMPARE(m_log->texts(QtDebugMsg).first().simplified(),
-             QStringLiteral("Failed to create collection: 14 refused by the test"));
+    QCOMPARE(m_log->texts(QtDebugMsg).first(),
+             QStringLiteral("Failed to create collection:   14   refused by the test"));
     QVERIFY(!store.saveScreenShotEmbedding(embedding(), frameAt(1)));
 }
 
@@ -389,8 +389,8 @@ void EmbeddingScreenshotDatabaseTest::aRefusedInsertIsLoggedWithCodeAndMessage()
     m_fake->fail("Insert", REFUSED);
     QVERIFY(!store->saveScreenShotEmbedding(embedding(), frameAt(1)));
     QCOMPARE(m_log->texts().size(), 1);
-    QCOMPARE(m_log->texts().first().simplified(),
-             QStringLiteral("Failed to insert: 14 refused by the test"));
+    QCOMPARE(m_log->texts().first(),
+             QStringLiteral("Failed to insert:   14   refused by the test"));
 }
 
 void EmbeddingScreenshotDatabaseTest::aSaveTellsHowManyRowsWentIn()
@@ -398,7 +398,7 @@ void EmbeddingScreenshotDatabaseTest::aSaveTellsHowManyRowsWentIn()
     const auto store = connected();
     QVERIFY(store->saveScreenShotEmbedding(embedding(), frameAt(1)));
     QCOMPARE(m_log->texts().size(), 1);
-    QCOMPARE(m_log->texts().first().simplified(), QStringLiteral("Successfully insert 1 rows."));
+    QCOMPARE(m_log->texts().first(), QStringLiteral("Successfully insert  1  rows."));
 }
 
 void EmbeddingScreenshotDatabaseTest::theFilterNamesBothBounds_data()
@@ -448,9 +448,9 @@ void EmbeddingScreenshotDatabaseTest::aRefusedDeletionIsLoggedWithCodeAndMessage
     m_fake->fail("Delete", REFUSED);
     QVERIFY(!store->deleteVectorDatabase(1, 2));
     QCOMPARE(m_log->texts().size(), 1);
-    QCOMPARE(
-        m_log->texts().first().simplified(),
-        QStringLiteral("Failed to delete data from milvus vector database 14 refused by the test"));
+    QCOMPARE(m_log->texts().first(),
+             QStringLiteral(
+                 "Failed to delete data from milvus vector database   14   refused by the test"));
 }
 
 void EmbeddingScreenshotDatabaseTest::aDeletionDoesNotAskForTheConnection()
@@ -481,8 +481,8 @@ void EmbeddingScreenshotDatabaseTest::aFailedDisconnectionIsLogged()
     m_fake->fail("Disconnect", REFUSED);
     store.reset();
     QCOMPARE(m_log->texts().size(), 1);
-    QCOMPARE(m_log->texts().first().simplified(),
-             QStringLiteral("Failed to disconnect milvus server: 14 refused by the test"));
+    QCOMPARE(m_log->texts().first(),
+             QStringLiteral("Failed to disconnect milvus server:   14   refused by the test"));
 }
 
 void EmbeddingScreenshotDatabaseTest::queriesAreEmbeddedByTheProvider()

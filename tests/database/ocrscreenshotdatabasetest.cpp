@@ -50,6 +50,7 @@ private Q_SLOTS:
     void aDirectoryThatExistsKeepsItsMode();
     void columnsStandInTheOrderThatReadsRelyOn();
     void makingTheTableTwiceIsLoggedAndHarmless();
+    void anIndexThatCannotBeMadeIsLoggedAndTheTableServes();
 
     // Connections
     void aMonthIsOpenedOnce();
@@ -188,6 +189,21 @@ void OcrScreenshotDatabaseTest::makingTheTableTwiceIsLoggedAndHarmless()
     QVERIFY(m_log->contains(QtDebugMsg, QStringLiteral("table screenshots already exists")));
     QCOMPARE(m_log->texts().size(), 1); // the index is not tried
     QCOMPARE(value(march(), COUNT), QStringLiteral("1"));
+}
+
+void OcrScreenshotDatabaseTest::anIndexThatCannotBeMadeIsLoggedAndTheTableServes()
+{
+    m_home->writeFile(QStringLiteral("2024-03.db"), QByteArray());
+    query(march(), "CREATE TABLE idx_unique_screenshot (taken TEXT);"); // the index's own name
+    OcrScreenshotDatabase store;
+    QCOMPARE(m_log->texts(QtDebugMsg).size(), 2);
+    QVERIFY(m_log->texts().last().startsWith(QLatin1String("Error creating unique index:  ")));
+    QVERIFY(m_log->texts().last().contains(
+        QLatin1String("there is already a table named idx_unique_screenshot")));
+    const ScreenShotData data = frame("2024-03-15 10:00:00");
+    QVERIFY(store.saveScreenshotData(data));
+    QVERIFY(store.saveScreenshotData(data)); // nothing makes the second one a double
+    QCOMPARE(value(march(), COUNT), QStringLiteral("2"));
 }
 
 void OcrScreenshotDatabaseTest::aMonthIsOpenedOnce()
