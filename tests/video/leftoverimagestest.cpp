@@ -56,6 +56,7 @@ private Q_SLOTS:
     void cleanup() { LibraryFaults::disarm(); }
 
     void imagesBecomeAVideoInTheOrderOfTheirNames();
+    void namesAreComparedLetterByLetter();
     void imagesOfTwoVideosBecomeTwoVideosInOrder();
     void videosNameEndsAtTheFirstSuffix();
     void failureOfOneVideoDoesNotStopTheNext();
@@ -133,6 +134,15 @@ void LeftoverImagesTest::imagesBecomeAVideoInTheOrderOfTheirNames()
     sweep();
     QCOMPARE(videoNumbers(), numbersFrom(1, 12));
     QCOMPARE(imageFiles(), QStringList());
+}
+
+/// Not as a language sorts them, where "a" comes before "B".
+void LeftoverImagesTest::namesAreComparedLetterByLetter()
+{
+    QVERIFY(Pictures::numbered(2).save(path(QStringLiteral("v.mp4_a.png"))));
+    QVERIFY(Pictures::numbered(1).save(path(QStringLiteral("v.mp4_B.png"))));
+    sweep();
+    QCOMPARE(videoNumbers(), numbersFrom(1, 2));
 }
 
 void LeftoverImagesTest::imagesOfTwoVideosBecomeTwoVideosInOrder()
