@@ -7,6 +7,8 @@
 #include "support/logcapture.h"
 #include "support/pictures.h"
 
+#include <QMetaMethod>
+#include <QSignalSpy>
 #include <QTest>
 #include <QThread>
 
@@ -132,6 +134,7 @@ private Q_SLOTS:
     void initTestCase();
     void init();
 
+    void signalsAreThoseOfTheDoor();
     void thereIsOneInstance();
     void aLoneImageAndAFrameInFlightAtOnceKeepTheirOrder();
     void aLoneImagesLinesComeAsTheyAre();
@@ -144,6 +147,7 @@ private Q_SLOTS:
     void aRequestThatWasLostShiftsEveryLaterResult_data();
     void aRequestThatWasLostShiftsEveryLaterResult();
     void aResultThatNobodyAskedForIsDropped();
+    void summariesAreAskedOfNobody();
     void embeddingsAreForwarded();
     void untilTheRuntimeIsUpVectorsAreEmpty();
     void theEndDropsWhatIsStillInFlight();
@@ -160,6 +164,22 @@ void TestAIAbilityProvider::init()
 {
     CoreAiDouble::reset();
     CoreAiDouble::setReader(&readNumber);
+}
+
+void TestAIAbilityProvider::signalsAreThoseOfTheDoor()
+{
+    const QMetaObject &meta = AIAbilityProvider::staticMetaObject;
+    QList<QByteArray> signatures;
+    for (int index = meta.methodOffset(); index < meta.methodCount(); ++index) {
+        QCOMPARE(meta.method(index).methodType(), QMetaMethod::Signal);
+        signatures += meta.method(index).methodSignature();
+    }
+    QCOMPARE(signatures,
+             QList<QByteArray>({"requestImageOCRData(QImage)", "requestImageSemanticData(QImage)",
+                                "requestScreenshotOCRData(QImage,ScreenShotData&)",
+                                "imageOCRDataReady(QVector<OCRTextData>)",
+                                "imageSemanticDataReady(QString)",
+                                "screenshotOCRDataReady(ScreenShotData&)"}));
 }
 
 void TestAIAbilityProvider::thereIsOneInstance()
@@ -354,6 +374,24 @@ void TestAIAbilityProvider::aResultThatNobodyAskedForIsDropped()
     requestFrame(&provider, 1);
     QTRY_COMPARE(log.count(QtWarningMsg, QStringLiteral("OCR result without a request")), 1);
     QCOMPARE(listener.count(), 1);
+}
+
+void TestAIAbilityProvider::summariesAreAskedOfNobody()
+{
+    FreshProvider provider;
+    const Listener listener(&provider);
+    const QSignalSpy summaries(&provider, &AIAbilityProvider::imageSemanticDataReady);
+    QVERIFY(summaries.isValid());
+    QVERIFY(waitUntilReady());
+    const QStringList before = CoreAiDouble::calls();
+    const LogCapture log;
+    Q_EMIT provider.requestImageSemanticData(Pictures::numbered(1));
+    Q_EMIT provider.requestImageOCRData(Pictures::numbered(2)); // is behind it in any queue
+    QTRY_COMPARE(listener.count(), 1);
+    QCOMPARE(listener.at(0).ocrText, QStringLiteral("2"));
+    QCOMPARE(CoreAiDouble::calls().size(), before.size() + 1);
+    QCOMPARE(summaries.count(), 0);
+    QCOMPARE(log.texts(), QStringList());
 }
 
 void TestAIAbilityProvider::embeddingsAreForwarded()

@@ -61,8 +61,9 @@ void InferenceServer::answer(QTcpSocket *socket)
     const int end = received.indexOf(HEAD_END);
     {
         const QMutexLocker lock(&m_mutex);
-        m_requests.append(
-            {received.left(received.indexOf("\r\n")), received.mid(end + HEAD_END.size())});
+        const int start = received.indexOf("\r\n");
+        m_requests.append({received.left(start), received.mid(start + 2, end - start - 2),
+                           received.mid(end + HEAD_END.size())});
     }
     socket->write("HTTP/1.1 200 OK\r\nContent-Length: " +
                   QByteArray::number(m_answer.size() + m_missing) + HEAD_END + m_answer);

@@ -17,6 +17,7 @@ class InferenceServer
 public:
     struct Request {
         QByteArray start; ///< first line, such as "POST /path HTTP/1.1"
+        QByteArray head;  ///< the lines behind it
         QByteArray body;
     };
 

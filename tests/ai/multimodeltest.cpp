@@ -13,13 +13,18 @@
 #include <QJsonObject>
 #include <QTest>
 
+#include <curl/curl.h>
+#include <dlfcn.h>
+
 namespace
 {
 const QString OUTER = QStringLiteral("Failed to parse JSON");
 const QString INNER = QStringLiteral("Failed to parse nested JSON");
 // The text ends in a space, and the stream puts one more behind it.
-const QString CURL = QStringLiteral("curl_easy_perform() failed:  ");
+const QString NOT_PERFORMED = QStringLiteral("curl_easy_perform() failed:  ");
 const QString HERE = QStringLiteral("127.0.0.1");
+
+bool refusesHandles = false;
 
 /// The server's answer around the text of a model.
 QByteArray answerOf(const QString &response)
@@ -27,6 +32,14 @@ QByteArray answerOf(const QString &response)
     return QJsonDocument(QJsonObject{{QStringLiteral("modelResponse"), response}}).toJson();
 }
 } // namespace
+
+// Stands before the library's own.
+extern "C" CURL *curl_easy_init()
+{
+    using Function = CURL *(*)();
+    static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "curl_easy_init"));
+    return refusesHandles ? nullptr : real();
+}
 
 class TestMultiModel : public QObject
 {
@@ -38,6 +51,8 @@ private Q_SLOTS:
     void aNullImageSendsNoRequest();
     void withoutAnAddressNoSocketIsOpenedAndTheSummaryIsEmpty();
     void theRequestIsOnePostOfFourTexts();
+    void theHeadersAreTheLibrarysOwn();
+    void withoutAHandleNothingIsAskedAndTheAnswerIsEmpty();
     void theDefaultPortIsAsked();
     void answersAreRead_data();
     void answersAreRead();
@@ -102,6 +117,39 @@ void TestMultiModel::theRequestIsOnePostOfFourTexts()
         {QStringLiteral("text_length"), QStringLiteral("200")},
     };
     QCOMPARE(QJsonDocument::fromJson(requests.first().body).object(), expected);
+}
+
+void TestMultiModel::theHeadersAreTheLibrarysOwn()
+{
+    const InferenceServer server("{}");
+    MultiModel model(nullptr);
+    model.setServerAddress(HERE);
+    model.setServerPort(QString::number(server.port()));
+    model.getImageSemanticInfo(Pictures::numbered(3));
+    const InferenceServer::Request request = server.requests().value(0);
+    QList<QByteArray> lines = request.head.split('\n');
+    for (QByteArray &line : lines) {
+        line = line.trimmed();
+    }
+    QCOMPARE(lines, QList<QByteArray>({"Host: 127.0.0.1:" + QByteArray::number(server.port()),
+                                       "Accept: */*",
+                                       "Content-Length: " + QByteArray::number(request.body.size()),
+                                       "Content-Type: application/x-www-form-urlencoded"}));
+}
+
+void TestMultiModel::withoutAHandleNothingIsAskedAndTheAnswerIsEmpty()
+{
+    const InferenceServer server(answerOf(QStringLiteral("{\"imageAbstract\": \"x\"}")));
+    MultiModel model(nullptr);
+    const LogCapture log;
+    const QString url = QStringLiteral("http://127.0.0.1:%1/any").arg(server.port());
+    refusesHandles = true;
+    const QString answer = model.postRequest(url, "body");
+    refusesHandles = false;
+    QCOMPARE(answer, QString());
+    QCOMPARE(log.texts(), QStringList());
+    QVERIFY(server.requests().isEmpty());
+    QVERIFY(!model.postRequest(url, "body").isEmpty());
 }
 
 void TestMultiModel::theDefaultPortIsAsked()
@@ -174,7 +222,7 @@ void TestMultiModel::anUnreachableServerIsToldAndTheSummaryIsEmpty()
     const LogCapture log;
     QCOMPARE(model.getImageSemanticInfo(Pictures::numbered(1)), QString());
     QCOMPARE(log.texts(),
-             QStringList({CURL + QStringLiteral("Couldn't connect to server"), OUTER}));
+             QStringList({NOT_PERFORMED + QStringLiteral("Couldn't connect to server"), OUTER}));
 }
 
 void TestMultiModel::whatArrivedBeforeAFailureIsGiven()
@@ -186,7 +234,7 @@ void TestMultiModel::whatArrivedBeforeAFailureIsGiven()
     const QString url = QStringLiteral("http://127.0.0.1:%1/any").arg(server.port());
     QCOMPARE(model.postRequest(url, "body"), QStringLiteral("half of 答案"));
     QCOMPARE(log.texts().size(), 1);
-    QVERIFY(log.texts().first().startsWith(CURL));
+    QVERIFY(log.texts().first().startsWith(NOT_PERFORMED));
     QCOMPARE(server.requests().first().body, QByteArray("body"));
 }
 

@@ -8,9 +8,12 @@
 #include "support/logcapture.h"
 #include "support/pictures.h"
 
+#include <QBuffer>
 #include <QTest>
 
 #include <algorithm>
+#include <atomic>
+#include <dlfcn.h>
 #include <memory>
 #include <mutex>
 
@@ -25,6 +28,8 @@ const QString CALLBACK_EARLY =
     QStringLiteral("Warning: text recognition session is not initialized");
 const QString RECOGNIZE = QStringLiteral("text_recognition_recognize_text_from_image_data_async");
 const QString REGISTER = QStringLiteral("text_recognition_result_set_callback");
+
+std::atomic<bool> refusesBuffers{false};
 
 /// What came back, and on which threads.
 class Results
@@ -81,6 +86,15 @@ int registrations()
 }
 } // namespace
 
+// Stands before the library's own, which refuses nobody.
+bool QBuffer::open(OpenMode mode)
+{
+    using Function = bool (*)(QBuffer *, OpenMode);
+    static const auto real = reinterpret_cast<Function>(
+        dlsym(RTLD_NEXT, "_ZN7QBuffer4openE6QFlagsIN9QIODevice12OpenModeFlagEE"));
+    return !refusesBuffers && real(this, mode);
+}
+
 class TestOcrModel : public QObject
 {
     Q_OBJECT
@@ -101,6 +115,7 @@ private Q_SLOTS:
     void linesKeepTheirOrderTextAndCorners();
     void aLineWithoutCornerPointsIsMissingAndTheOthersStand();
     void aPictureThatCannotBeEncodedReachesNobody();
+    void aBufferThatCannotBeOpenedIsTold();
     void aResultWithoutACallbackIsTold();
     void noSessionAtAllIsFinal();
     void aFailedStartBlocksTheThreadFor5SecondsAndIsFinal();
@@ -314,6 +329,18 @@ void TestOcrModel::aPictureThatCannotBeEncodedReachesNobody()
     const LogCapture log;
     model->requestOCRTextDataAsync(QImage());
     QCOMPARE(log.texts(QtDebugMsg), QStringList(QStringLiteral("image save error")));
+    QVERIFY(!CoreAiDouble::calls().contains(RECOGNIZE));
+}
+
+void TestOcrModel::aBufferThatCannotBeOpenedIsTold()
+{
+    const auto model = readyModel();
+    QVERIFY(model);
+    const LogCapture log;
+    refusesBuffers = true;
+    model->requestOCRTextDataAsync(Pictures::numbered(1));
+    refusesBuffers = false;
+    QCOMPARE(log.texts(QtDebugMsg), QStringList(QStringLiteral("buffer open error")));
     QVERIFY(!CoreAiDouble::calls().contains(RECOGNIZE));
 }
 
