@@ -82,14 +82,6 @@ public:
     Q_INVOKABLE void showPreviewImageItem(int dateIndex, int dayAppTimeAxisX, int imageId);
     Q_INVOKABLE void showCurShowImageItem(int dateIndex, int dayAppTimeAxisX, int imageId);
 
-    /// Reads the text between two corners of a picture, in its pixels, cut off to whole ones; see
-    /// getOcrImage() for the first two. Events go on being handled, so that it can be cancelled;
-    /// when it returns the text model has been filled.
-    Q_INVOKABLE void recognizingTextInImage(int type, const QString &imageId, float startx,
-                                            float starty, float endx, float endy,
-                                            const QString &taskID);
-    Q_INVOKABLE void cancelRecognizeTextInImage(const QString &taskID);
-
     // A search in texts and in pictures. Both lists of hits are looked up, then the one that the
     // name says is shown, hit by hit. Beginning one ends the one before and empties both models; an
     // empty text does only that.
@@ -102,6 +94,13 @@ public:
     /// Stops the search and keeps what is shown; needed before one is continued.
     Q_INVOKABLE void clearSearchTask();
 
+    /// Reads the text between two corners of a picture, in its pixels, cut off to whole ones; see
+    /// getOcrImage() for the first two. Events go on being handled, so that it can be cancelled;
+    /// when it returns the text model has been filled.
+    Q_INVOKABLE void recognizingTextInImage(int type, const QString &imageId, float startx,
+                                            float starty, float endx, float endy,
+                                            const QString &taskID);
+    Q_INVOKABLE void cancelRecognizeTextInImage(const QString &taskID);
     Q_INVOKABLE void clearRecognizingTextResult();
 
     /// Empties the axis, then deletes; @p timeRange is a number of TimeRange. False if that failed.

@@ -186,21 +186,40 @@ void TestVideoInfo::thePagesFindEverySignalAndCall()
     QCOMPARE(
         signalNames,
         QStringList({"void textMatchResultModelChanged()", "void imageMatchResultModelChanged()",
+                     "void imageSearchResultIsEmpty()", "void textSearchResultIsEmpty()",
                      "void videoPreviewImageSourceChanged()", "void startMemoryScreen()",
-                     "void dayAppModelChanged()", "void maxOccupiedSpaceChanged(int)",
-                     "void quitYestermark()", "void themeChanged()", "void backInTimeDetected()",
+                     "void screenshotOCRTextDataReady()", "void dayAppModelChanged()",
+                     "void maxOccupiedSpaceChanged(int)", "void quitYestermark()",
+                     "void themeChanged()", "void backInTimeDetected()",
                      "void deleteHistoryAndReMemory()", "void calledAdjustSystemTime()"}));
-    QCOMPARE(
-        calls,
-        QStringList({"void showPreDayAppData()", "void showPreviewImageItem(int,int,int,int)",
-                     "void showPreviewImageItem(int,int,int)",
-                     "void showCurShowImageItem(int,int,int)", "void clearRecognizingTextResult()",
-                     "bool clearUserData(int)", "void startMemory()", "bool isPreviewImgEmpty()",
-                     "void setClipBoardText(QList<QString>)", "bool startBtnVisible()",
-                     "int getMaxOccupiedSpace()", "void setMaxOccupiedSpace(int)",
-                     "void showGuide()", "QString getYestermarkVersion()", "int getThemeType()",
-                     "void deleteHistory()", "void adjustSystemTime()",
-                     "bool isSubsystemAvailable()", "void openSubsystemInstallPage()"}));
+    QCOMPARE(calls, QStringList(
+                        {"void showPreDayAppData()",
+                         "void showPreviewImageItem(int,int,int,int)",
+                         "void showPreviewImageItem(int,int,int)",
+                         "void showCurShowImageItem(int,int,int)",
+                         "void continueShowTextSearchResult(QString)",
+                         "void continueShowImageSearchResult(QString)",
+                         "void showTextSearchResult(QString)",
+                         "void showImageSearchResult(QString)",
+                         "void clearSearchTaskAndResult()",
+                         "void clearSearchTask()",
+                         "void recognizingTextInImage(int,QString,float,float,float,float,QString)",
+                         "void cancelRecognizeTextInImage(QString)",
+                         "void clearRecognizingTextResult()",
+                         "bool clearUserData(int)",
+                         "void startMemory()",
+                         "bool isPreviewImgEmpty()",
+                         "void setClipBoardText(QList<QString>)",
+                         "bool startBtnVisible()",
+                         "int getMaxOccupiedSpace()",
+                         "void setMaxOccupiedSpace(int)",
+                         "void showGuide()",
+                         "QString getYestermarkVersion()",
+                         "int getThemeType()",
+                         "void deleteHistory()",
+                         "void adjustSystemTime()",
+                         "bool isSubsystemAvailable()",
+                         "void openSubsystemInstallPage()"}));
     for (const char *name : {"textMatchResultModel", "imageMatchResultModel", "dayAppModel"}) {
         const QMetaProperty property = meta.property(meta.indexOfProperty(name));
         QCOMPARE(property.typeName(), "QAbstractListModel*");
