@@ -1,6 +1,7 @@
 #include "vectordb/databaseloader.h"
 
 #include "vectordb/local/localdatabase.h"
+#include "vectordb/local/readerdatabase.h"
 #include "vectordb/nulldatabase.h"
 
 #include <mutex>
@@ -31,6 +32,12 @@ void DatabaseLoader::force(Factory factory)
 std::shared_ptr<Database> DatabaseLoader::local()
 {
     return std::make_shared<LocalDatabase>();
+}
+
+std::shared_ptr<Database> DatabaseLoader::reader(const CollectionSchema &schema,
+                                                 const IndexDesc &index)
+{
+    return std::make_shared<ReaderDatabase>(schema, index);
 }
 
 std::shared_ptr<Database> DatabaseLoader::null()

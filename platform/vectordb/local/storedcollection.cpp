@@ -1,5 +1,6 @@
 #include "vectordb/local/storedcollection.h"
 
+#include "vectordb/local/collectionsearch.h"
 #include "vectordb/local/insertrequest.h"
 #include "vectordb/local/privatefiles.h"
 
@@ -97,6 +98,19 @@ std::shared_ptr<MatrixFile> StoredCollection::matrix() const
 MatrixSnapshot StoredCollection::snapshot() const
 {
     return matrix()->snapshot();
+}
+
+Status StoredCollection::check(const SearchArguments &arguments) const
+{
+    Status status = CollectionSearch::check(m_definition, arguments);
+    return status.IsOk() ? matrix()->checkReachable() : status;
+}
+
+std::optional<SingleResult> StoredCollection::search(const MatrixSnapshot &matrix,
+                                                     const std::vector<float> &vector,
+                                                     const SearchArguments &arguments) const
+{
+    return CollectionSearch::run(m_definition, m_layout, matrix, vector, arguments);
 }
 
 Status StoredCollection::repair(const MatrixSnapshot &damaged)

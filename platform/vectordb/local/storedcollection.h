@@ -50,8 +50,6 @@ private:
     Status rebuild();
     FileHead head() const;
     std::shared_ptr<MatrixFile> matrix() const;
-    FieldPtr column(std::size_t place, std::vector<std::vector<Scalar>> &rows) const;
-    FieldPtr vectorColumn(std::vector<std::vector<float>> &vectors) const;
 
     RowStore &m_rows;
     CollectionDefinition m_definition;

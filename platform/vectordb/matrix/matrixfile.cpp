@@ -86,7 +86,7 @@ std::unique_ptr<MatrixFile> MatrixFile::open(const std::string &path, const Matr
     return file->adopt(rowIds, greatest) ? std::move(file) : nullptr;
 }
 
-bool MatrixFile::adopt(const std::vector<std::int64_t> &rowIds, std::int64_t greatest)
+bool MatrixFile::mapSegments()
 {
     struct stat facts {
     };
@@ -108,11 +108,19 @@ bool MatrixFile::adopt(const std::vector<std::int64_t> &rowIds, std::int64_t gre
         }
     }
     m_segments = std::make_shared<const MatrixSnapshot::Segments>(std::move(segments));
+    return true;
+}
 
+bool MatrixFile::adopt(const std::vector<std::int64_t> &rowIds, std::int64_t greatest)
+{
+    if (!mapSegments()) {
+        return false;
+    }
+    const std::size_t room = m_segments->size() * SEGMENT_ROWS;
     std::vector<std::int64_t> gone; // deleted, but not yet wiped when the process ended
     std::size_t matched = 0;
     std::int64_t previous = 0;
-    for (; m_rows < count * SEGMENT_ROWS && m_layout.isCard(card(m_rows)); ++m_rows) {
+    for (; m_rows < room && m_layout.isCard(card(m_rows)); ++m_rows) {
         const RowHead row = MatrixLayout::head(card(m_rows));
         if (row.rowId <= previous || row.rowId > greatest) {
             break;
@@ -135,6 +143,42 @@ bool MatrixFile::adopt(const std::vector<std::int64_t> &rowIds, std::int64_t gre
     hide(gone);
     wipe(gone);
     return true;
+}
+
+std::unique_ptr<MatrixFile> MatrixFile::openReadOnly(const std::string &path,
+                                                     const MatrixLayout &layout,
+                                                     std::int64_t collection)
+{
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) {
+        return nullptr;
+    }
+    std::unique_ptr<MatrixFile> file(new MatrixFile(descriptor, layout));
+    FileHead read;
+    if (pread(descriptor, &read, sizeof(read), 0) != ssize_t{sizeof(read)}) {
+        return nullptr;
+    }
+    FileHead expected; // of whichever store and generation
+    expected.identity = read.identity;
+    expected.collection = collection;
+    expected.generation = read.generation;
+    expected.dimension = static_cast<std::uint32_t>(layout.dimension());
+    expected.cardBytes = static_cast<std::uint32_t>(layout.cardBytes());
+    expected = sealed(expected);
+    if (std::memcmp(&read, &expected, sizeof(read)) != 0 || !file->mapSegments()) {
+        return nullptr;
+    }
+    file->adoptWholeRows();
+    return file;
+}
+
+void MatrixFile::adoptWholeRows()
+{
+    for (std::size_t row = 0; row < m_segments->size() * SEGMENT_ROWS; ++row) {
+        const bool isAlive = m_layout.isCard(card(row)) && !MatrixLayout::head(card(row)).isDead;
+        (*m_segments)[row / SEGMENT_ROWS]->setAlive(row % SEGMENT_ROWS, isAlive);
+    }
+    m_rows = m_segments->size() * SEGMENT_ROWS;
 }
 
 Status MatrixFile::stage(std::int64_t rowId, const std::vector<Scalar> &scalars,

@@ -48,6 +48,12 @@ public:
                                             const std::vector<std::int64_t> &rowIds,
                                             std::int64_t greatest);
 
+    /// The file as it is, for searches alone, while its owner may be writing to it: whole rows are
+    /// searched, a row that is being written or wiped is not. Null unless it is of that collection
+    /// and layout.
+    static std::unique_ptr<MatrixFile>
+    openReadOnly(const std::string &path, const MatrixLayout &layout, std::int64_t collection);
+
     /// Writes a row behind the last one. It is no part of the matrix before publish().
     Status stage(std::int64_t rowId, const std::vector<Scalar> &scalars, const float *vector);
     void publish();
@@ -74,7 +80,9 @@ public:
 private:
     MatrixFile(int file, const MatrixLayout &layout) : m_file(file), m_layout(layout) {}
 
+    bool mapSegments();
     bool adopt(const std::vector<std::int64_t> &rowIds, std::int64_t greatest);
+    void adoptWholeRows();
     Status addSegment();
     std::size_t find(std::int64_t rowId) const;
     const char *card(std::size_t row) const;

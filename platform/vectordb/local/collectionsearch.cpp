@@ -1,13 +1,12 @@
-// Searches of a collection; its rows are handled in storedcollection.cpp.
+#include "vectordb/local/collectionsearch.h"
 
-#include "vectordb/local/storedcollection.h"
 #include "vectordb/matrix/flatsearch.h"
 
 #include <algorithm>
 #include <cmath>
 #include <utility>
 
-namespace VectorDB
+namespace VectorDB::CollectionSearch
 {
 namespace
 {
@@ -26,44 +25,10 @@ FieldPtr makeColumn(const std::string &name, std::size_t place,
     }
     return std::make_shared<Data>(name, std::move(values));
 }
-} // namespace
-
-Status StoredCollection::check(const SearchArguments &arguments) const
+FieldPtr column(const CollectionDefinition &definition, std::size_t place,
+                std::vector<std::vector<Scalar>> &rows)
 {
-    if (arguments.TopK() < 1) {
-        return {StatusCode::INVALID_ARGUMENT, "a top-k of at least 1 is wanted"};
-    }
-    if (arguments.Targets().empty()) {
-        return {StatusCode::INVALID_ARGUMENT, "no vector to search for"};
-    }
-    const std::vector<FieldSchema> &fields = m_definition.schema.Fields();
-    for (const std::string &name : arguments.OutputFields()) {
-        if (std::none_of(fields.begin(), fields.end(),
-                         [&name](const FieldSchema &field) { return field.Name() == name; })) {
-            return {StatusCode::INVALID_ARGUMENT, "no field has the name of an output field"};
-        }
-    }
-    for (const SearchArguments::Target &target : arguments.Targets()) {
-        if (target.field != m_definition.field(m_definition.vector).Name()) {
-            return {StatusCode::INVALID_ARGUMENT, "no vector field has the name of the target's"};
-        }
-        if (target.vector.size() != m_definition.dimension()) {
-            return {StatusCode::WRONG_DIMENSION,
-                    "field " + target.field + ": " + std::to_string(target.vector.size()) +
-                        " floats, " + std::to_string(m_definition.dimension()) + " wanted"};
-        }
-        if (!std::all_of(target.vector.begin(), target.vector.end(),
-                         [](float value) { return std::isfinite(value); })) {
-            return {StatusCode::INVALID_ARGUMENT,
-                    "field " + target.field + ": not a finite number"};
-        }
-    }
-    return matrix()->checkReachable();
-}
-
-FieldPtr StoredCollection::column(std::size_t place, std::vector<std::vector<Scalar>> &rows) const
-{
-    const FieldSchema &field = m_definition.scalar(place);
+    const FieldSchema &field = definition.scalar(place);
     switch (field.Type()) {
     case DataType::INT32:
         return makeColumn<Int32FieldData, int>(field.Name(), place, rows);
@@ -74,18 +39,53 @@ FieldPtr StoredCollection::column(std::size_t place, std::vector<std::vector<Sca
     }
 }
 
-FieldPtr StoredCollection::vectorColumn(std::vector<std::vector<float>> &vectors) const
+FieldPtr vectorColumn(const CollectionDefinition &definition,
+                      std::vector<std::vector<float>> &vectors)
 {
-    return std::make_shared<FloatVectorFieldData>(m_definition.field(m_definition.vector).Name(),
+    return std::make_shared<FloatVectorFieldData>(definition.field(definition.vector).Name(),
                                                   std::move(vectors));
 }
+} // namespace
 
-std::optional<SingleResult> StoredCollection::search(const MatrixSnapshot &matrix,
-                                                     const std::vector<float> &vector,
-                                                     const SearchArguments &arguments) const
+Status check(const CollectionDefinition &definition, const SearchArguments &arguments)
+{
+    if (arguments.TopK() < 1) {
+        return {StatusCode::INVALID_ARGUMENT, "a top-k of at least 1 is wanted"};
+    }
+    if (arguments.Targets().empty()) {
+        return {StatusCode::INVALID_ARGUMENT, "no vector to search for"};
+    }
+    const std::vector<FieldSchema> &fields = definition.schema.Fields();
+    for (const std::string &name : arguments.OutputFields()) {
+        if (std::none_of(fields.begin(), fields.end(),
+                         [&name](const FieldSchema &field) { return field.Name() == name; })) {
+            return {StatusCode::INVALID_ARGUMENT, "no field has the name of an output field"};
+        }
+    }
+    for (const SearchArguments::Target &target : arguments.Targets()) {
+        if (target.field != definition.field(definition.vector).Name()) {
+            return {StatusCode::INVALID_ARGUMENT, "no vector field has the name of the target's"};
+        }
+        if (target.vector.size() != definition.dimension()) {
+            return {StatusCode::WRONG_DIMENSION,
+                    "field " + target.field + ": " + std::to_string(target.vector.size()) +
+                        " floats, " + std::to_string(definition.dimension()) + " wanted"};
+        }
+        if (!std::all_of(target.vector.begin(), target.vector.end(),
+                         [](float value) { return std::isfinite(value); })) {
+            return {StatusCode::INVALID_ARGUMENT,
+                    "field " + target.field + ": not a finite number"};
+        }
+    }
+    return {};
+}
+
+std::optional<SingleResult> run(const CollectionDefinition &definition, const MatrixLayout &layout,
+                                const MatrixSnapshot &matrix, const std::vector<float> &vector,
+                                const SearchArguments &arguments)
 {
     const std::vector<std::string> &wanted = arguments.OutputFields();
-    const std::string &vectorName = m_definition.field(m_definition.vector).Name();
+    const std::string &vectorName = definition.field(definition.vector).Name();
     const bool wantsVectors = std::find(wanted.begin(), wanted.end(), vectorName) != wanted.end();
     const std::optional<std::vector<Hit>> hits =
         searchFlat(matrix, vector, static_cast<std::size_t>(arguments.TopK()));
@@ -102,32 +102,32 @@ std::optional<SingleResult> StoredCollection::search(const MatrixSnapshot &matri
         const std::size_t slot = hit.row % SEGMENT_ROWS;
         const char *card = segment.card(slot);
         std::vector<Scalar> row;
-        for (std::size_t place = 0; place < m_definition.scalars.size(); ++place) {
-            row.push_back(m_layout.scalar(card, place));
+        for (std::size_t place = 0; place < definition.scalars.size(); ++place) {
+            row.push_back(layout.scalar(card, place));
         }
         std::vector<float> floats;
         if (wantsVectors) {
-            floats.assign(segment.floats(slot), segment.floats(slot) + m_definition.dimension());
+            floats.assign(segment.floats(slot), segment.floats(slot) + definition.dimension());
         }
         if (!segment.isAlive(slot)) { // deleted, and perhaps wiped while it was read
             continue;
         }
-        keys.push_back(std::get<std::string>(row[m_definition.primary]));
+        keys.push_back(std::get<std::string>(row[definition.primary]));
         scores.push_back(static_cast<float>(hit.score));
         rows.push_back(std::move(row));
         vectors.push_back(std::move(floats));
     }
 
     std::vector<FieldPtr> columns;
-    for (std::size_t place = 0; place < m_definition.scalars.size(); ++place) {
-        if (std::find(wanted.begin(), wanted.end(), m_definition.scalar(place).Name()) !=
+    for (std::size_t place = 0; place < definition.scalars.size(); ++place) {
+        if (std::find(wanted.begin(), wanted.end(), definition.scalar(place).Name()) !=
             wanted.end()) {
-            columns.push_back(column(place, rows));
+            columns.push_back(column(definition, place, rows));
         }
     }
     if (wantsVectors) {
-        columns.push_back(vectorColumn(vectors));
+        columns.push_back(vectorColumn(definition, vectors));
     }
     return SingleResult(IDArray(std::move(keys)), std::move(scores), std::move(columns));
 }
-} // namespace VectorDB
+} // namespace VectorDB::CollectionSearch
