@@ -1,6 +1,7 @@
 #include "database/embeddingscreenshotdatabase.h"
 
 #include "ai/aiabilityprovider.h"
+#include "database/nearestframes.h"
 #include "database/vectorcollection.h"
 #include "vectordb/database.h"
 
@@ -28,33 +29,12 @@ namespace
 constexpr unsigned int CONNECT_ATTEMPTS = 1;
 constexpr std::chrono::seconds RETRY_PAUSE{5};
 
-constexpr std::size_t LONGEST_TEXT = 40; // a UUID with its braces takes 38
-constexpr std::size_t DIMENSION = 1024;  // of the embedding model's vectors
-
 std::string vectorIndexPath()
 {
     const QString path =
         QDir::homePath() + QStringLiteral("/.cache/tavel-ai-yestermark/vector_database/") +
         QDate::currentDate().toString(QStringLiteral("yyyy-MM")) + QStringLiteral("_vector.index");
     return path.toStdString();
-}
-
-VectorDB::CollectionSchema collectionSchema(const std::string &name)
-{
-    using VectorDB::DataType;
-    using VectorDB::FieldSchema;
-    VectorDB::CollectionSchema schema(
-        name, "This collection stores vectorized data of screen captures", true, 0);
-    schema.AddField(
-        FieldSchema(ID, DataType::VARCHAR, "id field", true, false).WithMaxLength(LONGEST_TEXT));
-    schema.AddField(FieldSchema(VECTOR, DataType::FLOAT_VECTOR, "embedding field", false, false)
-                        .WithDimension(DIMENSION));
-    schema.AddField(FieldSchema(VIDEO_NAME, DataType::VARCHAR, "videoName field", false, false)
-                        .WithMaxLength(LONGEST_TEXT));
-    schema.AddField(
-        FieldSchema(FRAME_INDEX, DataType::INT32, "frameIndexOfVideo field", false, false));
-    schema.AddField(FieldSchema(REAL_TIME, DataType::INT64, "realTime field", false, false));
-    return schema;
 }
 
 std::vector<VectorDB::FieldPtr> rowOf(const QVector<float> &embedding, const ScreenShotData &data)
@@ -135,11 +115,10 @@ bool EmbeddingScreenshotDatabase::connectEmbeddingDatabaseWithRetry(unsigned int
     if (hasCollection(m_collectionName)) {
         return true;
     }
-    // The store's enumerators with the numbers 1 and 3.
-    const VectorDB::IndexDesc index(VECTOR, "imageEmbedding", 0, VectorDB::IndexType::FLAT,
-                                    VectorDB::MetricType::COSINE);
-    return checkStatus("Failed to create collection:",
-                       m_database->CreateCollection(collectionSchema(m_collectionName), index));
+    return checkStatus(
+        "Failed to create collection:",
+        m_database->CreateCollection(NearestFrames::collectionSchema(m_collectionName),
+                                     NearestFrames::collectionIndex()));
 }
 
 bool EmbeddingScreenshotDatabase::hasCollection(const std::string &name)
@@ -183,6 +162,16 @@ bool EmbeddingScreenshotDatabase::deleteVectorDatabase(const long &start, const 
     }
     qDebug() << "Successfully Delete " << results.IdArray().StrIDArray().size() << " rows.";
     return true;
+}
+
+QVector<ScreenShotData>
+EmbeddingScreenshotDatabase::getVisualScreenShotData(const SearchQuery &query) const
+{
+    if (!m_connected) {
+        qWarning() << "向量数据库连接失败，无法保存数据";
+        return {};
+    }
+    return NearestFrames::find(*database(), m_collectionName, query, embeddingText(query.text));
 }
 
 QVector<float> EmbeddingScreenshotDatabase::embeddingText(const QString &text) const

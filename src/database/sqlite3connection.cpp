@@ -65,6 +65,19 @@ int SQLite3Connection::open(const QByteArray &path)
     return result;
 }
 
+int SQLite3Connection::openReadOnly(const QByteArray &path, bool isUnchanging)
+{
+    Q_ASSERT(!m_handle);
+    const QByteArray name =
+        "file:" + path.toPercentEncoding("/") + (isUnchanging ? "?immutable=1" : "?mode=ro");
+    const int result = sqlite3_open_v2(name.constData(), &m_handle,
+                                       SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr);
+    if (result == SQLITE_OK) {
+        setUp(path);
+    }
+    return result;
+}
+
 // Nothing here changes what a statement gives, only when and how soon: a step that fails leaves the
 // connection as good as any.
 void SQLite3Connection::setUp(const QByteArray &path)

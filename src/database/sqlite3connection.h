@@ -21,6 +21,13 @@ public:
     /// there is one, still tells the reason.
     int open(const QByteArray &path);
 
+    /// The same for a file that is only looked at: it is neither made nor changed, and nothing is
+    /// made beside it. A statement holds off a writer for as long as it runs, so it must be short.
+    /// A file that a killed writer has left with a journal can be opened, but its statements fail
+    /// with SQLITE_READONLY_ROLLBACK. With @p isUnchanging no lock is asked for: for a file that
+    /// nobody writes to.
+    int openReadOnly(const QByteArray &path, bool isUnchanging = false);
+
     /// From now on no statement can begin on this connection; one that has begun goes on. To be
     /// called before another file takes the name of the connection's: a read that begins later
     /// would mistake that file's journal for one left by a crash, and remove it.

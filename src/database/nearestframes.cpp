@@ -1,7 +1,4 @@
-// The search of EmbeddingScreenshotDatabase: the frames whose vectors lie nearest to that of a text
-// and hardly worse than the best of them.
-
-#include "database/embeddingscreenshotdatabase.h"
+#include "database/nearestframes.h"
 
 #include "database/vectorcollection.h"
 
@@ -18,7 +15,9 @@ constexpr double HIGH_SCORE = 0.56; // the best score above it selects the wide 
 constexpr float WIDE_BAND = 0.037F; // greatest distance to the best score
 constexpr float NARROW_BAND = 0.026F;
 constexpr double SCORE_FLOOR = 0.46;
-constexpr long MOST_HITS = 5000; // where the query has no limit
+constexpr std::size_t LONGEST_TEXT = 40; // a UUID with its braces takes 38
+constexpr std::size_t DIMENSION = 1024;  // of the embedding model's vectors
+constexpr long MOST_HITS = 5000;         // where the query has no limit
 
 struct Hits {
     std::vector<float> scores; ///< the others have as many
@@ -110,18 +109,43 @@ QVector<ScreenShotData> cutOff(const Hits &hits)
 }
 } // namespace
 
-QVector<ScreenShotData>
-EmbeddingScreenshotDatabase::getVisualScreenShotData(const SearchQuery &query) const
+VectorDB::CollectionSchema NearestFrames::collectionSchema(const std::string &name)
 {
-    if (!m_connected) {
-        qWarning() << "向量数据库连接失败，无法保存数据";
-        return {};
-    }
+    using namespace VectorCollection;
+    using VectorDB::DataType;
+    using VectorDB::FieldSchema;
+    VectorDB::CollectionSchema schema(
+        name, "This collection stores vectorized data of screen captures", true, 0);
+    schema.AddField(
+        FieldSchema(ID, DataType::VARCHAR, "id field", true, false).WithMaxLength(LONGEST_TEXT));
+    schema.AddField(FieldSchema(VECTOR, DataType::FLOAT_VECTOR, "embedding field", false, false)
+                        .WithDimension(DIMENSION));
+    schema.AddField(FieldSchema(VIDEO_NAME, DataType::VARCHAR, "videoName field", false, false)
+                        .WithMaxLength(LONGEST_TEXT));
+    schema.AddField(
+        FieldSchema(FRAME_INDEX, DataType::INT32, "frameIndexOfVideo field", false, false));
+    schema.AddField(FieldSchema(REAL_TIME, DataType::INT64, "realTime field", false, false));
+    return schema;
+}
+
+VectorDB::IndexDesc NearestFrames::collectionIndex()
+{
+    // The store's enumerators with the numbers 1 and 3.
+    return {VectorCollection::VECTOR, "imageEmbedding", 0, VectorDB::IndexType::FLAT,
+            VectorDB::MetricType::COSINE};
+}
+
+QVector<ScreenShotData> NearestFrames::find(VectorDB::Database &store,
+                                            const std::string &collection, const SearchQuery &query,
+                                            const QVector<float> &embedding,
+                                            VectorDB::Status *status)
+{
     VectorDB::SearchResults results;
-    const VectorDB::SearchArguments arguments =
-        argumentsOf(m_collectionName, query, embeddingText(query.text));
-    if (!checkStatus("Failed to search:", database()->Search(arguments, results, 0))) {
-        return {};
+    const VectorDB::Status answer =
+        store.Search(argumentsOf(collection, query, embedding), results, 0);
+    if (status) {
+        *status = answer;
     }
-    return cutOff(hitsOf(results));
+    return checkStatus("Failed to search:", answer) ? cutOff(hitsOf(results))
+                                                    : QVector<ScreenShotData>();
 }
