@@ -1,70 +1,167 @@
 #include "history/readonlydatabase.h"
 
+#include "database/sqlite3connection.h"
+#include "history/memoryfolder.h"
+
 #include <QFile>
-#include <QUrl>
+#include <QFileInfo>
 
 #include <sqlite3.h>
 
-namespace HistoryChecker
+namespace
 {
-void ReadOnlyDatabase::Closer::operator()(sqlite3 *handle) const
+constexpr char JOURNAL[] = "-journal";
+constexpr char LOG[] = "-wal";
+
+// SQLite's file format: this byte of the head is 2 for a file that is written by way of a log.
+constexpr int READ_VERSION_AT = 19;
+constexpr char WITH_LOG = 2;
+
+// The log's head, which changes whenever the log begins anew.
+constexpr int LOG_HEAD_BYTES = 32;
+
+// A megabyte: a part takes less than a millisecond, and that is what a writer may wait for it.
+constexpr int PAGES_OF_PART = 256;
+// A copy begins again whenever somebody has written. Past so many times its length it is taken in
+// one part: only a file that is written to all the time, which no recorder does, comes to this.
+constexpr int GREATEST_DETOUR = 4;
+
+constexpr int COPY_ATTEMPTS = 3;
+
+QByteArray firstBytes(const QString &path, int count)
 {
-    sqlite3_close(handle);
+    QFile file(path);
+    return file.open(QFile::ReadOnly) ? file.read(count) : QByteArray();
 }
 
-ReadOnlyDatabase::ReadOnlyDatabase(const QString &path, const char *journalSuffix)
+bool usesLog(const QString &path)
 {
-    const QString journal = path + QLatin1String(journalSuffix);
-    QByteArray name;
-    int flags = SQLITE_OPEN_READONLY | SQLITE_OPEN_URI;
-    if (QFile::exists(journal)) {
-        m_copy = std::make_unique<QTemporaryDir>();
-        name = QFile::encodeName(m_copy->filePath(QStringLiteral("copy.db")));
-        QFile::copy(path, m_copy->filePath(QStringLiteral("copy.db")));
-        QFile::copy(journal,
-                    m_copy->filePath(QLatin1String("copy.db") + QLatin1String(journalSuffix)));
-        flags = SQLITE_OPEN_READWRITE;
-    } else {
-        // Otherwise a file in WAL mode would get its log and index beside it.
-        name = QUrl::fromLocalFile(path).toEncoded() + "?immutable=1";
+    const QByteArray head = firstBytes(path, READ_VERSION_AT + 1);
+    return head.size() > READ_VERSION_AT && head.at(READ_VERSION_AT) == WITH_LOG;
+}
+
+bool isBusy(int result)
+{
+    const int primaryCode = result & 0xff;
+    return primaryCode == SQLITE_BUSY || primaryCode == SQLITE_LOCKED;
+}
+
+/// The result code of a backup.
+int copyByParts(sqlite3 *from, sqlite3 *to)
+{
+    sqlite3_backup *copy = sqlite3_backup_init(to, "main", from, "main");
+    if (!copy) {
+        return sqlite3_errcode(to);
     }
-    sqlite3 *handle = nullptr;
-    const int result = sqlite3_open_v2(name.constData(), &handle, flags, nullptr);
-    m_handle.reset(handle);
-    if (result != SQLITE_OK) {
-        m_error = QString::fromUtf8(sqlite3_errmsg(handle));
-        m_handle.reset();
+    int part = PAGES_OF_PART;
+    int copied = 0;
+    int result = SQLITE_OK;
+    while ((result = sqlite3_backup_step(copy, part)) == SQLITE_OK) {
+        copied += part;
+        if (copied / GREATEST_DETOUR > sqlite3_backup_pagecount(copy) + PAGES_OF_PART) {
+            part = -1;
+        }
     }
+    sqlite3_backup_finish(copy);
+    return result;
+}
+} // namespace
+
+ReadOnlyDatabase::ReadOnlyDatabase(const QString &path) : m_path(path)
+{
+    open();
 }
 
 ReadOnlyDatabase::~ReadOnlyDatabase() = default;
 
-bool ReadOnlyDatabase::forEach(const char *sql,
-                               const std::function<void(const ReadOnlyDatabase &)> &use)
+bool ReadOnlyDatabase::open()
 {
-    if (!m_handle) {
-        return false;
+    // Otherwise a file with a log would get an index beside it, and one that is in use could not be
+    // read at all.
+    const bool hasLog = usesLog(m_path);
+    if (hasLog && QFileInfo(m_path + QLatin1String(LOG)).size() > 0) {
+        return openCopy(LOG);
     }
-    sqlite3_stmt *statement = nullptr;
-    int result = sqlite3_prepare_v2(m_handle.get(), sql, -1, &statement, nullptr);
+    m_isOurs = hasLog;
+    m_connection = std::make_unique<SQLite3Connection>();
+    return opened(m_connection->openReadOnly(QFile::encodeName(m_path), hasLog));
+}
+
+bool ReadOnlyDatabase::opened(int result)
+{
     if (result == SQLITE_OK) {
-        m_row = statement;
-        while ((result = sqlite3_step(statement)) == SQLITE_ROW) {
-            use(*this);
+        return true;
+    }
+    fail(result);
+    m_connection.reset();
+    return false;
+}
+
+bool ReadOnlyDatabase::openCopy(const char *journalSuffix)
+{
+    const QString journal = m_path + QLatin1String(journalSuffix);
+    for (int attempt = 0; attempt < COPY_ATTEMPTS; ++attempt) {
+        m_connection.reset();
+        m_copy = MemoryFolder::make(QFileInfo(m_path).size() + QFileInfo(journal).size());
+        if (!m_copy) {
+            return fail(SQLITE_FULL);
         }
-        m_row = nullptr;
+        const QString copy = m_copy->filePath(QStringLiteral("copy.db"));
+        const QByteArray before = firstBytes(journal, LOG_HEAD_BYTES);
+        const bool isCopied = QFile::copy(m_path, copy);
+        const bool hasJournal = QFile::copy(journal, copy + QLatin1String(journalSuffix));
+        // The same journal is there still: whatever was written back to the file meanwhile stands
+        // in its copy as well.
+        if (isCopied && hasJournal && firstBytes(journal, LOG_HEAD_BYTES) == before) {
+            m_isOurs = true;
+            m_connection = std::make_unique<SQLite3Connection>();
+            return opened(m_connection->open(QFile::encodeName(copy)));
+        }
+    }
+    return fail(SQLITE_BUSY);
+}
+
+bool ReadOnlyDatabase::forEach(const char *sql, const Use &use, const Bind &bind)
+{
+    int result = run(sql, use, bind);
+    // Left by a kill, or somebody is in the middle of a long change: a copy with its journal is the
+    // file as it was before. Either is found at the beginning of a statement, so no row has been
+    // handed out.
+    const bool isUnfinished = result == SQLITE_READONLY_ROLLBACK || isBusy(result);
+    if (isUnfinished && !m_copy && QFileInfo(m_path + QLatin1String(JOURNAL)).size() > 0) {
+        result = openCopy(JOURNAL) ? run(sql, use, bind) : SQLITE_BUSY;
+    }
+    return result == SQLITE_DONE;
+}
+
+int ReadOnlyDatabase::run(const char *sql, const Use &use, const Bind &bind)
+{
+    if (!m_connection) {
+        return SQLITE_MISUSE;
+    }
+    m_state = State::Open;
+    m_error.clear();
+    Statement statement(m_connection.get(), sql);
+    int result = SQLITE_ERROR;
+    if (statement.isPrepared()) {
+        if (bind) {
+            bind(statement);
+        }
+        while ((result = statement.step()) == SQLITE_ROW) {
+            use(statement);
+        }
     }
     if (result != SQLITE_DONE) {
-        m_error = QString::fromUtf8(sqlite3_errmsg(m_handle.get()));
+        result = sqlite3_extended_errcode(m_connection->handle());
+        fail(result);
     }
-    sqlite3_finalize(statement);
-    return result == SQLITE_DONE;
+    return result;
 }
 
 QString ReadOnlyDatabase::value(const char *sql)
 {
     QString found;
-    forEach(sql, [&found](const ReadOnlyDatabase &row) {
+    forEach(sql, [&found](const Statement &row) {
         if (found.isEmpty()) {
             found = row.text(0);
         }
@@ -72,13 +169,33 @@ QString ReadOnlyDatabase::value(const char *sql)
     return found;
 }
 
-QString ReadOnlyDatabase::text(int column) const
+bool ReadOnlyDatabase::copyToMemory()
 {
-    return QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(m_row, column)));
+    // Finds a journal that has to be worked off.
+    if (!forEach("PRAGMA schema_version", [](const Statement &) {}) || m_isOurs) {
+        return m_isOurs;
+    }
+    auto copy = std::make_unique<SQLite3Connection>();
+    int result = copy->open(":memory:");
+    if (result == SQLITE_OK) {
+        result = copyByParts(m_connection->handle(), copy->handle());
+    }
+    if (result != SQLITE_DONE) {
+        return fail(result);
+    }
+    m_connection = std::move(copy);
+    m_isOurs = true;
+    return true;
 }
 
-qint64 ReadOnlyDatabase::number(int column) const
+bool ReadOnlyDatabase::fail(int result)
 {
-    return sqlite3_column_int64(m_row, column);
+    m_state = isBusy(result) ? State::Busy : State::Unreadable;
+    if (result == SQLITE_FULL) {
+        m_error = QStringLiteral("no room in memory for a copy");
+        return false;
+    }
+    sqlite3 *handle = m_connection ? m_connection->handle() : nullptr;
+    m_error = QString::fromUtf8(handle ? sqlite3_errmsg(handle) : sqlite3_errstr(result));
+    return false;
 }
-} // namespace HistoryChecker

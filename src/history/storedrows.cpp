@@ -13,15 +13,18 @@ namespace
 constexpr QDir::Filters everything =
     QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System;
 const QLatin1String journalSuffix("-journal");
-const QLatin1String logSuffix("-wal");
 
 constexpr char SELECT_ROWS[] = "SELECT video_name, frame_index_of_video, frame_index_of_day, "
                                "real_time, id FROM screenshots ORDER BY id";
 constexpr char SELECT_COLLECTION[] = "SELECT number FROM collections WHERE name='screenshots'";
 
-/// Empty if the file is sound.
+/// Empty if the file is sound. The check and all that follows take long: a copy keeps no writer
+/// waiting.
 QString damageOf(ReadOnlyDatabase &database)
 {
+    if (!database.copyToMemory()) {
+        return database.errorText();
+    }
     const QString verdict = database.value("PRAGMA quick_check(1)");
     if (verdict == QLatin1String("ok")) {
         return {};
@@ -32,7 +35,7 @@ QString damageOf(ReadOnlyDatabase &database)
 void readMonth(const QFileInfo &file, StoredRows &stored, bool workInProgress, Report &report)
 {
     const QString month = file.completeBaseName();
-    ReadOnlyDatabase database(file.filePath(), journalSuffix.latin1());
+    ReadOnlyDatabase database(file.filePath());
     QString damage = damageOf(database);
     const bool hasTable =
         database.value("SELECT name FROM sqlite_master WHERE type='table' AND name='screenshots'")
@@ -46,9 +49,9 @@ void readMonth(const QFileInfo &file, StoredRows &stored, bool workInProgress, R
         }
         damage = QStringLiteral("no table");
     }
-    const auto take = [&](const ReadOnlyDatabase &row) {
-        stored.rows.append({row.text(0), static_cast<uint>(row.number(1)),
-                            static_cast<uint>(row.number(2)), row.number(3), row.number(4), month});
+    const auto take = [&](const Statement &row) {
+        stored.rows.append({row.text(0), static_cast<uint>(row.int64(1)),
+                            static_cast<uint>(row.int64(2)), row.int64(3), row.int64(4), month});
     };
     if (damage.isEmpty() && !database.forEach(SELECT_ROWS, take)) {
         damage = database.errorText();
@@ -110,7 +113,7 @@ QVector<StoredVector> readVectors(const QString &root, bool workInProgress, Repo
     if (!QFile::exists(path)) {
         return vectors;
     }
-    ReadOnlyDatabase database(path, logSuffix.latin1());
+    ReadOnlyDatabase database(path);
     QString damage = damageOf(database);
     const QString collection = damage.isEmpty() ? database.value(SELECT_COLLECTION) : QString();
     if (damage.isEmpty() && collection.isEmpty()) {
@@ -118,8 +121,8 @@ QVector<StoredVector> readVectors(const QString &root, bool workInProgress, Repo
     }
     const QByteArray select =
         "SELECT videoName, frameIndexOfVideo, realTime FROM rows_" + collection.toUtf8();
-    const auto take = [&vectors](const ReadOnlyDatabase &row) {
-        vectors.append({row.text(0), static_cast<uint>(row.number(1)), row.number(2)});
+    const auto take = [&vectors](const Statement &row) {
+        vectors.append({row.text(0), static_cast<uint>(row.int64(1)), row.int64(2)});
     };
     if (damage.isEmpty() && !database.forEach(select.constData(), take)) {
         damage = database.errorText();

@@ -45,7 +45,7 @@ int countRows(const QString &home, const QByteArray &condition)
 {
     int rows = 0;
     for (const QFileInfo &info : QDir(home + databases).entryInfoList(QDir::Files)) {
-        HistoryChecker::ReadOnlyDatabase month(info.filePath(), "-journal");
+        ReadOnlyDatabase month(info.filePath());
         rows += month.value("SELECT count(*) FROM screenshots WHERE " + condition).toInt();
     }
     return rows;
@@ -151,13 +151,13 @@ void TestYearStore::framesStandFiveSecondsApartInWorkingHours()
     qint64 last = 0;
     for (const QFileInfo &info :
          QDir(m_home.path() + databases).entryInfoList(QDir::Files, QDir::Name)) {
-        HistoryChecker::ReadOnlyDatabase month(info.filePath(), "-journal");
-        const auto look = [&last](const HistoryChecker::ReadOnlyDatabase &row) {
-            const QDateTime time = QDateTime::fromSecsSinceEpoch(row.number(0));
-            QVERIFY(row.number(0) >= last + 5);
+        ReadOnlyDatabase month(info.filePath());
+        const auto look = [&last](const Statement &row) {
+            const QDateTime time = QDateTime::fromSecsSinceEpoch(row.int64(0));
+            QVERIFY(row.int64(0) >= last + 5);
             QVERIFY(time.date().dayOfWeek() <= Qt::Friday);
             QVERIFY(time.time() >= QTime(9, 0) && time.time() <= QTime(18, 0));
-            last = row.number(0);
+            last = row.int64(0);
         };
         QVERIFY(month.forEach("SELECT real_time FROM screenshots ORDER BY id", look));
     }
@@ -180,8 +180,8 @@ void TestYearStore::filesAreMadeAsTheProgramMakesThem()
     FakeClock::reset();
     const char *schema = "SELECT group_concat(sql, char(10)) FROM sqlite_master";
     const QString file = databases + QStringLiteral("/2024-12.db");
-    HistoryChecker::ReadOnlyDatabase own(home.path() + file, "-journal");
-    HistoryChecker::ReadOnlyDatabase made(m_home.path() + file, "-journal");
+    ReadOnlyDatabase own(home.path() + file);
+    ReadOnlyDatabase made(m_home.path() + file);
     QVERIFY(own.value(schema).contains(QStringLiteral("CREATE UNIQUE INDEX")));
     QCOMPARE(made.value(schema), own.value(schema));
     QCOMPARE(made.value("PRAGMA journal_mode"), own.value("PRAGMA journal_mode"));
