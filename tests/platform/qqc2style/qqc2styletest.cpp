@@ -225,7 +225,8 @@ void Qqc2StyleTest::everyOwnIconIsDrawn_data()
     for (const char *name : {"vesk-start-symbolic", "vesk-end-symbolic", "screenshot-app-symbolic",
                              "edit-copy-symbolic", "object-select-symbolic", "open-menu-symbolic",
                              "window-minimize-symbolic", "window-close-symbolic",
-                             "pan-down-symbolic", "dialog-warning", "application-x-desktop"}) {
+                             "pan-down-symbolic", "system-search-symbolic", "edit-clear-symbolic",
+                             "dialog-warning", "application-x-desktop"}) {
         QTest::newRow(name) << QByteArray(name);
     }
 }
