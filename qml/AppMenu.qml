@@ -1,9 +1,8 @@
 // The program's menu.
 import QtQuick 2.12
-import QtQuick.Templates 2.12 as T
 import "basecomponent"
 
-T.Menu {
+PopupMenu {
     id: root
 
     signal settingsChosen
@@ -11,11 +10,7 @@ T.Menu {
     signal aboutChosen
     signal exitChosen
 
-    implicitWidth: 122 + leftPadding + rightPadding
-    implicitHeight: contentItem.implicitHeight + topPadding + bottomPadding
-    padding: 4
-    margins: Sizes.gap
-    focus: true
+    accessibleId: "Menu_main"
 
     MenuEntry {
         accessibleId: "MenuItem_settings"
@@ -36,28 +31,5 @@ T.Menu {
         accessibleId: "MenuItem_exit"
         text: qsTr("Exit")
         onTriggered: root.exitChosen()
-    }
-
-    contentItem: ListView {
-        implicitHeight: contentHeight
-        model: root.contentModel
-        interactive: false
-        currentIndex: root.currentIndex
-        Accessible.role: Accessible.PopupMenu
-        Accessible.name: "tavel-ai-yestermark_Menu_main"
-    }
-
-    background: Rectangle {
-        color: Theme.base
-        radius: Sizes.gap
-        border.width: 1
-        border.color: Theme.line
-
-        SoftShadow {
-            anchors.fill: parent
-            z: -1
-            radius: parent.radius
-            verticalOffset: 4
-        }
     }
 }

@@ -14,6 +14,7 @@ Item {
         width: root.width
         height: implicitHeight
         focus: true
+        visible: !infoPage.screenCaptureVisible
         page: root.page
     }
 
@@ -28,6 +29,9 @@ Item {
     }
 
     ShowImageInfoPage {
+        id: infoPage
+        page: root.page
+        timeAxis: timeAxis
         anchors.top: timeAxis.bottom
         anchors.bottom: parent.bottom
         width: root.width

@@ -1,10 +1,13 @@
-// The large picture of the frame under the slider, with its application below.
+// The large picture of the frame under the slider, with its application below, and the choice of a
+// part of it to read.
 import QtQuick 2.12
 import "basecomponent"
 
-Item {
+FocusScope {
     id: root
 
+    property QtObject page
+    property QtObject timeAxis
     property string source
     property string iconSource
     property string appName
@@ -14,6 +17,61 @@ Item {
     readonly property int toolBarMargin: Sizes.h(20)
     readonly property real screenshotScaleFactor: image.implicitWidth > 0
         ? Math.min(area.width / image.implicitWidth, area.height / image.implicitHeight) : 1
+
+    property bool screenCaptureVisible: false
+    property bool allTextBoxVisible: false
+
+    // A picture of the axis is named by the slot of the preview until it is to be read.
+    function captureRegion() {
+        if (page.ocrImageType === 1) {
+            timeAxis.showBigPicture(VideoPreviewItem.curShowImageSource)
+            page.ocrImageId = VideoPreviewItem.curShowImageSource
+        }
+        screenCaptureVisible = true
+        screenCapture.reset()
+        page.searchBoxUsable = false
+        timeAxis.operatingTimeAxis()
+        timeAxis.saveClickImageContentX()
+        screenCapture.forceActiveFocus()
+    }
+
+    function leaveRegion() {
+        screenCaptureVisible = false
+        allTextBoxVisible = false
+        page.searchBoxUsable = true
+        VideoInfo.cancelRecognizeTextInImage(screenCapture.taskID)
+    }
+
+    function dropRegion() {
+        if (!screenCaptureVisible)
+            return
+        VideoInfo.clearRecognizingTextResult()
+        allTextBox.clear()
+        screenCapture.setCorners(0, 0, 0, 0)
+    }
+
+    onVisibleChanged: { // everything was deleted meanwhile
+        if (!visible && screenCaptureVisible)
+            leaveRegion()
+    }
+    onScreenshotScaleFactorChanged: dropRegion()
+
+    Keys.onEscapePressed: {
+        if (screenCaptureVisible)
+            returnButton.clicked()
+        else
+            event.accepted = false
+    }
+
+    Connections {
+        target: root.page
+        function onScreenWidthChanged() { root.dropRegion() }
+        function onScreenHeightChanged() { root.dropRegion() }
+        function onOcrResultReturnedChanged() {
+            if (root.page.ocrResultReturned && root.allTextBoxVisible)
+                allTextBox.forceActiveFocus()
+        }
+    }
 
     Item {
         id: area
@@ -57,37 +115,61 @@ Item {
         }
     }
 
-    Rectangle {
+    ScreenCapture {
+        id: screenCapture
+        x: mount.x + 1
+        y: mount.y + 1
+        width: image.width + 1
+        height: image.height
+        visible: root.screenCaptureVisible
+        page: root.page
+        pictureScale: root.screenshotScaleFactor
+        onChoosing: allTextBox.clear()
+        onChosen: {
+            allTextBox.clear()
+            root.allTextBoxVisible = true
+        }
+    }
+
+    AllTextBox {
+        id: allTextBox
+        x: screenCapture.x + screenCapture.part.x
+        y: screenCapture.y + screenCapture.part.y
+        width: screenCapture.part.width
+        height: screenCapture.part.height
+        visible: root.allTextBoxVisible && width > 0 && height > 0
+        pictureScale: root.screenshotScaleFactor
+        screenScale: root.page.screenScale
+    }
+
+    PictureToolBar {
         id: toolBar
         anchors.horizontalCenter: parent.horizontalCenter
         anchors.top: area.bottom
         anchors.topMargin: root.toolBarMargin
-        visible: mount.visible && root.appName !== ""
-        width: row.width + 2 * Sizes.margin
+        visible: mount.visible && root.appName !== "" && !root.screenCaptureVisible
+        height: root.toolBarHeight
+        iconSource: root.iconSource
+        appName: root.appName
+        iconSize: root.iconSize
+        maximumNameWidth: area.width / 2
+        onRegionRequested: root.captureRegion()
+    }
+
+    PushButton {
+        id: returnButton
+        anchors.horizontalCenter: parent.horizontalCenter
+        anchors.top: area.bottom
+        anchors.topMargin: root.toolBarMargin
+        visible: root.screenCaptureVisible
         height: root.toolBarHeight
         radius: 8
-        color: Theme.base
-        border.width: 1
-        border.color: Theme.frame
-
-        Row {
-            id: row
-            anchors.centerIn: parent
-            spacing: Sizes.gap
-
-            AppIcon {
-                anchors.verticalCenter: parent.verticalCenter
-                source: root.iconSource
-                size: root.iconSize
-            }
-
-            BodyText {
-                anchors.verticalCenter: parent.verticalCenter
-                width: Math.min(implicitWidth, area.width / 2)
-                text: root.appName
-                font.pixelSize: Sizes.pageFont
-                elide: Text.ElideRight
-            }
+        accessibleId: "Button_return"
+        text: qsTr("Return")
+        font.pixelSize: Sizes.pageFont
+        onClicked: {
+            root.leaveRegion()
+            toolBar.takeFocus(focusReason)
         }
     }
 }

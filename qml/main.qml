@@ -1,4 +1,4 @@
-// The root page: background, title bar, start screen or preview page, and the dialogs.
+// The root page: background, title bar, start screen, preview page or hits, and the dialogs.
 import QtQuick 2.12
 import QtQuick.Window 2.12
 import "basecomponent"
@@ -26,6 +26,7 @@ Item {
 
     property bool startScreenVisible: VideoInfo.startBtnVisible()
     property int themeType: VideoInfo.getThemeType()
+    readonly property bool searching: searchBox.editing
 
     width: 1920 // until the view makes the page as large as itself
     height: 1034
@@ -38,6 +39,20 @@ Item {
     function showPreviewPage() {
         startScreenVisible = false
         previewPage.timeAxis.forceActiveFocus()
+    }
+
+    function openHit(hit, searchImageType) {
+        searchBox.leave()
+        previewPage.timeAxis.showBigPicture(hit.videoPreviewImageSource)
+        previewPage.timeAxis.setListViewContentXByImageInfo(hit.imageDateIndex, hit.frameLengthOfDay)
+        previewPage.timeAxis.setBigPreviewItemIconAndAppName(hit.previewAppIcon, hit.previewAppName)
+        ocrImageType = searchImageType
+        ocrImageId = hit.videoPreviewImageSource
+    }
+
+    onSearchingChanged: {
+        if (!searching && !startScreenVisible)
+            previewPage.timeAxis.forceActiveFocus()
     }
 
     Binding { target: Sizes; property: "widthScaleFactor"; value: root.widthScaleFactor }
@@ -60,6 +75,9 @@ Item {
         function onQuitYestermark() { root.showCloseBtnPopUp() }
         function onThemeChanged() { root.themeType = VideoInfo.getThemeType() }
         function onBackInTimeDetected() { root.timeChangeTipVisible = true }
+        function onScreenshotOCRTextDataReady() { root.ocrResultReturned = true }
+        function onTextSearchResultIsEmpty() { resultPage.textNoResult = true }
+        function onImageSearchResultIsEmpty() { resultPage.imageNoResult = true }
     }
 
     Background {
@@ -75,9 +93,20 @@ Item {
     TitleBar {
         id: titleBar
         width: parent.width
+        visible: !root.searching
         onSettingsRequested: root.settingsPageVisible = true
         onAboutRequested: root.aboutPageVisible = true
         onCloseRequested: root.showCloseBtnPopUp()
+    }
+
+    SearchBox {
+        id: searchBox
+        z: 1
+        anchors.horizontalCenter: parent.horizontalCenter
+        y: Sizes.h(4)
+        enabled: root.searchBoxUsable
+        page: root
+        resultPage: resultPage
     }
 
     PreviewPage {
@@ -85,8 +114,26 @@ Item {
         anchors.top: titleBar.bottom
         anchors.bottom: parent.bottom
         width: parent.width
-        visible: !root.startScreenVisible
+        visible: !root.startScreenVisible && !root.searching
         page: root
+    }
+
+    SearchBackground {
+        anchors.fill: parent
+        visible: root.searching
+        themeType: root.themeType
+        onClicked: searchBox.leave()
+    }
+
+    SearchResultPage {
+        id: resultPage
+        y: Sizes.h(80)
+        width: parent.width
+        height: implicitHeight
+        visible: root.searching
+        searchText: searchBox.text
+        onLeaveRequested: searchBox.leave()
+        onChosen: root.openHit(hit, searchImageType)
     }
 
     StartMemoryBtn {

@@ -7,6 +7,7 @@ T.Button {
 
     property string accessibleId
     property string buttonType
+    property int radius: Sizes.controlRadius
     readonly property bool blue: buttonType === "BlueButton"
     readonly property color face: blue ? Theme.highlight : Theme.button
 
@@ -36,7 +37,7 @@ T.Button {
     }
 
     background: Rectangle {
-        radius: Sizes.controlRadius
+        radius: root.radius
         color: root.pressed ? Qt.darker(root.face, 1.15)
                             : root.hovered ? Qt.lighter(root.face, root.blue ? 1.08 : 1.03)
                                            : root.face

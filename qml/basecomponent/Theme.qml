@@ -29,6 +29,13 @@ QtObject {
     readonly property real barOpacity: 0.25
     readonly property color frame: dark ? "#1affffff" : "#0d262626"
 
+    // On the veil of the search page, which is of a middle grey in both.
+    readonly property color veilText: "#14171f"
+
+    // Recognised text and what is marked of it, on pictures of any colour.
+    readonly property color textBox: "#3790FA"
+    readonly property color captureShade: "#99000000"
+
     readonly property color radioChecked: "#3790fa"
     readonly property color radioUnchecked: "#bac1c9"
     readonly property color danger: "#f3222d"

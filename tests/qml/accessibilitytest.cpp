@@ -17,6 +17,8 @@ private Q_SLOTS:
     void everyNodeOfTheTreeHasANameAndARole();
     void tabWalksThroughThePage();
     void focusIsVisible();
+    void searchAndRegionToo_data();
+    void searchAndRegionToo();
 
 private:
     static void openDays(PagesFixture *pages);
@@ -133,7 +135,7 @@ void AccessibilityTest::everyControlIsNamed()
             ++count;
         }
     }
-    QCOMPARE(count, 23); // 7 on the page; 7, 1, 4, 2 and 2 in the dialogs
+    QCOMPARE(count, 26); // 10 on the page; 7, 1, 4, 2 and 2 in the dialogs
 }
 
 void AccessibilityTest::namesAreUniqueInAWindow()
@@ -168,12 +170,14 @@ void AccessibilityTest::tabWalksThroughThePage()
     PagesFixture::control(QStringLiteral("tavel-ai-yestermark_Button_menu"))
         ->forceActiveFocus(Qt::TabFocusReason);
     QStringList order;
-    for (int i = 0; i < 7; ++i) {
+    for (int i = 0; i < 10; ++i) {
         order.append(nameOf(pages.view.activeFocusItem()).mid(20));
         QTest::keyClick(&pages.view, Qt::Key_Tab);
     }
-    QCOMPARE(order, QStringList({"Button_menu", "Button_minimize", "Button_close", "Pane_timeAxis",
-                                 "Button_lastPage", "Slider_timeAxis", "Button_nextPage"}));
+    QCOMPARE(order,
+             QStringList({"Button_menu", "Button_minimize", "Button_close", "Button_search",
+                          "TextField_search", "Pane_timeAxis", "Button_lastPage", "Slider_timeAxis",
+                          "Button_nextPage", "Button_regionRecognition"}));
     QCOMPARE(nameOf(pages.view.activeFocusItem()).mid(20), QStringLiteral("Button_menu"));
 }
 
@@ -191,6 +195,59 @@ void AccessibilityTest::focusIsVisible()
         pages.view.requestActivate();
         QTRY_COMPARE(QGuiApplication::focusWindow(), &pages.view);
     }
+}
+
+void AccessibilityTest::searchAndRegionToo_data()
+{
+    QTest::addColumn<bool>("search");
+    QTest::addColumn<QStringList>("order");
+    QTest::newRow("search") << true
+                            << QStringList({"TextField_search", "Button_clearSearch",
+                                            "PageTab_textMatch", "PageTab_imageMatch",
+                                            "List_textHits", "Button_search"});
+    QTest::newRow("region") << false
+                            << QStringList({"Pane_screenCapture", "Pane_allText", "Button_return",
+                                            "Button_menu", "Button_minimize", "Button_close"});
+}
+
+void AccessibilityTest::searchAndRegionToo()
+{
+    QFETCH(bool, search);
+    QFETCH(QStringList, order);
+    PagesFixture pages;
+    openDays(&pages);
+    const auto control = [](const QString &name) {
+        return PagesFixture::control(QLatin1String("tavel-ai-yestermark_") + name);
+    };
+    if (search) {
+        PagesFixture::click(control(QStringLiteral("TextField_search")));
+        QTest::keyClick(&pages.view, Qt::Key_A);
+        for (int i = 0; i < 36; ++i) {
+            VideoPreviewImageItem hit;
+            hit.previewAppName = QStringLiteral("Editor");
+            hit.previewAppIcon = QStringLiteral("application-x-desktop");
+            hit.videoPreviewImageSource = QStringLiteral("videoImageProvider/textsearch1one");
+            pages.videoInfo.addTextHit(hit);
+        }
+        QTRY_VERIFY(control(QStringLiteral("ListItem_textHit35")));
+    } else {
+        PagesFixture::click(control(QStringLiteral("Button_regionRecognition")));
+        QTest::keyClick(&pages.view, Qt::Key_Return);
+        pages.videoInfo.showText({{QStringLiteral("words"), {{10, 10}, {300, 10}, {300, 40}}}});
+    }
+    checkTree(QAccessible::queryAccessibleInterface(&pages.view));
+    control(order.first())->forceActiveFocus(Qt::TabFocusReason);
+    for (const QString &name : order) {
+        QCOMPARE(nameOf(pages.view.activeFocusItem()).mid(20), name);
+        QTest::keyClick(&pages.view, Qt::Key_Tab);
+    }
+    QCOMPARE(nameOf(pages.view.activeFocusItem()).mid(20), order.first());
+    int usable = 0;
+    for (QQuickItem *item : controlsOf(&pages.view)) {
+        usable += item->isEnabled() ? 1 : 0;
+    }
+    QCOMPARE(usable, order.size());
+    QCOMPARE(pages.warnings(), QStringList());
 }
 
 QTEST_MAIN(AccessibilityTest)

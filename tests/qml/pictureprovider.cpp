@@ -1,6 +1,7 @@
 #include "qml/pictureprovider.h"
 
 #include <QPainter>
+#include <QRegularExpression>
 
 namespace
 {
@@ -46,20 +47,18 @@ QImage PictureProvider::requestImage(const QString &id, QSize *size, const QSize
     Q_UNUSED(size)
     Q_UNUSED(requestedSize)
     m_asked->append(id);
-    int digits = 0;
-    while (digits < id.size() && id.at(id.size() - 1 - digits).isDigit()) {
-        ++digits;
+    static const QRegularExpression digits(QStringLiteral("[0-9]+"));
+    const QRegularExpressionMatch number = digits.match(id);
+    if (id.startsWith(QLatin1String("previewImg"))) {
+        m_videoInfo->previewEmpty = !number.hasMatch();
     }
-    const bool preview = id.startsWith(QLatin1String("previewImg"));
-    if (preview) {
-        m_videoInfo->previewEmpty = digits == 0;
-    }
-    if (digits == 0) {
+    if (!number.hasMatch()) {
         return QImage();
     }
-    QImage &drawn = m_drawn[id.rightRef(digits).toInt() % 6];
+    const int picture = number.capturedRef().toInt() % 6;
+    QImage &drawn = m_drawn[picture];
     if (drawn.isNull()) {
-        drawn = drawDesktop(id.rightRef(digits).toInt() % 6);
+        drawn = drawDesktop(picture);
     }
     return drawn;
 }

@@ -33,6 +33,30 @@ void VideoInfoDouble::startRun(const AppItemInfo &run)
     Q_EMIT dayAppModelChanged();
 }
 
+void VideoInfoDouble::addTextHit(const VideoPreviewImageItem &hit)
+{
+    m_textHits.addItem(hit);
+    Q_EMIT textMatchResultModelChanged();
+}
+
+void VideoInfoDouble::addImageHit(const VideoPreviewImageItem &hit)
+{
+    m_imageHits.addItem(hit);
+    Q_EMIT imageMatchResultModelChanged();
+}
+
+void VideoInfoDouble::findNothing()
+{
+    Q_EMIT textSearchResultIsEmpty();
+    Q_EMIT imageSearchResultIsEmpty();
+}
+
+void VideoInfoDouble::showText(const QVector<OCRTextData> &lines)
+{
+    m_imageText.resetPreviewImageTextModel(lines);
+    Q_EMIT screenshotOCRTextDataReady();
+}
+
 void VideoInfoDouble::setDark(bool darkNow)
 {
     dark = darkNow;
@@ -90,6 +114,75 @@ void VideoInfoDouble::showCurShowImageItem(int dateIndex, int dayAppTimeAxisX, i
         m_previewItem->setCurShowAppName(run->appName);
         m_previewItem->setCurShowAppIcon(run->appIcon);
     }
+}
+
+void VideoInfoDouble::continueShowTextSearchResult(const QString &text)
+{
+    m_record->add(QStringLiteral("continueShowTextSearchResult"), {text});
+}
+
+void VideoInfoDouble::continueShowImageSearchResult(const QString &text)
+{
+    m_record->add(QStringLiteral("continueShowImageSearchResult"), {text});
+}
+
+void VideoInfoDouble::showTextSearchResult(const QString &text)
+{
+    m_record->add(QStringLiteral("showTextSearchResult"), {text});
+    clearHits();
+}
+
+void VideoInfoDouble::showImageSearchResult(const QString &text)
+{
+    m_record->add(QStringLiteral("showImageSearchResult"), {text});
+    clearHits();
+}
+
+void VideoInfoDouble::clearSearchTaskAndResult()
+{
+    m_record->add(QStringLiteral("clearSearchTaskAndResult"));
+    clearHits();
+}
+
+void VideoInfoDouble::clearSearchTask()
+{
+    m_record->add(QStringLiteral("clearSearchTask"));
+}
+
+void VideoInfoDouble::clearHits()
+{
+    m_textHits.resetVideoPreviewModel({});
+    m_imageHits.resetVideoPreviewModel({});
+    Q_EMIT textMatchResultModelChanged();
+    Q_EMIT imageMatchResultModelChanged();
+}
+
+void VideoInfoDouble::recognizingTextInImage(int type, const QString &imageId, float startx,
+                                             float starty, float endx, float endy,
+                                             const QString &taskID)
+{
+    m_record->add(QStringLiteral("recognizingTextInImage"),
+                  {type, imageId, startx, starty, endx, endy, taskID});
+    if (onRecognize) {
+        onRecognize();
+    }
+}
+
+void VideoInfoDouble::cancelRecognizeTextInImage(const QString &taskID)
+{
+    m_record->add(QStringLiteral("cancelRecognizeTextInImage"), {taskID});
+}
+
+void VideoInfoDouble::clearRecognizingTextResult()
+{
+    m_record->add(QStringLiteral("clearRecognizingTextResult"));
+    m_imageText.resetPreviewImageTextModel({});
+}
+
+void VideoInfoDouble::setClipBoardText(const QList<QString> &allText)
+{
+    clipBoardText = QStringList(allText);
+    m_record->add(QStringLiteral("setClipBoardText"), {clipBoardText.join(QLatin1Char('|'))});
 }
 
 bool VideoInfoDouble::clearUserData(int timeRange)

@@ -2,9 +2,12 @@
 // Double of the pages' facade: real models, days in memory, calls recorded. Owner: the fixture.
 // Thread: main.
 
+#include "ai/ocrtextdata.h"
 #include "models/appiteminfo.h"
 #include "models/dayappmodel.h"
+#include "models/previewimagetextmodel.h"
 #include "models/videopreviewitem.h"
+#include "models/videopreviewmodel.h"
 #include "qml/callrecord.h"
 
 #include <QAbstractListModel>
@@ -22,11 +25,19 @@ class VideoInfoDouble : public QObject
 {
     Q_OBJECT
     Q_PROPERTY(QAbstractListModel *dayAppModel READ dayAppModel NOTIFY dayAppModelChanged)
+    Q_PROPERTY(QAbstractListModel *textMatchResultModel READ textMatchResultModel NOTIFY
+                   textMatchResultModelChanged)
+    Q_PROPERTY(QAbstractListModel *imageMatchResultModel READ imageMatchResultModel NOTIFY
+                   imageMatchResultModelChanged)
+    Q_PROPERTY(QAbstractListModel *imageTextModel READ imageTextModel CONSTANT)
 
 public:
     VideoInfoDouble(CallRecord *record, VideoPreviewItem *previewItem);
 
     QAbstractListModel *dayAppModel() { return &m_dayAppModel; }
+    QAbstractListModel *textMatchResultModel() { return &m_textHits; }
+    QAbstractListModel *imageMatchResultModel() { return &m_imageHits; }
+    QAbstractListModel *imageTextModel() { return &m_imageText; }
 
     bool subsystemAvailable = true;
     bool startButton = false;
@@ -37,6 +48,17 @@ public:
     QVector<TestDay> days;        ///< on the axis, oldest first
     std::function<void()> onShow; ///< runs before a large picture is looked up
     int pictures = 0;             ///< large pictures asked for
+
+    QStringList clipBoardText;         ///< the texts of the last setClipBoardText
+    std::function<void()> onRecognize; ///< runs while a part of a picture is being read
+
+    /// A hit at the end of a list.
+    void addTextHit(const VideoPreviewImageItem &hit);
+    void addImageHit(const VideoPreviewImageItem &hit);
+    void findNothing();
+
+    /// Brings the lines of a part of a picture to the pages.
+    void showText(const QVector<OCRTextData> &lines);
 
     /// Puts a day at the newest end, as a first frame of a day does.
     void appendDay(const TestDay &day);
@@ -51,6 +73,18 @@ public:
                                           int imageId);
     Q_INVOKABLE void showPreviewImageItem(int dateIndex, int dayAppTimeAxisX, int imageId);
     Q_INVOKABLE void showCurShowImageItem(int dateIndex, int dayAppTimeAxisX, int imageId);
+    Q_INVOKABLE void continueShowTextSearchResult(const QString &text);
+    Q_INVOKABLE void continueShowImageSearchResult(const QString &text);
+    Q_INVOKABLE void showTextSearchResult(const QString &text);
+    Q_INVOKABLE void showImageSearchResult(const QString &text);
+    Q_INVOKABLE void clearSearchTaskAndResult();
+    Q_INVOKABLE void clearSearchTask();
+    Q_INVOKABLE void recognizingTextInImage(int type, const QString &imageId, float startx,
+                                            float starty, float endx, float endy,
+                                            const QString &taskID);
+    Q_INVOKABLE void cancelRecognizeTextInImage(const QString &taskID);
+    Q_INVOKABLE void clearRecognizingTextResult();
+    Q_INVOKABLE void setClipBoardText(const QList<QString> &allText);
     Q_INVOKABLE bool clearUserData(int timeRange);
     Q_INVOKABLE void startMemory();
     Q_INVOKABLE bool isPreviewImgEmpty() { return previewEmpty; }
@@ -67,6 +101,11 @@ public:
 
 Q_SIGNALS:
     void dayAppModelChanged();
+    void textMatchResultModelChanged();
+    void imageMatchResultModelChanged();
+    void imageSearchResultIsEmpty();
+    void textSearchResultIsEmpty();
+    void screenshotOCRTextDataReady();
     void quitYestermark();
     void themeChanged();
     void backInTimeDetected();
@@ -74,10 +113,14 @@ Q_SIGNALS:
 private:
     /// The run under a pixel of a day's runs and gaps, null in a gap and before the first.
     const AppItemInfo *runAt(int dateIndex, int x) const;
+    void clearHits();
     void showPreview(const AppItemInfo *run, int dateIndex, int imageId);
 
     CallRecord *m_record;
     VideoPreviewItem *m_previewItem;
     DayAppModel m_dayAppModel;
+    VideoPreviewModel m_textHits;
+    VideoPreviewModel m_imageHits;
+    PreviewImageTextModel m_imageText;
     QString m_shownSource;
 };

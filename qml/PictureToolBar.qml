@@ -1,0 +1,61 @@
+// Below the large picture: its application, and the way to its text.
+import QtQuick 2.12
+import "basecomponent"
+
+Rectangle {
+    id: root
+
+    property string iconSource
+    property string appName
+    property int iconSize
+    property real maximumNameWidth
+
+    signal regionRequested
+
+    implicitWidth: row.width + 2 * Sizes.margin
+    radius: 8
+    color: Theme.base
+    border.width: 1
+    border.color: Theme.frame
+
+    function takeFocus(reason) {
+        regionButton.forceActiveFocus(reason)
+    }
+
+    Row {
+        id: row
+        anchors.centerIn: parent
+        spacing: Sizes.gap
+
+        AppIcon {
+            anchors.verticalCenter: parent.verticalCenter
+            source: root.iconSource
+            size: root.iconSize
+        }
+
+        BodyText {
+            anchors.verticalCenter: parent.verticalCenter
+            width: Math.min(implicitWidth, root.maximumNameWidth)
+            text: root.appName
+            font.pixelSize: Sizes.pageFont
+            elide: Text.ElideRight
+        }
+
+        Rectangle {
+            anchors.verticalCenter: parent.verticalCenter
+            width: 1
+            height: Math.round(root.height / 2)
+            color: Theme.line
+        }
+
+        ButtonItem {
+            id: regionButton
+            anchors.verticalCenter: parent.verticalCenter
+            accessibleId: "Button_regionRecognition"
+            iconName: "screenshot-app-symbolic"
+            iconSize: Math.max(Sizes.smallIcon, Math.min(24, Sizes.w(18)))
+            toolTip: qsTr("Region Recognition")
+            onClicked: root.regionRequested()
+        }
+    }
+}
