@@ -254,6 +254,42 @@
     </message>
 </context>
 <context>
+    <name>NoSearchResult</name>
+    <message>
+        <source>We couldn&apos;t find the results you were looking for</source>
+        <translation>没有找到您想要的结果</translation>
+    </message>
+</context>
+<context>
+    <name>PictureToolBar</name>
+    <message>
+        <source>Region Recognition</source>
+        <translation>区域识别</translation>
+    </message>
+</context>
+<context>
+    <name>SearchBox</name>
+    <message>
+        <source>Enter your memory fragments...</source>
+        <translation>输入您的记忆片段...</translation>
+    </message>
+</context>
+<context>
+    <name>SearchResultPage</name>
+    <message>
+        <source>Search Result:</source>
+        <translation>搜索结果：</translation>
+    </message>
+    <message>
+        <source>Text Matching</source>
+        <translation>文本匹配</translation>
+    </message>
+    <message>
+        <source>Image Matching</source>
+        <translation>图像匹配</translation>
+    </message>
+</context>
+<context>
     <name>SettingsPage</name>
     <message>
         <source>Settings</source>
@@ -282,6 +318,13 @@
     <message>
         <source>Maximum Space Occupancy</source>
         <translation>最大占用空间</translation>
+    </message>
+</context>
+<context>
+    <name>ShowImageInfoPage</name>
+    <message>
+        <source>Return</source>
+        <translation>返回</translation>
     </message>
 </context>
 <context>
@@ -320,6 +363,17 @@
     <message>
         <source>Go Now</source>
         <translation>立即前往</translation>
+    </message>
+</context>
+<context>
+    <name>TextMenu</name>
+    <message>
+        <source>Copy</source>
+        <translation>复制</translation>
+    </message>
+    <message>
+        <source>SelectAll</source>
+        <translation>全选</translation>
     </message>
 </context>
 <context>
