@@ -21,6 +21,7 @@
 #include <QAction>
 #include <QDBusConnection>
 #include <QDir>
+#include <QProcess>
 #include <QQmlContext>
 #include <QQmlEngine>
 #include <QQuickItem>
@@ -29,6 +30,7 @@
 #include <QSystemTrayIcon>
 #include <QTest>
 #include <QTimer>
+#include <QWidget>
 
 #include <unistd.h>
 
@@ -115,6 +117,7 @@ private Q_SLOTS:
 
     void thePageFindsItsObjectsAndPictures();
     void theWindowFillsTheScreenAndIsPinnedASecondLater();
+    void besideAPanelTheWindowIsPinnedAtWhatItWasGiven();
     void aWorkAreaBecomesTheWindowsPlaceAndItsOnlySize();
     void aCloseRequestRaisesTheWindowAndAsks();
     void f1OpensTheGuide();
@@ -211,6 +214,33 @@ void TestWindowWiring::theWindowFillsTheScreenAndIsPinnedASecondLater()
         QCOMPARE(shell.view->maximumSize(), shell.view->geometry().size());
         QVERIFY(screen.contains(shell.view->geometry()));
         shell.backend.activateYestermark(); // and once more
+    }
+}
+
+void TestWindowWiring::besideAPanelTheWindowIsPinnedAtWhatItWasGiven()
+{
+    const QRect screen = QGuiApplication::primaryScreen()->geometry();
+    const QRect free = screen.adjusted(0, 0, 0, -40);
+    QWidget panel;
+    panel.setAttribute(Qt::WA_X11NetWmWindowTypeDock);
+    panel.setGeometry(0, free.height(), screen.width(), 40);
+    panel.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&panel, waitMs));
+    QCOMPARE(QProcess::execute(QStringLiteral("xprop"),
+                               {QStringLiteral("-id"), QString::number(panel.winId()),
+                                QStringLiteral("-f"), QStringLiteral("_NET_WM_STRUT"),
+                                QStringLiteral("32c"), QStringLiteral("-set"),
+                                QStringLiteral("_NET_WM_STRUT"), QStringLiteral("0, 0, 0, 40")}),
+             0);
+    QTRY_COMPARE_WITH_TIMEOUT(WindowSettings().getWorkArea(), free, waitMs);
+    Shell shell;
+    for (int round = 0; round < 2; ++round) { // the first may meet the news of the panel itself
+        QCOMPARE(shell.view->maximumSize(), screen.size());
+        QTRY_VERIFY_WITH_TIMEOUT(!shell.view->minimumSize().isNull(), waitMs);
+        QCOMPARE(shell.view->geometry(), free);
+        QCOMPARE(shell.view->minimumSize(), free.size());
+        QCOMPARE(shell.view->maximumSize(), free.size());
+        shell.backend.activateYestermark();
     }
 }
 
