@@ -20,4 +20,9 @@ Q_SIGNALS:
 protected:
     bool event(QEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    bool isHeld(const QKeyEvent &press) const;
+
+    ulong m_f1ReleasedAt = 0; ///< in the events' own time; 0 while it was never released
 };

@@ -19,6 +19,7 @@ private Q_SLOTS:
     void aCloseRequestLeavesTheWindowAndAsks();
     void otherEventsReachTheWindow();
     void f1IsToldOnceHoweverLongItIsHeld();
+    void aHeldF1IsKnownByItsTimesWhereTheToolkitMissesIt();
     void otherKeysReachThePage();
     void theTitleBarsButtonsActOnTheWindow();
     void closingByTheTitleBarEndsTheProgram();
@@ -61,6 +62,27 @@ void TestShell::f1IsToldOnceHoweverLongItIsHeld()
         QCoreApplication::sendEvent(&view, &held);
     }
     QCOMPARE(pressed.count(), 1);
+}
+
+void TestShell::aHeldF1IsKnownByItsTimesWhereTheToolkitMissesIt()
+{
+    YestermarkView view;
+    view.show();
+    QSignalSpy pressed(&view, &YestermarkView::keyF1Pressed);
+    const auto send = [&view](QEvent::Type type, ulong time) {
+        QKeyEvent event(type, Qt::Key_F1, Qt::NoModifier);
+        event.setTimestamp(time);
+        QCoreApplication::sendEvent(&view, &event);
+    };
+    send(QEvent::KeyPress, 1000);
+    for (ulong time = 1660; time < 1900; time += 40) {
+        send(QEvent::KeyRelease, time);
+        send(QEvent::KeyPress, time);
+    }
+    QCOMPARE(pressed.count(), 1);
+    send(QEvent::KeyRelease, 1900);
+    send(QEvent::KeyPress, 1950); // pressed anew
+    QCOMPARE(pressed.count(), 2);
 }
 
 void TestShell::otherKeysReachThePage()
