@@ -1,12 +1,10 @@
 #include "singleapplication/qtsingleapplication.h"
 
 #include "singleapplication/instanceclient.h"
+#include "singleapplication/instanceplace.h"
 #include "singleapplication/instanceserver.h"
 
 #include <QDebug>
-#include <QDir>
-#include <QFile>
-#include <QStandardPaths>
 
 namespace
 {
@@ -20,22 +18,11 @@ int &withoutDisplay(int &argc, bool GUIenabled)
     }
     return argc;
 }
-
-// Not QStandardPaths' runtime location: without the variable that invents one below /tmp.
-QString instanceDirectory()
-{
-    const QString runtime = QFile::decodeName(qgetenv("XDG_RUNTIME_DIR"));
-    const QString base =
-        QDir::isAbsolutePath(runtime)
-            ? runtime
-            : QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation);
-    return base + '/' + QCoreApplication::applicationName();
-}
 } // namespace
 
 QtSingleApplication::QtSingleApplication(int &argc, char **argv, bool GUIenabled)
     : QApplication(withoutDisplay(argc, GUIenabled), argv)
-    , m_directory(instanceDirectory())
+    , m_directory(InstancePlace::directory(QCoreApplication::applicationName()))
     , m_lock(m_directory)
 {
     isRunning();
@@ -84,5 +71,5 @@ void QtSingleApplication::listen()
 
 QString QtSingleApplication::socketPath() const
 {
-    return m_directory + "/instance.socket";
+    return InstancePlace::socketPath(m_directory);
 }
