@@ -4,9 +4,7 @@
 
 namespace HistoryChecker
 {
-namespace
-{
-QString nameOf(Kind kind)
+QString name(Kind kind)
 {
     switch (kind) {
     case Kind::RowWithoutFrame:
@@ -68,7 +66,6 @@ QString nameOf(Kind kind)
     }
     return {};
 }
-} // namespace
 
 bool isDisagreement(Kind kind)
 {
@@ -77,7 +74,7 @@ bool isDisagreement(Kind kind)
 
 QString text(const Finding &finding)
 {
-    const QString line = nameOf(finding.kind) + QLatin1String(": ") + finding.subject;
+    const QString line = name(finding.kind) + QLatin1String(": ") + finding.subject;
     return finding.detail.isEmpty() ? line : line + QLatin1String(", ") + finding.detail;
 }
 

@@ -63,6 +63,9 @@ struct Report {
 /// Whether the program never leaves such a thing behind.
 bool isDisagreement(Kind kind);
 
+/// What a kind is called, such as "row without frame".
+QString name(Kind kind);
+
 /// One line: kind, subject, detail.
 QString text(const Finding &finding);
 } // namespace HistoryChecker

@@ -176,8 +176,10 @@ Report check(const QString &home, const Options &options)
             continue;
         }
         checkModes(root, report);
-        RootCheck rootCheck(walkFiles(root, options.workInProgress, report),
-                            readRows(root, options.workInProgress, report), report);
+        // The rows first: a recorder stores a frame's picture before its row.
+        StoredRows rows = readRows(root, options.workInProgress, report);
+        StoredFiles files = walkFiles(root, options.workInProgress, report);
+        RootCheck rootCheck(std::move(files), std::move(rows), report);
         rootCheck.checkRows(known);
         rootCheck.checkVideos(options.decode);
         vectors += readVectors(root, options.workInProgress, report);

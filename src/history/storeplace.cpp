@@ -3,7 +3,7 @@
 #include "database/daytext.h"
 
 #include <QDir>
-#include <QFile>
+#include <QFileInfo>
 #include <QStandardPaths>
 
 #include <sys/stat.h>
@@ -52,6 +52,18 @@ StorePlace StorePlace::find()
 bool StorePlace::exists() const
 {
     return QDir(databases).exists();
+}
+
+bool StorePlace::holds(const QString &path) const
+{
+    const QString parent = QFileInfo(QFileInfo(path).absolutePath()).canonicalFilePath();
+    for (const QString &folder : {screenshots, databases, vectors}) {
+        const QString root = QFileInfo(QFileInfo(folder).path()).canonicalFilePath();
+        if (!root.isEmpty() && (parent + QLatin1Char('/')).startsWith(root + QLatin1Char('/'))) {
+            return true;
+        }
+    }
+    return false;
 }
 
 QString StorePlace::folderOfDay(const QString &dayOrVideo) const

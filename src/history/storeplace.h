@@ -18,5 +18,8 @@ struct StorePlace {
     /// The directory of the frames of a day "yyyy-MM-dd", or of a video's name.
     QString folderOfDay(const QString &dayOrVideo) const;
 
+    /// Whether something that is made at @p path would stand among the history's own files.
+    bool holds(const QString &path) const;
+
     static StorePlace find();
 };
