@@ -553,7 +553,7 @@ void TestOcrModule::cancelRacingTheResult()
 {
     constexpr int runs = 1000;
     CoreAiDouble::setReader([](const QByteArray &encoded) {
-        const Reading reading = readNumber(encoded);
+        Reading reading = readNumber(encoded);
         // Spread over the time after which the other thread cancels.
         const int number = reading.lines.first().text.toInt();
         std::this_thread::sleep_for(std::chrono::microseconds((number % 20) * 100));
