@@ -33,8 +33,14 @@ Item {
 
             AppMenu {
                 id: menu
+
+                property int opener: Qt.PopupFocusReason
+
                 x: (menuButton.width - width) / 2
                 y: menuButton.height + 4
+                onAboutToShow: opener = menuButton.visualFocus ? Qt.TabFocusReason
+                                                               : Qt.PopupFocusReason
+                onClosed: menuButton.forceActiveFocus(opener) // else the focus is nowhere
                 onSettingsChosen: root.settingsRequested()
                 onHelpChosen: VideoInfo.showGuide()
                 onAboutChosen: root.aboutRequested()
