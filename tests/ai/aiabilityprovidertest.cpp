@@ -443,11 +443,13 @@ void TestAIAbilityProvider::theSemanticModuleAnswersOnItsOwnThread()
     const LogCapture log;
     std::mutex mutex;
     QStringList answers;
+    QVector<QThread::Priority> priorities;
     {
         AIAbilityManager manager;
         manager.setImageSemanticResultCallback([&](const QString &summary) {
             const std::lock_guard<std::mutex> lock(mutex);
             answers << QThread::currentThread()->objectName() + QLatin1Char(':') + summary;
+            priorities << QThread::currentThread()->priority();
         });
         manager.getImageSemanticInfoAsync(QImage()); // ignored
         manager.getImageSemanticInfoAsync(Pictures::numbered(1));
@@ -455,6 +457,7 @@ void TestAIAbilityProvider::theSemanticModuleAnswersOnItsOwnThread()
         QTRY_COMPARE(log.count(QtDebugMsg, QStringLiteral("Multimodel Elapsed time:")), 1);
     }
     QCOMPARE(answers, QStringList(QStringLiteral("semantic:")));
+    QCOMPARE(priorities, QVector<QThread::Priority>{QThread::InheritPriority});
 }
 
 void TestAIAbilityProvider::theModulesEndInTheirOrder()

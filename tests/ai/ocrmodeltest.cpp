@@ -113,6 +113,7 @@ private Q_SLOTS:
     void aNullResultHandleYieldsNoCallbackToTheOwner();
     void anImageWithNoTextYieldsACallbackWithAnEmptyVector();
     void linesKeepTheirOrderTextAndCorners();
+    void cornersPassThroughSinglePrecision();
     void aLineWithoutCornerPointsIsMissingAndTheOthersStand();
     void aPictureThatCannotBeEncodedReachesNobody();
     void aBufferThatCannotBeOpenedIsTold();
@@ -302,6 +303,20 @@ void TestOcrModel::linesKeepTheirOrderTextAndCorners()
                                           QStringLiteral("屏幕历史 “quoted”"), QString()}));
     QCOMPARE(lines.at(1).cornerPoints,
              QVector<QPointF>({{-3.0, 5.0}, {3840.0, 5.0}, {3840.0, 2160.0}, {-3.0, 2160.0}}));
+}
+
+/// Exact for any real picture, and the nearest that 24 bits can tell beyond.
+void TestOcrModel::cornersPassThroughSinglePrecision()
+{
+    CoreAiDouble::setReader([](const QByteArray & /*encoded*/) {
+        return Reading{{Line{"far", {{16777215, -16777217}, {16777219, 65535}}}}};
+    });
+    const auto model = readyModel();
+    QVERIFY(model);
+    model->requestOCRTextDataAsync(Pictures::numbered(1));
+    QTRY_COMPARE(m_results->count(), 1);
+    QCOMPARE(m_results->at(0).value(0).cornerPoints,
+             QVector<QPointF>({{16777215.0, -16777216.0}, {16777220.0, 65535.0}}));
 }
 
 void TestOcrModel::aLineWithoutCornerPointsIsMissingAndTheOthersStand()

@@ -139,21 +139,27 @@ void DatabaseManagerTest::spansAreCountedInDaysOfTheCalendar_data()
 {
     QTest::addColumn<int>("range");
     QTest::addColumn<QString>("start");
-    QTest::newRow("day") << int(LastDay) << "2024-03-30 12:00:00";
-    QTest::newRow("week") << int(LastWeek) << "2024-03-24 12:00:00";
-    QTest::newRow("month") << int(LastMonth) << "2024-02-29 12:00:00";
-    QTest::newRow("an hour is one of the clock") << int(LastHour) << "2024-03-31 11:00:00";
+    QTest::addColumn<QString>("now");
+    const auto span = [](const char *name, TimeRange range, const char *start, const char *now) {
+        QTest::newRow(name) << int(range) << QString::fromLatin1(start) << QString::fromLatin1(now);
+    };
+    // In the night before, the clock went forward: this day has 23 hours.
+    span("day", LastDay, "2024-03-30 12:00:00", "2024-03-31 12:00:00");
+    span("week", LastWeek, "2024-03-24 12:00:00", "2024-03-31 12:00:00");
+    span("month", LastMonth, "2024-03-05 12:00:00", "2024-04-05 12:00:00");
+    span("short month", LastMonth, "2024-02-05 12:00:00", "2024-03-05 12:00:00");
+    span("hour", LastHour, "2024-03-31 01:30:00", "2024-03-31 03:30:00");
 }
 
-/// In the night before, the clock went forward: the day has 23 hours.
 void DatabaseManagerTest::spansAreCountedInDaysOfTheCalendar()
 {
     QFETCH(int, range);
     QFETCH(QString, start);
+    QFETCH(QString, now);
     const TestStore::Zone zone("CET-1CEST,M3.5.0,M10.5.0/3");
-    FakeClock::freeze(QDateTime(QDate(2024, 3, 31), QTime(12, 0)));
+    FakeClock::freeze(QDateTime::fromSecsSinceEpoch(at(now)));
     QVERIFY(m_manager->deleteUserData(static_cast<TimeRange>(range)));
-    QCOMPARE(vectorFilter(), filterOf(at(start), at("2024-03-31 12:00:00")));
+    QCOMPARE(vectorFilter(), filterOf(at(start), at(now)));
 }
 
 void DatabaseManagerTest::allTimeRemovesEveryMonthFile()

@@ -68,6 +68,8 @@ private Q_SLOTS:
     void aFrameOfAVideoIsLookedUp();
     void aFrameOfAVideoMustLieOnTheVideosDay();
     void aFrameOfADayIsLookedUpWithoutItsDate();
+    void aDayIncludesItsFirstAndItsLastSecond_data();
+    void aDayIncludesItsFirstAndItsLastSecond();
     void theFirstRowSavedIsTheFrameOfADay();
     void aFrameThatIsNotThereIsEmpty();
     void aMonthWithoutAFileHasNoFrames();
@@ -349,6 +351,29 @@ void TextSearchTest::aFrameOfADayIsLookedUpWithoutItsDate()
     QCOMPARE(found.realTime, at("2024-03-10 10:00:05"));
     QCOMPARE(found.desktopFilePath, QStringLiteral("/b.desktop"));
     QCOMPARE(found.date, QString());
+}
+
+void TextSearchTest::aDayIncludesItsFirstAndItsLastSecond_data()
+{
+    QTest::addColumn<QString>("time");
+    QTest::addColumn<bool>("isOfTheDay");
+    QTest::newRow("before") << "2024-03-09 23:59:59" << false;
+    QTest::newRow("first") << "2024-03-10 00:00:00" << true;
+    QTest::newRow("last") << "2024-03-10 23:59:59" << true;
+    QTest::newRow("behind") << "2024-03-11 00:00:00" << false;
+}
+
+void TextSearchTest::aDayIncludesItsFirstAndItsLastSecond()
+{
+    QFETCH(QString, time);
+    QFETCH(bool, isOfTheDay);
+    OcrScreenshotDatabase store;
+    ScreenShotData data = frame("2024-03-10 00:00:00", 4);
+    data.realTime = at(time);
+    QVERIFY(store.saveScreenshotData(data));
+    QCOMPARE(store.getScreenShotDataOfDay(QStringLiteral("2024-03-10"), 4).videoName.isEmpty(),
+             !isOfTheDay);
+    QCOMPARE(store.getScreenShotDataOfVideo(data.videoName, 4).videoName.isEmpty(), !isOfTheDay);
 }
 
 // A clock that was set back leaves numbers twice.
