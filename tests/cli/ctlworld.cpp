@@ -1,0 +1,70 @@
+#include "ctlworld.h"
+
+#include <QDirIterator>
+#include <QFile>
+#include <QJsonDocument>
+#include <QProcess>
+
+#include <sys/stat.h>
+
+namespace
+{
+constexpr int LONGEST_RUN_MS = 60000;
+}
+
+QStringList CtlRun::lines() const
+{
+    return QString::fromUtf8(out).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+QJsonObject CtlRun::object() const
+{
+    return QJsonDocument::fromJson(out).object();
+}
+
+QJsonArray CtlRun::list() const
+{
+    return QJsonDocument::fromJson(out).array();
+}
+
+CtlWorld::CtlWorld(QString home)
+    : m_home(std::move(home)), m_environment(QProcessEnvironment::systemEnvironment())
+{
+    set(QStringLiteral("HOME"), m_home);
+}
+
+CtlRun CtlWorld::run(const QStringList &arguments) const
+{
+    QProcess process;
+    process.setProcessEnvironment(m_environment);
+    process.start(QStringLiteral(YESTERMARKCTL), arguments);
+    CtlRun run;
+    if (process.waitForFinished(LONGEST_RUN_MS) && process.exitStatus() == QProcess::NormalExit) {
+        run.status = process.exitCode();
+    }
+    run.out = process.readAllStandardOutput();
+    run.faults = process.readAllStandardError();
+    return run;
+}
+
+QByteArray CtlWorld::listing() const
+{
+    QStringList entries;
+    QDirIterator files(m_home,
+                       QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System,
+                       QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        const QString path = files.next();
+        struct stat facts = {};
+        ::lstat(QFile::encodeName(path).constData(), &facts);
+        const bool isFile = S_ISREG(facts.st_mode);
+        entries.append(QStringLiteral("%1 %2 %3 %4.%5")
+                           .arg(path)
+                           .arg(isFile ? static_cast<qint64>(facts.st_size) : 0)
+                           .arg(facts.st_mode, 0, 8)
+                           .arg(static_cast<qint64>(facts.st_mtim.tv_sec))
+                           .arg(static_cast<qint64>(facts.st_mtim.tv_nsec)));
+    }
+    entries.sort();
+    return entries.join(QLatin1Char('\n')).toUtf8();
+}
