@@ -140,6 +140,7 @@ double millisecondsToRow(const QAbstractListModel *model, int rows,
 void measureFirstTextHits(Program *program, const YearStore::Facts &facts)
 {
     std::vector<double> values;
+    values.reserve(FIRST_HITS);
     const Stall stall;
     for (int round = 0; round < FIRST_HITS; ++round) {
         const QString &word = round % 2 == 0 ? facts.rareWord : facts.rareChineseWord;
@@ -181,6 +182,7 @@ void teachMeanings(const YearStore::Facts &facts)
 void measureFirstMeanings(Program *program)
 {
     std::vector<double> values;
+    values.reserve(FIRST_HITS);
     const Stall stall;
     for (int round = 0; round < FIRST_HITS; ++round) {
         values.push_back(millisecondsToRow(program->pictures(), 1, [&] {
@@ -214,6 +216,7 @@ void measureLookUps(Program *program)
 void measurePages(Program *program, const YearStore::Facts &facts)
 {
     std::vector<double> values;
+    values.reserve(PAGES);
     const Stall stall;
     for (int round = 0; round < PAGES; ++round) {
         const QString word = facts.commonWord.left(facts.commonWord.size() - round % 2);

@@ -91,6 +91,7 @@ struct Answer {
 SearchResults resultsOf(const std::vector<Answer> &answers)
 {
     std::vector<SingleResult> list;
+    list.reserve(answers.size());
     for (const Answer &answer : answers) {
         list.push_back(answer.result());
     }
