@@ -294,10 +294,10 @@ void TestRegionRuntime::enginesThatDieOfALineEndTheWait()
 
 void TestRegionRuntime::theRegionDoesNotWaitForTheRecorderAndSharesItsProcess()
 {
-    constexpr int frames = 20;
-    useTestEngines({"1"});
+    constexpr int frames = 10;
+    useTestEngines({"50"}); // some seconds a frame: the recorder is far from done
+    std::atomic<int> read{0}; // first: answers come for as long as the recorder is there
     OcrModel recorder;
-    std::atomic<int> read{0};
     recorder.setImageOCRResultCallback([&read](const QVector<OCRTextData> & /*lines*/) { ++read; });
     const auto module = readyModule();
     QVERIFY(module);
@@ -315,9 +315,8 @@ void TestRegionRuntime::theRegionDoesNotWaitForTheRecorderAndSharesItsProcess()
     }
     session.openFile();
     QVERIFY(!module->getOCRTextDataSync(task(session.screen().copy(0, 100, 800, 200))).isEmpty());
-    QVERIFY2(read < frames * 3 / 4, "the region waited for the recorder");
+    QVERIFY2(read < frames / 2, "the region waited for the recorder");
     QCOMPARE(childrenOf(::getpid()).size(), std::size_t(1));
-    QTRY_COMPARE_WITH_TIMEOUT(read.load(), frames, PATIENCE_MS);
 }
 
 void TestRegionRuntime::textInAPaintedPictureIsReadWithBoxesInsideTheRegion()
