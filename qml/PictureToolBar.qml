@@ -53,7 +53,9 @@ Rectangle {
             anchors.verticalCenter: parent.verticalCenter
             accessibleId: "Button_regionRecognition"
             iconName: "screenshot-app-symbolic"
-            iconSize: Math.max(Sizes.smallIcon, Math.min(24, Sizes.w(18)))
+            iconSize: Math.max(Sizes.smallIcon, Sizes.h(18))
+            implicitWidth: Math.max(Sizes.titleBarButtonWidth, root.height - Sizes.gap)
+            implicitHeight: root.height - Sizes.gap
             toolTip: qsTr("Region Recognition")
             onClicked: root.regionRequested()
         }

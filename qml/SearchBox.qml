@@ -10,6 +10,7 @@ Rectangle {
     property Item resultPage
     property alias text: input.text
     property string textInputState: "normal"
+    readonly property int iconSize: Math.max(Sizes.smallIcon, Sizes.h(16))
     readonly property bool editing: textInputState === "edit"
 
     implicitWidth: Math.max(280, Sizes.w(498))
@@ -69,6 +70,7 @@ Rectangle {
         implicitHeight: root.height - 4
         accessibleId: "Button_search"
         iconName: "system-search-symbolic"
+        iconSize: root.iconSize
         onClicked: root.submit()
     }
 
@@ -138,6 +140,7 @@ Rectangle {
         visible: root.text !== ""
         accessibleId: "Button_clearSearch"
         iconName: "edit-clear-symbolic"
+        iconSize: root.iconSize
         onClicked: root.clear()
     }
 }

@@ -72,13 +72,16 @@ Flickable {
     SearchPageGridView {
         id: grid
         searchImageType: root.searchImageType
+        seenTop: root.contentY
+        seenHeight: root.height
         onChosen: root.chosen(hit)
         onCurrentMoved: root.bringIntoView(top)
     }
 
-    NoSearchResult {
+    NoSearchResult { // in the middle of the page
         parent: root
-        anchors.centerIn: parent
+        x: root.parent.width / 2 - root.x - width / 2
+        y: (root.height - height) / 2
         visible: root.noResult && root.count === 0
     }
 }

@@ -9,6 +9,8 @@ T.Control {
     property alias model: grid.model
     property int count: 0 // of the model; the view takes up changes late
     property int searchImageType
+    property real seenTop: 0
+    property real seenHeight: 4 * cellHeight
     readonly property int columns: 6
     readonly property int cellWidth: Sizes.w(290)
     readonly property int cellHeight: Sizes.h(214)
@@ -92,6 +94,8 @@ T.Control {
         delegate: SearchResultCard {
             hit: modelData
             accessibleId: "ListItem_" + root.hitName + index
+            nearby: y + height > root.seenTop - root.seenHeight
+                    && y < root.seenTop + 2 * root.seenHeight
             hasFocusRing: root.visualFocus && GridView.isCurrentItem
             onChosen: root.chosen(hit)
         }

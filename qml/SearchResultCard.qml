@@ -8,6 +8,7 @@ Rectangle {
     property QtObject hit
     property string accessibleId
     property bool hasFocusRing: false
+    property bool nearby: true // else its picture, as large as the screen, is let go
     readonly property bool touched: pointer.containsMouse || pointer.pressed
     // A new search takes the hit away before the card goes.
     readonly property string appName: hit ? hit.previewAppName : ""
@@ -34,7 +35,7 @@ Rectangle {
         y: Sizes.h(16)
         width: Sizes.w(234)
         height: Sizes.h(132)
-        source: root.hit ? "image://" + root.hit.videoPreviewImageSource : ""
+        source: root.hit && root.nearby ? "image://" + root.hit.videoPreviewImageSource : ""
         fillMode: Image.PreserveAspectFit
         cache: false // an id comes back for another picture
         mipmap: true
@@ -47,7 +48,7 @@ Rectangle {
         x: picture.x
         y: picture.y + picture.height
         width: picture.width
-        height: parent.height - y
+        height: parent.height - y - Sizes.h(8)
 
         AppIcon {
             id: icon

@@ -41,7 +41,7 @@ FocusScope {
         visible: root.headed
 
         BodyText {
-            height: textTab.height
+            topPadding: textTab.topPadding
             text: qsTr("Search Result:")
             font.pixelSize: Sizes.pageFont
             font.bold: true

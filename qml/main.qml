@@ -112,6 +112,7 @@ Item {
     PreviewPage {
         id: previewPage
         anchors.top: titleBar.bottom
+        anchors.topMargin: Math.max(0, searchBox.y + searchBox.height - titleBar.height)
         anchors.bottom: parent.bottom
         width: parent.width
         visible: !root.startScreenVisible && !root.searching
