@@ -72,6 +72,78 @@ void keepPicture(QQuickWindow *window, const QString &name)
         window->grabWindow().save(folder + QLatin1Char('/') + name + QLatin1String(".png"));
     }
 }
+QQuickItem *control(const char *name)
+{
+    return PagesFixture::control(QLatin1String("tavel-ai-yestermark_") + QLatin1String(name));
+}
+
+void drag(QQuickWindow *window, const QPoint &from, const QPoint &to)
+{
+    QTest::mousePress(window, Qt::LeftButton, {}, from);
+    QTest::mouseMove(window, to);
+    QTest::mouseRelease(window, Qt::LeftButton, {}, to);
+}
+
+QVector<OCRTextData> someLines()
+{
+    QVector<OCRTextData> lines;
+    for (int i = 0; i < 14; ++i) {
+        const QRectF rect(20, 16 + 30 * i, 300 + (i * 131) % 260, 24);
+        lines.append({QStringLiteral("Line %1 of what was recognised").arg(i),
+                      {rect.topLeft(), rect.topRight(), rect.bottomRight(), rect.bottomLeft()}});
+    }
+    return lines;
+}
+
+void showRegion(PagesFixture *pages, const QString &name)
+{
+    PagesFixture::click(control("Button_regionRecognition"));
+    QQuickItem *capture = control("Pane_screenCapture");
+    QVERIFY(capture);
+    const auto at = [capture](qreal x, qreal y) {
+        return PagesFixture::at(capture, QPointF(capture->width() * x, capture->height() * y));
+    };
+    drag(&pages->view, at(0.07, 0.15), at(0.5, 0.75));
+    keepPicture(&pages->view, name + QLatin1String("-region"));
+    pages->videoInfo.showText(someLines());
+    QQuickItem *first = control("StaticText_line2");
+    QQuickItem *last = control("StaticText_line5");
+    drag(&pages->view, PagesFixture::at(first, QPointF(first->width() / 3, first->height() / 2)),
+         PagesFixture::at(last, QPointF(last->width() / 2, last->height() / 2)));
+    keepPicture(&pages->view, name + QLatin1String("-text"));
+    QTest::mouseClick(&pages->view, Qt::RightButton, {}, PagesFixture::centreOf(last));
+    keepPicture(&pages->view, name + QLatin1String("-textmenu"));
+    QTest::keyClick(&pages->view, Qt::Key_Escape);
+    QTRY_VERIFY(!control("MenuItem_copy"));
+    PagesFixture::click(control("Button_return"));
+}
+
+void showSearch(PagesFixture *pages, const QString &name)
+{
+    PagesFixture::click(control("TextField_search"));
+    keepPicture(&pages->view, name + QLatin1String("-search"));
+    QTest::keyClick(&pages->view, Qt::Key_A);
+    pages->videoInfo.findNothing();
+    keepPicture(&pages->view, name + QLatin1String("-nothing"));
+    for (int i = 0; i < 36; ++i) {
+        VideoPreviewImageItem hit;
+        hit.videoPreviewImageSource = QStringLiteral("videoImageProvider/textsearch%1one").arg(i);
+        hit.previewImageDate = QStringLiteral("2026/03/0%1").arg(1 + i % 9);
+        hit.previewImageTime = QStringLiteral("14:05:%1").arg(10 + i);
+        hit.previewAppIcon = QStringLiteral("application-x-desktop");
+        hit.previewAppName = i % 5 == 1 ? QStringLiteral("An application with a rather long name")
+                                        : QStringLiteral("Editor");
+        pages->videoInfo.addTextHit(hit);
+        pages->videoInfo.addImageHit(hit);
+    }
+    QTRY_VERIFY(control("ListItem_textHit35"));
+    pages->hover(PagesFixture::centreOf(control("ListItem_textHit7")));
+    keepPicture(&pages->view, name + QLatin1String("-texthits"));
+    PagesFixture::click(control("PageTab_imageMatch"));
+    QTRY_VERIFY(control("ListItem_imageHit35"));
+    keepPicture(&pages->view, name + QLatin1String("-imagehits"));
+    QTest::keyClick(&pages->view, Qt::Key_Escape);
+}
 } // namespace
 
 void PagesTest::everyFileCompiles_data()
@@ -121,6 +193,8 @@ void PagesTest::showsEverythingWithoutWarning()
             PagesFixture::control(QStringLiteral("tavel-ai-yestermark_Button_menu")));
         keepPicture(&pages.view, name + QLatin1String("-menu"));
         QTest::keyClick(&pages.view, Qt::Key_Escape);
+        showRegion(&pages, name);
+        showSearch(&pages, name);
         for (const DialogFlag &each : dialogs) {
             pages.root()->setProperty(each.flag, true);
             QQuickWindow *dialog = PagesFixture::dialog(QLatin1String(each.title));
