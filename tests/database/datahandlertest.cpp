@@ -62,6 +62,7 @@ private Q_SLOTS:
     void aDayThatCannotBeRemovedIsTriedUntilItCan();
     void theFirstAndTheLastDay_data();
     void theFirstAndTheLastDay();
+    void aHiddenFileFillsNoDay();
     void aMissingDirectoryHasNoDays();
     void theFormOfADay_data();
     void theFormOfADay();
@@ -340,6 +341,9 @@ void DataHandlerTest::theFirstAndTheLastDay_data()
         << QStringList{"2024-03/2024-03-05", "2024-03/2024-03-06"}
         << QStringList{"2024-03/2024-03-01", "2024-03/2024-03-31", "2024-04"}
         << days("2024-03-05", "2024-03-06");
+    QTest::newRow("hidden folders are none")
+        << QStringList{".trash/2024-03-01", "2024-03/2024-03-05", "2024-03/.2024-03-09"} << none
+        << days("2024-03-05", "2024-03-05");
     QTest::newRow("names are not looked at")
         << QStringList{"2024-03/2024-03-05", "z/notes"} << none << days("2024-03-05", "notes");
     QTest::newRow("up to the last dot")
@@ -362,6 +366,17 @@ void DataHandlerTest::theFirstAndTheLastDay()
     const LogCapture log;
     QCOMPARE(m_handler->getFirstAndLastDay(), days);
     QCOMPARE(log.texts(), QStringList());
+}
+
+void DataHandlerTest::aHiddenFileFillsNoDay()
+{
+    const QString folder = StoredHistory::root() + QLatin1Char('/') + dayFolder(9);
+    QVERIFY(QDir().mkpath(folder));
+    QFile file(folder + QLatin1String("/.note"));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    addBallast(dayFolder(10), 1);
+    start();
+    QCOMPARE(m_handler->getFirstAndLastDay().first(), QStringLiteral("2024-03-10"));
 }
 
 void DataHandlerTest::aMissingDirectoryHasNoDays()
