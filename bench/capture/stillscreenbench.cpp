@@ -3,10 +3,9 @@
 
 #include "capture/capturefixture.h"
 #include "support/figure.h"
+#include "support/processcost.h"
 #include "system/recordedsession.h"
 
-#include <QDir>
-#include <QFile>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QTest>
@@ -17,21 +16,6 @@ namespace
 {
 constexpr double goalMs = 60.0;
 constexpr int defaultSeconds = 60;
-
-// CPU time of a process in milliseconds: the scheduler's nanoseconds of all its threads. The clock
-// ticks of /proc/PID/stat are too coarse for what is measured here.
-double cpuOf(uint process)
-{
-    double nanoseconds = 0.0;
-    const QString tasks = QStringLiteral("/proc/%1/task").arg(process);
-    for (const QString &task : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        QFile file(QStringLiteral("%1/%2/schedstat").arg(tasks, task));
-        if (file.open(QIODevice::ReadOnly)) {
-            nanoseconds += file.readAll().split(' ').value(0).toDouble();
-        }
-    }
-    return nanoseconds / 1e6;
-}
 } // namespace
 
 int main(int argc, char **argv)
@@ -60,9 +44,11 @@ int main(int argc, char **argv)
         qCritical("nobody watches the screen");
         return 1;
     }
-    const double before = cpuOf(program.processId()) + cpuOf(bridge);
+    const double before =
+        Bench::cpuMillisecondsOf(program.processId()) + Bench::cpuMillisecondsOf(bridge);
     QTest::qWait(seconds * 1000);
-    const double spent = cpuOf(program.processId()) + cpuOf(bridge) - before;
+    const double spent =
+        Bench::cpuMillisecondsOf(program.processId()) + Bench::cpuMillisecondsOf(bridge) - before;
     Bench::print({QStringLiteral("still screen, recorder and bridge, CPU of %1 s %2")
                       .arg(seconds)
                       .arg(Bench::sizeText(QGuiApplication::primaryScreen()->size())),
