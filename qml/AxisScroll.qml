@@ -16,11 +16,13 @@ QtObject {
     function showPreDayAppData() {
         var before = axis.contentWidth
         follower.adjusting = true
+        days.held = true
         VideoInfo.showPreDayAppData()
         days.layOut()
         var added = axis.contentWidth - before
         axis.clickImageFlickableContentX += added
         axis.contentX += added
+        days.held = false
         follower.adjusting = false
     }
 

@@ -8,7 +8,10 @@ Item {
 
     property string dateText
     property QtObject runs
-    property bool nearby: false
+    property bool nearby: false // a page away at most: its runs are made between other work
+    property bool inView: false // its runs are there at once
+    property bool wasNearby: false
+    property bool wasInView: false
     property int hoveredBar: -1
     property real barTop
     property int barHeight
@@ -46,6 +49,8 @@ Item {
     }
 
     onRunsChanged: measure()
+    onNearbyChanged: wasNearby = nearby
+    onInViewChanged: wasInView = inView
 
     Connections {
         target: root.runs
@@ -82,6 +87,7 @@ Item {
         width: root.runsWidth
         height: root.height
         active: root.nearby && root.runsWidth > 0
+        asynchronous: !root.inView
         sourceComponent: AppRunList {
             model: root.runs
             hoveredBar: root.hoveredBar

@@ -11,6 +11,10 @@ Flickable {
     property int hoveredRow: -1
     property int hoveredBar: -1
 
+    // While days come in and the view moves along, what is in view stays so; else all of its runs
+    // would be thrown away and made again.
+    property bool held: false
+
     // As wide as any history: a list makes what lies within its width, so every day is there and the
     // content's width is exact instead of estimated.
     readonly property int listWidth: 1 << 25
@@ -47,7 +51,11 @@ Flickable {
             height: root.height
             dateText: date
             runs: appModel
-            nearby: x < root.contentX + 2 * root.width && x + width > root.contentX - root.width
+            inView: root.held ? wasInView
+                              : x < root.contentX + root.width && x + width > root.contentX
+            nearby: root.held ? wasNearby
+                              : x < root.contentX + 2 * root.width
+                                && x + width > root.contentX - root.width
             hoveredBar: index === root.hoveredRow ? root.hoveredBar : -1
             barTop: root.barTop
             barHeight: root.barHeight

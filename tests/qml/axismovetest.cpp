@@ -3,6 +3,7 @@
 
 #include "qml/pagesfixture.h"
 
+#include <QPointer>
 #include <QRandomGenerator>
 #include <QTest>
 #include <QWheelEvent>
@@ -18,6 +19,8 @@ private Q_SLOTS:
     void smallTurnsOfATouchpadAddUp();
     void wheelLoadsOlderDaysNearTheBeginning();
     void olderDaysLeaveTheViewWhereItIs();
+    void olderDaysLeaveTheRunsInView();
+    void runsArePreparedOutOfView();
     void wheelStopsAtTheBeginning();
     void pageButtonsMoveByAPage();
     void pageButtonsFadeAtTheEnds();
@@ -64,6 +67,18 @@ void openDays(PagesFixture *pages, int count)
     }
     QVERIFY(pages->show());
     pages->calls.take();
+}
+
+QVector<QQuickItem *> runLists(const PagesFixture &pages)
+{
+    QVector<QQuickItem *> found;
+    PagesFixture::visit(pages.root(), [&found](QQuickItem *item) {
+        if (QString::fromLatin1(item->metaObject()->className())
+                .startsWith(QLatin1String("AppRunList"))) {
+            found.append(item);
+        }
+    });
+    return found;
 }
 
 qreal contentX(const PagesFixture &pages)
@@ -154,6 +169,38 @@ void AxisMoveTest::olderDaysLeaveTheViewWhereItIs()
     QCOMPARE(pages.axis("clickImageFlickableContentX").toReal(), saved + added);
     QCOMPARE(pages.indicator(), indicator + 130);
     QCOMPARE(pages.videoInfo.pictures, pictures);
+}
+
+void AxisMoveTest::olderDaysLeaveTheRunsInView()
+{
+    PagesFixture pages;
+    pages.videoInfo.olderDays = {dayAgo(4, {900, 3})};
+    openDays(&pages, 3);
+    pages.timeAxis()->setProperty("contentX", 1400);
+    QVector<QPointer<QQuickItem>> runs;
+    for (QQuickItem *item : runLists(pages)) {
+        runs.append(item);
+    }
+    QVERIFY(!runs.isEmpty());
+    const qreal width = pages.axis("contentWidth").toReal();
+    turnWheel(&pages, 120);
+    QVERIFY(pages.axis("contentWidth").toReal() > width + 7000);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    for (const QPointer<QQuickItem> &item : runs) {
+        QVERIFY(item); // else they were made anew
+    }
+}
+
+void AxisMoveTest::runsArePreparedOutOfView()
+{
+    PagesFixture pages;
+    pages.videoInfo.appendDay(dayAgo(1, {150, 40}));
+    pages.videoInfo.appendDay(dayAgo(0, {250, 20}));
+    QVERIFY(pages.show());
+    QVERIFY(pages.axis("contentX").toReal() > 0);
+    QTRY_COMPARE_WITH_TIMEOUT(runLists(pages).size(), 2, 20000);
+    pages.timeAxis()->setProperty("contentX", 0);
+    QCOMPARE(runLists(pages).size(), 2);
 }
 
 void AxisMoveTest::wheelStopsAtTheBeginning()
