@@ -31,6 +31,14 @@ bool press(const QProcess &program, const QString &key)
         20000);
 }
 
+QString outputOf(const QString &command, const QStringList &arguments)
+{
+    QProcess process;
+    process.start(command, arguments);
+    return process.waitForFinished() ? QString::fromUtf8(process.readAllStandardOutput())
+                                     : QString();
+}
+
 /// Whether the process catches this signal.
 bool catches(qint64 process, int signal)
 {
@@ -53,6 +61,7 @@ private Q_SLOTS:
 
     void itSaysSoAndEndsWith1WhenTheDialogIsCancelled();
     void goingNowOpensTheInstallationAndEndsWith1();
+    void theDialogBearsTheProgramsIcon();
     void theSignalHandlersAreInPlaceWhileTheDialogIsOpen();
     void nothingIsRecordedAndNothingStored();
 
@@ -110,6 +119,19 @@ void TestMissingRuntime::goingNowOpensTheInstallationAndEndsWith1()
         return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
     };
     QTRY_COMPARE_WITH_TIMEOUT(written(), QByteArray("-m aisubsystem\n"), 10000);
+}
+
+void TestMissingRuntime::theDialogBearsTheProgramsIcon()
+{
+    QProcess program;
+    launch(program);
+    QVERIFY(press(program, QStringLiteral("shift")));
+    const QString window = RecordedSession::windowOf(program.processId());
+    const QString icon = outputOf(QStringLiteral("xprop"),
+                                  {QStringLiteral("-id"), window, QStringLiteral("_NET_WM_ICON")});
+    QVERIFY2(icon.contains(QLatin1String("Icon (")), qPrintable(icon.left(200)));
+    QVERIFY(press(program, QStringLiteral("Escape")));
+    QVERIFY(program.waitForFinished());
 }
 
 void TestMissingRuntime::theSignalHandlersAreInPlaceWhileTheDialogIsOpen()
