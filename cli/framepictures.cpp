@@ -2,6 +2,12 @@
 
 #include <QFile>
 
+namespace
+{
+// No batch is longer; the reader counts microseconds in 32 bits, which hold some thousand frames.
+constexpr uint FRAMES_OF_BATCH = 100;
+} // namespace
+
 QString FramePictures::safetyCopy(const QString &folder, const QString &video, uint index)
 {
     constexpr int digits = 3;
@@ -24,7 +30,7 @@ QImage FramePictures::picture(const QString &video, uint index)
 
 QImage FramePictures::fromVideo(const QString &path, uint index)
 {
-    if (!QFile::exists(path)) {
+    if (index > FRAMES_OF_BATCH || !QFile::exists(path)) {
         return {};
     }
     m_extractor.setAbsoluteVideoName(path);

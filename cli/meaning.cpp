@@ -8,7 +8,9 @@
 #include <QFile>
 
 #include <algorithm>
+#include <fcntl.h>
 #include <memory>
+#include <unistd.h>
 
 namespace
 {
@@ -24,12 +26,39 @@ struct ResultDeleter {
     void operator()(EmbeddingResult *result) const { embedding_result_destroy(&result); }
 };
 
+/// Keeps what others write to the standard error away while it lives: the runtime tells there which
+/// engines it has loaded.
+class QuietErrors
+{
+public:
+    QuietErrors() : m_former(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0))
+    {
+        const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+        if (nowhere >= 0) {
+            ::dup2(nowhere, STDERR_FILENO);
+            ::close(nowhere);
+        }
+    }
+    ~QuietErrors()
+    {
+        if (m_former >= 0) {
+            ::dup2(m_former, STDERR_FILENO);
+            ::close(m_former);
+        }
+    }
+    Q_DISABLE_COPY(QuietErrors)
+
+private:
+    int m_former;
+};
+
 /// Empty without a runtime that answers.
 QVector<float> vectorOf(const QString &text)
 {
     if (!coreai::textMeaningAvailable(coreai::ModelFolders::standard())) {
         return {};
     }
+    const QuietErrors quiet;
     const std::unique_ptr<ImageEmbeddingSession, SessionDeleter> session(
         image_embedding_create_session());
     if (!session || image_embedding_init_session(session.get()) != 0) {

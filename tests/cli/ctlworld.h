@@ -24,6 +24,9 @@ class CtlWorld
 public:
     explicit CtlWorld(QString home);
 
+    /// The path of yestermarkctl.
+    static QString program();
+
     /// Runs the command and waits for its end.
     CtlRun run(const QStringList &arguments) const;
 
