@@ -440,8 +440,8 @@ void RegionTest::boxesStandOnTheirLines()
     const qreal scale = pictureScale() / screenScale;
     const int addWidth = screenScale == 1 ? 0 : 8;
     const int addHeight = screenScale == 1 ? 0 : 6;
-    QCOMPARE(box->x(), 61 * scale - addWidth / 2);
-    QCOMPARE(box->y(), 40 * scale - addHeight / 2);
+    QCOMPARE(box->x(), 61 * scale - addWidth / 2.0);
+    QCOMPARE(box->y(), 40 * scale - addHeight / 2.0);
     QCOMPARE(box->width(), 301 * scale + addWidth);
     QCOMPARE(box->height(), 33 * scale + addHeight);
     QObject *border = box->property("border").value<QObject *>();

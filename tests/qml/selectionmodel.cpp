@@ -85,8 +85,9 @@ SelectionPart selectionPart(const QRectF &box, const SelectionDrag &drag)
     const Place press = placeOf(drag.press, box);
     const Place current = placeOf(drag.current, box);
     if (press.inside() && current.inside()) {
-        const auto ends = std::minmax(drag.press.x() - box.left(), drag.current.x() - box.left());
-        return {true, ends.first, ends.second};
+        const double one = drag.press.x() - box.left();
+        const double other = drag.current.x() - box.left();
+        return {true, std::min(one, other), std::max(one, other)};
     }
     if (press.inside() != current.inside()) {
         return partWithOneEnd(box, drag, press.inside());

@@ -47,7 +47,8 @@ QVector<OCRTextData> sixtyLines()
 {
     QVector<OCRTextData> lines;
     for (int i = 0; i < 60; ++i) {
-        const QRectF rect(20 + 600 * (i / 30) + 10 * (i % 3), 12 + 34 * (i % 30), 480, 26);
+        const int column = i / 30;
+        const QRectF rect(20 + 600 * column + 10 * (i % 3), 12 + 34 * (i % 30), 480, 26);
         lines.append({QString(24, QLatin1Char(char('a' + i % 26))),
                       {rect.topLeft(), rect.topRight(), rect.bottomRight(), rect.bottomLeft()}});
     }
