@@ -1,5 +1,5 @@
 // A search from the pages' call to the rows of the models, over a history that is told what it
-// finds and how long it takes. To be run under the thread sanitizer as well.
+// finds and how long it takes.
 
 #include "desktopentries.h"
 #include "facade.h"
