@@ -30,6 +30,8 @@ private Q_SLOTS:
     void overlayIsAsLargeAsThePicture();
     void noOtherPartWhileOneIsRead();
     void cancelledTaskLeavesOnlyTheWayOut();
+    void returnWorksWhileAPartIsRead();
+    void textCanBeMarkedWhileTheCallHasNotReturned();
     void changeOfTheScreenClears();
     void deletionLeavesTheRegion();
     void wholePictureByKeyboard();
@@ -372,6 +374,39 @@ void RegionTest::cancelledTaskLeavesOnlyTheWayOut()
     pages.calls.take();
     drag(&pages, onCapture(QPointF(200, 200)), onCapture(QPointF(300, 300)));
     QCOMPARE(sentTask(&pages).size(), 7);
+}
+
+// The call turns the event loop itself: the page lives on inside it.
+void RegionTest::returnWorksWhileAPartIsRead()
+{
+    PagesFixture pages;
+    openRegion(&pages);
+    pages.videoInfo.onRecognize = [] { PagesFixture::click(control("Button_return")); };
+    drag(&pages, onCapture(QPointF(50, 50)), onCapture(QPointF(90, 90)));
+    const QString task = sentTask(&pages).last();
+    QCOMPARE(pages.calls.take().last(), QStringLiteral("cancelRecognizeTextInImage(%1)").arg(task));
+    QVERIFY(!control("Pane_screenCapture"));
+    QVERIFY(control("Pane_timeAxis"));
+    QVERIFY(pages.root()->property("searchBoxUsable").toBool());
+    pages.videoInfo.onRecognize = nullptr;
+    PagesFixture::click(control("Button_regionRecognition"));
+    pages.calls.take();
+    drag(&pages, onCapture(QPointF(50, 50)), onCapture(QPointF(90, 90)));
+    QCOMPARE(sentTask(&pages).size(), 7);
+}
+
+void RegionTest::textCanBeMarkedWhileTheCallHasNotReturned()
+{
+    PagesFixture pages;
+    openRegion(&pages);
+    QStringList marked;
+    pages.videoInfo.onRecognize = [&] {
+        pages.videoInfo.showText(lines(threeLines));
+        drag(&pages, onLine(0, 0), onLine(0, 1));
+        marked = copied(&pages);
+    };
+    drag(&pages, onCapture(QPointF(100, 100)), onCapture(QPointF(700, 500)));
+    QCOMPARE(marked, QStringList({threeLines.at(0), QString(), QString()}));
 }
 
 void RegionTest::changeOfTheScreenClears()
