@@ -1,5 +1,6 @@
 #include "desktopbridge/desktopbridge.h"
 
+#include "desktopbridge/bridgefacts.h"
 #include "desktopbridge/contentwatch.h"
 #include "desktopbridge/guide/userguide.h"
 #include "desktopbridge/lockwatcher.h"
@@ -17,6 +18,7 @@ namespace
 const QString WINDOW_MANAGER_NAME = QStringLiteral("org.vesk.KWin");
 const QString WINDOW_MANAGER_PATH = QStringLiteral("/KWin");
 const QString SCREENSHOT_PATH = QStringLiteral("/Screenshot");
+const QString BRIDGE_PATH = QStringLiteral("/Bridge");
 const QString SCREEN_SAVER_NAME = QStringLiteral("org.vesk.ScreenSaver");
 const QString SCREEN_SAVER_PATH = QStringLiteral("/");
 } // namespace
@@ -31,6 +33,7 @@ struct DesktopBridge::WindowManagerPart {
     PictureWriter writer;
     ScreenshotService screenshot{*backend, watch, writer};
     WindowManagerService windowManager{*backend, watch};
+    BridgeFacts facts{*backend};
 };
 
 DesktopBridge::DesktopBridge(const QDBusConnection &session, BackendChoice choice)
@@ -83,6 +86,8 @@ bool DesktopBridge::startWindowManager()
     // The objects first: a call may come as soon as the name is ours.
     m_bus.registerObject(SCREENSHOT_PATH, &m_windowManager->screenshot);
     m_bus.registerObject(WINDOW_MANAGER_PATH, &m_windowManager->windowManager);
+    m_bus.registerObject(BRIDGE_PATH, &m_windowManager->facts,
+                         QDBusConnection::ExportAllProperties);
     if (!takeName(WINDOW_MANAGER_NAME)) {
         m_windowManager.reset();
     }
