@@ -7,6 +7,7 @@
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusContext>
+#include <QDBusReply>
 #include <QDir>
 #include <QLocalServer>
 #include <QProcess>
@@ -82,6 +83,7 @@ private Q_SLOTS:
     void serviceOfTheDesktopIsTold();
     void noServiceIsStartedForTheQuestion();
     void withoutABusThereIsAnAnswer();
+    void bridgeTellsItsBackend(); // last: it stays on the bus
 
 private:
     void setRecording(bool isOn);
@@ -291,6 +293,24 @@ void TestCtlStatus::withoutABusThereIsAnAnswer()
     QCOMPARE(run.status, 0);
     QCOMPARE(run.object()["desktop"].toObject()["provider"].toString(), QString());
     QVERIFY(run.object()["recording"].toBool());
+}
+
+void TestCtlStatus::bridgeTellsItsBackend()
+{
+    // A bus without a display: the bridge sees nothing.
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    bus.unregisterService("org.vesk.KWin");
+    bus.unregisterService("org.freedesktop.ScreenSaver");
+    const QDBusReply<uint> started =
+        bus.interface()->call("StartServiceByName", "org.vesk.KWin", 0U);
+    QVERIFY2(started.isValid(), qPrintable(started.error().message()));
+    const QJsonObject told = status();
+    QCOMPARE(told["desktop"].toObject()["provider"].toString(), QString("bridge"));
+    QCOMPARE(told["desktop"].toObject()["backend"].toString(), QString("null"));
+    QCOMPARE(told["desktop"].toObject()["seesScreen"].toBool(true), false);
+    QCOMPARE(told["reason"].toString(), QString("the desktop does not show its screen"));
+    QVERIFY(
+        m_ctl->run({"status"}).out.contains("by the desktop bridge (null), which sees no screen"));
 }
 
 QTEST_GUILESS_MAIN(TestCtlStatus)
