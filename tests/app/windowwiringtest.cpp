@@ -67,7 +67,9 @@ struct Shell {
     Shell() = default;
     ~Shell()
     {
-        if (view->isExposed() && QQuickWindow::sceneGraphBackend() == QLatin1String("software")) {
+        const bool isShown = view->isVisible() && view->windowState() != Qt::WindowMinimized;
+        if (QQuickWindow::sceneGraphBackend() == QLatin1String("software") && isShown &&
+            QTest::qWaitForWindowExposed(view, 5000)) {
             // The software renderer frees the textures of pictures with its next frame or never.
             view->setSource(QUrl());
             QSignalSpy frames(view, &QQuickWindow::frameSwapped);
