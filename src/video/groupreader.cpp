@@ -34,7 +34,7 @@ const AVFrame *GroupReader::frameAt(qint64 timestamp)
     if (const AVFrame *frame = decodedFrame(timestamp)) {
         return frame;
     }
-    if (timestamp >= m_endsFrom || (!m_decoder && !openDecoder())) {
+    if (timestamp >= m_endsFrom || (!m_decoder && !openDecoder()) || comesAtTheEnd(timestamp)) {
         return nullptr;
     }
     // The seek tells which group the frame is in; where that is the current one, it is left again.
@@ -197,16 +197,29 @@ bool GroupReader::receiveFrames()
     }
 }
 
+/// The threads hold back as many frames until the end of the file: to decode up to there would be
+/// in vain, and be done again in the plain way.
+bool GroupReader::comesAtTheEnd(qint64 timestamp) const
+{
+    const int entries = avformat_index_get_entries_count(m_stream);
+    return entries > 0 && entries - placeOf(timestamp) < m_decoder->thread_count;
+}
+
 /// A frame with as many packets behind its own as the decoder holds back comes out before the end
 /// of the file in the plain way too.
 bool GroupReader::isFarFromTheEnd() const
 {
     const int delay = std::max(m_decoder->has_b_frames, m_stream->codecpar->video_delay);
+    const int place = placeOf(m_packet->dts);
+    return m_stream->codecpar->codec_id == AV_CODEC_ID_H264 && place >= 0 &&
+           avformat_index_get_entries_count(m_stream) - place > delay + DELAY_MARGIN;
+}
+
+/// In the file's index; negative for a time before the first packet.
+int GroupReader::placeOf(qint64 timestamp) const
+{
     // The search leaves the index as it is, but isn't declared so.
     auto *stream =
         const_cast<AVStream *>(m_stream); // NOLINT(cppcoreguidelines-pro-type-const-cast)
-    const int place =
-        av_index_search_timestamp(stream, m_packet->dts, AVSEEK_FLAG_ANY | AVSEEK_FLAG_BACKWARD);
-    return m_stream->codecpar->codec_id == AV_CODEC_ID_H264 && place >= 0 &&
-           avformat_index_get_entries_count(m_stream) - place > delay + DELAY_MARGIN;
+    return av_index_search_timestamp(stream, timestamp, AVSEEK_FLAG_ANY | AVSEEK_FLAG_BACKWARD);
 }

@@ -39,7 +39,9 @@ private:
     const AVFrame *decodeUpTo(qint64 timestamp, Approach approach);
     bool decodePacket(qint64 timestamp, Approach approach);
     bool receiveFrames();
+    bool comesAtTheEnd(qint64 timestamp) const;
     bool isFarFromTheEnd() const;
+    int placeOf(qint64 timestamp) const;
 
     AVFormatContext *m_input;
     const AVStream *m_stream;
