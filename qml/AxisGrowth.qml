@@ -36,10 +36,10 @@ QtObject {
         adjusting = true
         updateContentXAndIndicator()
         adjusting = false
-        getBigPreviewImage()
+        Qt.callLater(getBigPreviewImage) // a frame is told of before its row is stored
     }
 
-    // The list takes up changes of its model late; the newest frame is shown at once.
+    // The list takes up changes of its model late; the newest frame is shown as soon as it can be.
     function takeUpModel() {
         adjusting = true
         days.layOut()

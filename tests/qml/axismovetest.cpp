@@ -284,6 +284,7 @@ void AxisMoveTest::followsNewFrames()
         const int id = pages.axis("curShowImgId").toInt();
         pages.calls.take();
         pages.videoInfo.growNewestRun();
+        QCoreApplication::processEvents(); // the picture comes after what is going on
         QCOMPARE(maxContentX(pages), before + 8 * i);
         QCOMPARE(contentX(pages), before + 8 * i);
         QCOMPARE(pages.indicator(), 1820.0);
@@ -322,6 +323,7 @@ void AxisMoveTest::doesNotFollowOnceOperated()
     const int pictures = pages.videoInfo.pictures;
     for (int i = 0; i < 5; ++i) {
         pages.videoInfo.growNewestRun();
+        QCoreApplication::processEvents();
     }
     QCOMPARE(contentX(pages), at);
     QCOMPARE(pages.indicator(), indicator);
@@ -342,6 +344,7 @@ void AxisMoveTest::followsAgainAfterDeletion()
     const qreal content = pages.axis("contentWidth").toReal();
     QVERIFY(content > 8);
     QCOMPARE(pages.indicator(), content);
+    QCoreApplication::processEvents();
     QCOMPARE(pages.calls.take().size(), 1);
     pages.videoInfo.growNewestRun();
     QCOMPARE(pages.indicator(), content + 8);
@@ -373,6 +376,7 @@ void AxisMoveTest::emptyHistoryShowsNoSlider()
     QVERIFY(!PagesFixture::control(QStringLiteral("tavel-ai-yestermark_Slider_timeAxis")));
     QVERIFY(!PagesFixture::control(QStringLiteral("tavel-ai-yestermark_Image_screenshot")));
     pages.videoInfo.appendDay(dayAgo(0, {1}));
+    QCoreApplication::processEvents();
     QVERIFY(pages.axis("upIndicator").value<QQuickItem *>()->isVisible());
     QVERIFY(PagesFixture::control(QStringLiteral("tavel-ai-yestermark_Image_screenshot")));
 }
