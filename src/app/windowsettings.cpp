@@ -20,6 +20,9 @@ WindowSettings::WindowSettings(QObject *parent)
             &WindowSettings::onWindowAdded);
     connect(KWindowSystem::self(), &KWindowSystem::workAreaChanged, this,
             &WindowSettings::screenWorkAreaChanged);
+    // The window manager may tell of a larger area before the toolkit knows the larger screen.
+    connect(QGuiApplication::primaryScreen(), &QScreen::geometryChanged, this,
+            &WindowSettings::screenWorkAreaChanged);
 }
 
 void WindowSettings::onWindowAdded(const QVariant &id)
