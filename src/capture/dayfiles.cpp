@@ -69,7 +69,10 @@ bool ScreenHistoryTracker::updateVideoFile(const QImage &image)
         initNewVideoFile();
         Q_EMIT requestCheckStorage();
     }
-    m_images.append(image);
+    {
+        const std::lock_guard<std::mutex> lock(m_batchMutex);
+        m_images.append(image);
+    }
     ++m_todayFrameNumber;
     Q_EMIT todayFrameNumberChanged(m_todayFrameNumber);
     ++m_videoFrameNumber;
@@ -101,7 +104,10 @@ bool ScreenHistoryTracker::initNewVideoFile()
     }
     const QString name =
         QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd_hh-mm-ss"));
-    m_videoFile = m_videoStorageDir + QLatin1Char('/') + name + QLatin1String(".mp4");
+    {
+        const std::lock_guard<std::mutex> lock(m_batchMutex);
+        m_videoFile = m_videoStorageDir + QLatin1Char('/') + name + QLatin1String(".mp4");
+    }
     qDebug() << "创建文件：" << m_videoFile;
     return true;
 }
@@ -109,6 +115,7 @@ bool ScreenHistoryTracker::initNewVideoFile()
 void ScreenHistoryTracker::resetVideoStates()
 {
     m_videoFrameNumber = 0;
+    const std::lock_guard<std::mutex> lock(m_batchMutex);
     m_videoFile.clear();
     m_images.clear(); // detaches from the encoder's copy and keeps the capacity
 }

@@ -193,14 +193,18 @@ quint64 ScreenHistoryTracker::getScreenshotsStorageSize() const
 QImage ScreenHistoryTracker::getImageFromVideoFile(const QString &videoName, uint frameIndex)
 {
     const QString name = videoName.section(QLatin1Char('/'), -1);
+    const std::lock_guard<std::mutex> reading(m_readMutex);
     if (frameIndex == m_cachedFrameIndex && name == m_cachedVideoName) {
         return m_cachedImage;
     }
     // Before the read, as required: a failed read leaves the former picture under these keys.
     m_cachedFrameIndex = frameIndex;
     m_cachedVideoName = name;
-    if (name == m_videoFile.section(QLatin1Char('/'), -1)) {
-        return imageOfOpenBatch(frameIndex);
+    {
+        const std::lock_guard<std::mutex> lock(m_batchMutex);
+        if (name == m_videoFile.section(QLatin1Char('/'), -1)) {
+            return imageOfOpenBatch(frameIndex);
+        }
     }
     m_frameExtractor.setAbsoluteVideoName(pathOfVideo(name));
     m_cachedImage = m_frameExtractor.requestGetFrame(static_cast<int>(frameIndex) - 1);

@@ -1,8 +1,8 @@
 #pragma once
 // Decides when a frame of the screen is taken, drops it if it shows nothing new, and sends what
 // remains to the day's video files, the database and the AI abilities.
-// Owner: the backend, by value. Thread: main, all of it; only the video composer works on a thread
-// of its own and is reached by a queued signal that carries the batch by value.
+// Owner: the backend, by value. Thread: main, but for what is marked otherwise; the video composer
+// works on a thread of its own and is reached by a queued signal that carries the batch by value.
 
 #include "capture/storingwatch.h"
 #include "database/screenshotdata.h"
@@ -17,6 +17,8 @@
 #include <QThread>
 #include <QTimer>
 #include <QVector>
+
+#include <mutex>
 
 class AIAbilityProvider;
 class DatabaseManager;
@@ -128,7 +130,7 @@ public:
 
     /// A frame by video and its number there, counted from 1. The picture read last is kept: asked
     /// for it again, no file is read. Null if it cannot be read, but asked for it again then, the
-    /// picture read before may come.
+    /// picture read before may come. Any thread; one read at a time.
     QImage getImageFromVideoFile(const QString &videoName, uint frameIndex);
 
 public Q_SLOTS:
@@ -196,6 +198,9 @@ private:
     FrameExtractor m_frameExtractor{nullptr};
     DataEncryptor *m_dataEncryptor = nullptr;
     StoringWatch m_storingWatch;
+    // A search reads frames on a thread of its own, beside the recorder and the pages.
+    std::mutex m_readMutex;    ///< over m_frameExtractor and the frame read last
+    std::mutex m_batchMutex;   ///< over m_videoFile and m_images, which main alone changes
     QElapsedTimer m_uptime;    ///< of this object; the user's clock may go back
     QDateTime m_lastCheckTime; ///< when the last clock check passed
 };

@@ -9,9 +9,9 @@
 
 namespace
 {
-// Two megabytes of pages at the usual length of a screen's text: under a millisecond from memory,
-// some twenty from a slow disk. The recorder's inserts wait for no more than one part.
-constexpr qint64 ROWS_OF_PART = 500;
+// A megabyte of pages at the usual length of a screen's text: about a millisecond from memory, some
+// ten from a slow disk. The recorder's inserts wait for no more than one part.
+constexpr qint64 ROWS_OF_PART = 250;
 
 enum Position { AFTER = 1, UP_TO, FROM, TO, TEXT };
 
@@ -37,6 +37,24 @@ QByteArray selectOf(const MonthRows::Wanted &wanted)
     }
     return sql;
 }
+
+/// Days of rows that mostly come day by day: to ask for the local time of each costs a system call.
+class DayOfRows
+{
+public:
+    QString of(const ScreenShotData &frame)
+    {
+        if (frame.realTime < m_bounds.start || frame.realTime > m_bounds.end) {
+            m_text = ScreenshotRow::dateOf(frame);
+            m_bounds = DayText::boundsOfDay(DayText::toDate(m_text));
+        }
+        return m_text;
+    }
+
+private:
+    QString m_text;
+    DayText::Bounds m_bounds{1, 0};
+};
 
 QString patternOf(QString text)
 {
@@ -88,6 +106,7 @@ bool MonthRows::forEach(const Wanted &wanted, const Use &use)
     }
     const QByteArray sql = selectOf(wanted);
     const QString pattern = patternOf(wanted.text);
+    DayOfRows days;
     for (qint64 after = 0; after < last; after += ROWS_OF_PART) {
         const auto bind = [&](Statement &statement) {
             statement.bindInt64(AFTER, after);
@@ -102,9 +121,9 @@ bool MonthRows::forEach(const Wanted &wanted, const Use &use)
                 statement.bindText(TEXT, pattern);
             }
         };
-        const auto take = [&use](const Statement &row) {
+        const auto take = [&](const Statement &row) {
             ScreenShotData data = ScreenshotRow::read(row);
-            data.date = ScreenshotRow::dateOf(data);
+            data.date = days.of(data);
             use(data);
         };
         if (!m_database.forEach(sql.constData(), take, bind)) {

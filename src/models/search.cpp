@@ -20,19 +20,19 @@ struct VideoInfo::SearchKind {
     int (VideoReader::*count)(const QString &text);
     void (VideoReader::*show)(int start);
     VideoPreviewModel VideoInfo::*shown;
-    void (VideoInfo::*isEmpty)();
+    bool inTexts;
 
     static const SearchKind texts;
     static const SearchKind pictures;
 };
 
-const VideoInfo::SearchKind VideoInfo::SearchKind::texts{
-    &VideoReader::getTextSearchResultCount, &VideoReader::getTextSearchResult,
-    &VideoInfo::m_textMatchResultModel, &VideoInfo::textSearchResultIsEmpty};
+const VideoInfo::SearchKind VideoInfo::SearchKind::texts{&VideoReader::getTextSearchResultCount,
+                                                         &VideoReader::getTextSearchResult,
+                                                         &VideoInfo::m_textMatchResultModel, true};
 
 const VideoInfo::SearchKind VideoInfo::SearchKind::pictures{
     &VideoReader::getImageSearchResultCount, &VideoReader::getImageSearchResult,
-    &VideoInfo::m_imageMatchResultModel, &VideoInfo::imageSearchResultIsEmpty};
+    &VideoInfo::m_imageMatchResultModel, false};
 
 void VideoInfo::connectHits()
 {
@@ -73,7 +73,11 @@ void VideoInfo::continueShowImageSearchResult(const QString &text)
 
 void VideoInfo::startSearchThread(const std::function<void()> &body)
 {
-    m_searchThread = QThread::create(body);
+    m_searchThread = QThread::create([this, body] {
+        // One reader and one store below it: a continuation waits for what it did not stop.
+        const std::lock_guard<std::mutex> lock(m_searchMutex);
+        body();
+    });
     m_searchThread->setObjectName(QStringLiteral("search"));
     m_searchThread->start();
 }
@@ -87,7 +91,7 @@ void VideoInfo::startSearch(const QString &text, const SearchKind &first, const 
     m_areHitsCounted = false;
     startSearchThread([this, text, &first, &second] {
         if (countBothHits(text, first, second)) {
-            (m_videoReader->*first.show)(0);
+            showHits(first, 0);
         }
     });
 }
@@ -102,8 +106,13 @@ void VideoInfo::continueSearch(const QString &text, const SearchKind &first,
         if (isToStop() || (!m_areHitsCounted && !countBothHits(text, first, second))) {
             return;
         }
-        (m_videoReader->*first.show)((this->*first.shown).rowCount());
+        showHits(first, (this->*first.shown).rowCount());
     });
+}
+
+void VideoInfo::showHits(const SearchKind &kind, int start)
+{
+    (m_videoReader->*kind.show)(start);
 }
 
 // A count that was stopped tells nothing and is made anew when the search is continued, so that a
@@ -122,13 +131,22 @@ bool VideoInfo::countHits(const QString &text, const SearchKind &kind)
         return false;
     }
     if (count == 0) {
-        QMetaObject::invokeMethod(this, [this, &kind, search = m_clearedSearches.load()] {
-            if (search == m_clearedSearches) {
-                Q_EMIT(this->*kind.isEmpty)();
-            }
-        });
+        QMetaObject::invokeMethod(this, "tellNothingFound", Qt::QueuedConnection,
+                                  Q_ARG(bool, kind.inTexts), Q_ARG(int, m_clearedSearches));
     }
     return true;
+}
+
+void VideoInfo::tellNothingFound(bool inTexts, int search)
+{
+    if (search != m_clearedSearches) {
+        return;
+    }
+    if (inTexts) {
+        Q_EMIT textSearchResultIsEmpty();
+    } else {
+        Q_EMIT imageSearchResultIsEmpty();
+    }
 }
 
 void VideoInfo::deleteSearchThread()

@@ -7,6 +7,8 @@
 #include <QDebug>
 #include <QThread>
 
+#include <utility>
+
 namespace
 {
 constexpr int FULL_PAGE = 30;         // the pages' grid of six columns is filled beyond this place
@@ -55,13 +57,6 @@ const VideoReader::HitList VideoReader::HitList::pictures{
     &VideoReader::m_imageSearchImages, &VideoReader::resetImageSearchModel,
     "Failed to obtain image results for image search:image id not exists !"};
 
-struct VideoReader::DecodedHit {
-    ScreenShotData frame;
-    QImage image;
-    QString id;
-    int search; ///< m_droppedSearches when its batch began
-};
-
 int VideoReader::getTextSearchResultCount(const QString &text)
 {
     m_textSearchResults.clear(); // not to be held beside the new ones
@@ -100,31 +95,46 @@ void VideoReader::streamHits(const HitList &list, int start)
     m_searchGeneration =
         m_searchGeneration == QLatin1String("one") ? QStringLiteral("two") : QStringLiteral("one");
     const QVector<ScreenShotData> &hits = this->*list.hits;
-    const int search = m_droppedSearches;
     for (int place = start, sent = 0; place < hits.size(); ++place, ++sent) {
         const bool isEndOfRows = sent >= 1 && sent % HITS_BETWEEN_ENDS == 0;
         if (isToStop() || (place >= FULL_PAGE && isEndOfRows)) {
             return;
         }
         const ScreenShotData &frame = hits.at(place);
-        const DecodedHit decoded{
-            frame,
+        DecodedHit decoded{
+            &list, frame,
             m_dataHandler->getScreenShotImageFromVideo(frame.videoName, frame.frameIndexOfVideo),
-            list.id + QString::number(place) + m_searchGeneration, search};
+            list.id + QString::number(place) + m_searchGeneration};
         if (isToStop()) {
             return;
         }
         // The days, the pictures and the icon theme belong to the reader's thread, which looks up
         // the rest: so none of them needs a lock.
-        QMetaObject::invokeMethod(this, [this, &list, decoded] { deliverHit(list, decoded); });
+        {
+            const std::lock_guard<std::mutex> lock(m_undeliveredMutex);
+            m_undelivered.push_back(std::move(decoded));
+        }
+        QMetaObject::invokeMethod(this, "deliverHits");
     }
 }
 
-void VideoReader::deliverHit(const HitList &list, const DecodedHit &decoded)
+void VideoReader::deliverHits()
 {
-    if (decoded.search != m_droppedSearches) {
-        return;
+    for (;;) {
+        std::unique_lock<std::mutex> lock(m_undeliveredMutex);
+        if (m_undelivered.empty()) {
+            return;
+        }
+        const DecodedHit decoded = std::move(m_undelivered.front());
+        m_undelivered.pop_front();
+        lock.unlock();
+        deliverHit(decoded);
     }
+}
+
+void VideoReader::deliverHit(const DecodedHit &decoded)
+{
+    const HitList &list = *decoded.list;
     const ScreenShotData &frame = decoded.frame;
     VideoPreviewImageItem item;
     item.videoPreviewImageSource = QStringLiteral("videoImageProvider/") + decoded.id;
@@ -141,7 +151,8 @@ void VideoReader::deliverHit(const HitList &list, const DecodedHit &decoded)
 
 void VideoReader::dropUndeliveredHits()
 {
-    ++m_droppedSearches;
+    const std::lock_guard<std::mutex> lock(m_undeliveredMutex);
+    m_undelivered.clear();
 }
 
 QImage VideoReader::imageOfHit(const HitList &list, const QString &id) const

@@ -17,6 +17,7 @@
 
 #include <atomic>
 #include <functional>
+#include <mutex>
 
 class ConfigManager;
 class DateTimeFormatter;
@@ -155,12 +156,17 @@ Q_SIGNALS:
     void deleteHistoryAndReMemory();
     void calledAdjustSystemTime();
 
+private Q_SLOTS:
+    void tellNothingFound(bool inTexts, int search);
+
 private:
-    void connectRegionText();
     struct SearchKind;
+
+    void connectRegionText();
 
     void connectHits();
     void startSearchThread(const std::function<void()> &body);
+    void showHits(const SearchKind &kind, int start);
     void startSearch(const QString &text, const SearchKind &first, const SearchKind &second);
     void continueSearch(const QString &text, const SearchKind &first, const SearchKind &second);
     bool countHits(const QString &text, const SearchKind &kind);
@@ -171,6 +177,7 @@ private:
     QThread *m_searchThread = nullptr;        ///< the search of the moment, running or at its end
     std::atomic<bool> m_areHitsCounted{true}; ///< no: the last search was stopped before
     std::atomic<int> m_clearedSearches{0};    ///< tells a notice under way that it comes too late
+    std::mutex m_searchMutex;                 ///< held by a search for as long as it runs
     VideoReader *m_videoReader;
     VideoPreviewItem *m_videoPreviewItem;
     VideoPreviewModel m_textMatchResultModel;

@@ -19,7 +19,8 @@
 #include <QString>
 #include <QVector>
 
-#include <atomic>
+#include <deque>
+#include <mutex>
 #include <optional>
 
 class DataHandler;
@@ -145,9 +146,17 @@ Q_SIGNALS:
     /// Today has its first run.
     void addDayAppItem(AppItemInfo appItem);
 
+private Q_SLOTS:
+    void deliverHits();
+
 private:
     struct HitList;
-    struct DecodedHit;
+    struct DecodedHit {
+        const HitList *list;
+        ScreenShotData frame;
+        QImage image;
+        QString id; ///< the last part of its source
+    };
 
     using Day = QMap<QString, QList<AppItemInfo>>::const_iterator;
 
@@ -161,7 +170,7 @@ private:
     VideoPreviewImageItem showFrame(const QString &day, int frameNumber, const QString &source,
                                     QImage *image) const;
     void streamHits(const HitList &list, int start);
-    void deliverHit(const HitList &list, const DecodedHit &decoded);
+    void deliverHit(const DecodedHit &decoded);
     QImage imageOfHit(const HitList &list, const QString &id) const;
 
     QMap<QString, QList<AppItemInfo>> m_dayAppItems; ///< by day, so in their order
@@ -175,8 +184,9 @@ private:
     QString m_searchGeneration = QStringLiteral("one"); ///< "one" or "two", another each batch
     QVector<ScreenShotData> m_textSearchResults;
     QVector<ScreenShotData> m_imageSearchResults;
-    std::atomic<int> m_droppedSearches{0}; ///< tells what is under way from what was dropped
-    int m_screenWidth;                     ///< of the primary screen at the start
+    std::mutex m_undeliveredMutex;
+    std::deque<DecodedHit> m_undelivered; ///< under m_undeliveredMutex
+    int m_screenWidth;                    ///< of the primary screen at the start
     int m_framePixelWidth = 8;
     int m_appSpacing = 8; ///< the pages' space between two bars
     QString m_localizedNameKey;
