@@ -3,8 +3,11 @@
 #include "cli/console.h"
 #include "cli/exitstatus.h"
 #include "database/daytext.h"
+#include "history/monthscan.h"
 
 #include <QFileInfo>
+
+#include <algorithm>
 
 History::History(Console &console)
     : m_console(console), m_place(StorePlace::find()), m_status(ExitStatus::Done)
@@ -29,14 +32,14 @@ bool History::isThere()
     return false;
 }
 
-void History::tell(const MonthRows &month, const QString &name)
+void History::tell(const QString &month, ReadOnlyDatabase::State state, const QString &error)
 {
-    if (month.state() == ReadOnlyDatabase::State::Open) {
+    if (state == ReadOnlyDatabase::State::Open) {
         return;
     }
-    m_console.fault(month.state() == ReadOnlyDatabase::State::Busy
-                        ? QStringLiteral("%1.db is locked by another program").arg(name)
-                        : QStringLiteral("%1.db cannot be read: %2").arg(name, month.errorText()));
+    m_console.fault(state == ReadOnlyDatabase::State::Busy
+                        ? QStringLiteral("%1.db is locked by another program").arg(month)
+                        : QStringLiteral("%1.db cannot be read: %2").arg(month, error));
     m_status = ExitStatus::Unreadable;
 }
 
@@ -45,7 +48,20 @@ void History::forEachMonth(const std::function<bool(MonthRows &)> &read)
     for (const QString &name : MonthRows::months(m_place.databases)) {
         MonthRows month(m_place.databases, name);
         const bool goesOn = read(month);
-        tell(month, name);
+        tell(name, month.state(), month.errorText());
+        if (!goesOn) {
+            return;
+        }
+    }
+}
+
+void History::scan(const MonthRows::Wanted &wanted,
+                   const std::function<bool(QVector<ScreenShotData> &)> &read)
+{
+    MonthScan scan(m_place.databases, MonthRows::months(m_place.databases), wanted);
+    while (auto month = scan.next()) {
+        const bool goesOn = read(month->rows);
+        tell(month->name, month->state, month->errorText);
         if (!goesOn) {
             return;
         }
@@ -54,8 +70,8 @@ void History::forEachMonth(const std::function<bool(MonthRows &)> &read)
 
 void History::forEachRow(const MonthRows::Wanted &wanted, const MonthRows::Use &use)
 {
-    forEachMonth([&](MonthRows &month) {
-        month.forEach(wanted, use);
+    scan(wanted, [&use](const QVector<ScreenShotData> &rows) {
+        std::for_each(rows.cbegin(), rows.cend(), use);
         return true;
     });
 }
@@ -67,8 +83,8 @@ std::optional<ScreenShotData> History::frame(const QString &video, uint index)
         return {};
     }
     MonthRows month(m_place.databases, name);
-    const auto found = month.ofFrame(video, index);
-    tell(month, name);
+    auto found = month.ofFrame(video, index);
+    tell(name, month.state(), month.errorText());
     return found;
 }
 
@@ -79,7 +95,7 @@ std::optional<ScreenShotData> History::frameOfDay(const QString &day, uint numbe
         return {};
     }
     MonthRows month(m_place.databases, name);
-    const auto found = month.ofDay(day, number);
-    tell(month, name);
+    auto found = month.ofDay(day, number);
+    tell(name, month.state(), month.errorText());
     return found;
 }

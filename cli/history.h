@@ -24,6 +24,11 @@ public:
     /// is told and passed over.
     void forEachMonth(const std::function<bool(MonthRows &month)> &read);
 
+    /// Hands the rows that are wanted to @p read, a month at a time, until that gives false;
+    /// several months are looked through at once. Otherwise as above.
+    void scan(const MonthRows::Wanted &wanted,
+              const std::function<bool(QVector<ScreenShotData> &rows)> &read);
+
     /// All rows of all months that are wanted, the newest month first.
     void forEachRow(const MonthRows::Wanted &wanted, const MonthRows::Use &use);
 
@@ -35,7 +40,7 @@ public:
     int status() const { return m_status; }
 
 private:
-    void tell(const MonthRows &month, const QString &name);
+    void tell(const QString &month, ReadOnlyDatabase::State state, const QString &error);
 
     Console &m_console;
     StorePlace m_place;

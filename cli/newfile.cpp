@@ -9,7 +9,7 @@
 
 namespace
 {
-constexpr qint64 BLOCK = 1024 * 1024;
+constexpr qint64 BLOCK = 1024LL * 1024;
 }
 
 std::unique_ptr<QFile> NewFile::make(const QString &path, QString &error)

@@ -76,13 +76,11 @@ private:
         wanted.from = m_arguments.from();
         wanted.to = m_arguments.to();
         m_console.beginList();
-        m_history.forEachMonth([&](MonthRows &month) {
-            QVector<ScreenShotData> found;
-            month.forEach(wanted, [&](const ScreenShotData &frame) {
-                if (isWanted(frame)) {
-                    found.append(frame);
-                }
-            });
+        m_history.scan(wanted, [this](QVector<ScreenShotData> &found) {
+            found.erase(
+                std::remove_if(found.begin(), found.end(),
+                               [this](const ScreenShotData &frame) { return !isWanted(frame); }),
+                found.end());
             // As the program shows them: newest first, those of one second as they were stored.
             std::stable_sort(found.begin(), found.end(),
                              [](const ScreenShotData &left, const ScreenShotData &right) {

@@ -15,6 +15,8 @@
 #include <algorithm>
 #include <atomic>
 #include <memory>
+#include <sys/resource.h>
+#include <vector>
 
 namespace
 {
@@ -31,6 +33,19 @@ int run(const QStringList &arguments)
     process.start(QStringLiteral(YESTERMARKCTL), arguments);
     process.waitForFinished(-1);
     return process.exitCode();
+}
+
+/// Processor time of all ended children so far, in milliseconds.
+double processorOfChildren()
+{
+    constexpr double microsecondsOfMillisecond = 1000.0;
+    constexpr double millisecondsOfSecond = 1000.0;
+    rusage usage = {};
+    getrusage(RUSAGE_CHILDREN, &usage);
+    return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) *
+               millisecondsOfSecond +
+           static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) /
+               microsecondsOfMillisecond;
 }
 
 double medianOf(const QStringList &arguments, int status)
@@ -109,6 +124,13 @@ int main(int argc, char **argv)
           SEARCH_GOAL_MS, start, startName);
     print(QStringLiteral("search, no hit") + rows, medianOf({"search", facts.absentWord}, 1),
           SEARCH_GOAL_MS, start, startName);
+    std::vector<double> spent;
+    for (int round = 0; round < ROUNDS; ++round) {
+        const double before = processorOfChildren();
+        run({"search", facts.absentWord});
+        spent.push_back(processorOfChildren() - before);
+    }
+    print(QStringLiteral("search, no hit, processor") + rows, Bench::median(spent), 0.0, 0.0, {});
     print(QStringLiteral("search, common word, 100 hits") + rows,
           medianOf({"search", "--limit", "100", facts.commonWord}, 0), SEARCH_GOAL_MS, start,
           startName);
