@@ -159,6 +159,9 @@ void VideoInfo::deleteSearchThread()
         m_searchThread->quit();
         m_searchThread->wait();
     }
+    { // what it wrote is seen here, also by tools that do not know QThread::wait()
+        const std::lock_guard<std::mutex> lock(m_searchMutex);
+    }
     m_searchThread->deleteLater();
     m_searchThread = nullptr;
 }
