@@ -71,6 +71,10 @@
         <source>No program for setting date and time was found. They can be set with the command &quot;timedatectl&quot; in a terminal.</source>
         <translation>未找到设置日期和时间的程序。可以在终端中使用命令“timedatectl”进行设置。</translation>
     </message>
+    <message>
+        <source>Close</source>
+        <translation>关闭</translation>
+    </message>
 </context>
 <context>
     <name>DateTimeFormatter</name>
@@ -166,10 +170,6 @@
         <translation>已全部安装，现在可以启动昨日印记。</translation>
     </message>
     <message>
-        <source>Cancelled. What was downloaded is kept for the next attempt.</source>
-        <translation>已取消。已下载的内容会保留，供下次继续。</translation>
-    </message>
-    <message>
         <source>The downloads need Python 3 and its package installer. Please install the package python3-pip and try again.</source>
         <translation>下载需要 Python 3 及其软件包安装程序。请安装软件包 python3-pip 后重试。</translation>
     </message>
@@ -200,6 +200,10 @@
     <message>
         <source>The installation failed.</source>
         <translation>安装失败。</translation>
+    </message>
+    <message>
+        <source>Cancelled. What can be continued is kept for the next attempt.</source>
+        <translation>已取消。可以继续的部分会保留，供下次使用。</translation>
     </message>
 </context>
 <context>
@@ -251,6 +255,10 @@
     <message>
         <source>The list of the AI models cannot be read. Please install Yestermark again.</source>
         <translation>无法读取 AI 模型列表。请重新安装昨日印记。</translation>
+    </message>
+    <message>
+        <source>All AI models that Yestermark needs are installed. This one can be added. It is downloaded once; nothing of yours is sent.</source>
+        <translation>昨日印记所需的 AI 模型已全部安装，还可以添加这一个。只需下载一次，不会发送您的任何内容。</translation>
     </message>
 </context>
 <context>
