@@ -36,7 +36,8 @@ Item {
         }
     }
 
-    T.Control {
+    // A Slider for its role: a Control would keep the one that is given to it from a screen reader.
+    T.Slider {
         id: downIndicator
 
         x: upIndicator.x + (upIndicator.width - width) / 2
