@@ -4,7 +4,6 @@
 
 #include "support/pictures.h"
 
-#include <QBackingStore>
 #include <QGuiApplication>
 #include <QPainter>
 #include <QRasterWindow>

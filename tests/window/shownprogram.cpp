@@ -5,6 +5,8 @@
 #include <QRegularExpression>
 #include <QTest>
 
+#include <algorithm>
+
 namespace
 {
 using Node = AccessibleTree::Node;
@@ -129,7 +131,7 @@ int ShownProgram::preview() const
     for (const Node &node : nodes()) {
         if (node.window == mainWindow && time.match(node.name).hasMatch()) {
             const int screen = m_desktop.picture().width();
-            const int line = qMax(node.extents.height(), 24 * screen / 1920);
+            const int line = qMax(node.extents.height(), 24 * screen / 1920 * m_desktop.scale());
             const int bottom = node.extents.center().y() - line / 2 - 8 * m_desktop.scale();
             const QSize size(screen / 5, screen / 5 * 9 / 16);
             return numberIn(
@@ -145,15 +147,27 @@ QPoint ShownProgram::slider() const
     return node.exists() ? node.extents.center() : QPoint();
 }
 
-QVector<Node> ShownProgram::dates() const
+QVector<Node> ShownProgram::dates(bool hiddenToo) const
 {
     QVector<Node> found;
-    for (const Node &node : nodes()) {
+    for (const Node &node : nodes(hiddenToo)) {
         if (node.window == mainWindow && node.name.startsWith(dot) && node.name.endsWith(dot)) {
             found.append(node);
         }
     }
+    std::sort(found.begin(), found.end(), [](const Node &one, const Node &other) {
+        return one.extents.left() < other.extents.left();
+    });
     return found;
+}
+
+QStringList ShownProgram::loadedDays() const
+{
+    QStringList names;
+    for (const Node &node : dates(true)) {
+        names.append(node.name.mid(1, node.name.size() - 2));
+    }
+    return names;
 }
 
 QStringList ShownProgram::days() const

@@ -20,6 +20,7 @@ public:
     /// Orders it to end and waits. False if it does not end with 0.
     bool stop();
     bool waitForEnd(int milliseconds = 30000);
+    QString path() const { return m_process.program(); }
     qint64 processId() const { return m_process.processId(); }
     bool isRunning() const { return m_process.state() == QProcess::Running; }
     int exitCode() const { return m_process.exitCode(); }
@@ -58,12 +59,14 @@ public:
     QPoint slider() const;
     /// The dates on the axis that lie on the screen, without their dots, from left to right.
     QStringList days() const;
+    /// The same of all days that were loaded so far.
+    QStringList loadedDays() const;
     /// The point on the axis @p pixels to the right of the first bar's beginning of the day that
     /// the axis calls @p date; a null point if that date is not shown.
     QPoint onAxis(const QString &date, int pixels) const;
 
 private:
-    QVector<AccessibleTree::Node> dates() const;
+    QVector<AccessibleTree::Node> dates(bool hiddenToo = false) const;
     int numberIn(const QRect &area) const;
 
     const Desktop &m_desktop;
