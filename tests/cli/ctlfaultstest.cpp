@@ -36,6 +36,20 @@ bool run(sqlite3 *handle, const char *sql)
     return sqlite3_exec(handle, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
 }
 
+// BOX STORE HOME PROGRAM ARGUMENTS: moves the store into a file system of its own at BOX.
+constexpr char RUN_IN_BOX[] = R"(
+mount -t tmpfs none "$1"
+cp -a "$2"/* "$1"
+rm -r "$2"/*
+export HOME="$3"
+exec "$4" $5)";
+
+// FOLDER HOME PROGRAM: tells the exit status and what the export has left.
+constexpr char EXPORT_TO_FULL_DISK[] = R"(
+mount -t tmpfs -o size=64k none "$1" &&
+HOME="$2" "$3" export -o "$1/export"
+echo $? $(ls "$1/export"))";
+
 const QList<QStringList> &readingCommands()
 {
     static const QList<QStringList> commands = {{"search", "the"}, {"apps"}, {"days"}};
@@ -312,12 +326,9 @@ void TestCtlFaults::openBoxIsLookedAt()
     QVERIFY(QDir().mkpath(box));
     const auto inBox = [&](const QString &command) {
         QProcess process;
-        process.start("unshare", mounts + QStringList{"sh", "-ec",
-                                                      "mount -t tmpfs none \"$1\"; cp -a "
-                                                      "\"$2\"/* \"$1\"; rm -r \"$2\"/*; "
-                                                      "export HOME=\"$3\"; exec \"$4\" $5",
-                                                      "sh", box, m_world.root(), m_world.home(),
-                                                      CtlWorld::program(), command});
+        process.start("unshare",
+                      mounts + QStringList{"sh", "-ec", RUN_IN_BOX, "sh", box, m_world.root(),
+                                           m_world.home(), CtlWorld::program(), command});
         process.waitForFinished();
         return process.readAllStandardOutput();
     };
@@ -373,11 +384,8 @@ void TestCtlFaults::fullOutputIsTold()
     const QTemporaryDir output;
     QProcess process;
     process.start("unshare",
-                  mounts + QStringList{"sh", "-c",
-                                       "mount -t tmpfs -o size=64k none \"$1\" && HOME=\"$2\" "
-                                       "\"$3\" export -o \"$1/export\"; echo $? $(ls "
-                                       "\"$1/export\")",
-                                       "sh", output.path(), m_world.home(), CtlWorld::program()});
+                  mounts + QStringList{"sh", "-c", EXPORT_TO_FULL_DISK, "sh", output.path(),
+                                       m_world.home(), CtlWorld::program()});
     QVERIFY(process.waitForFinished());
     const QByteArray told = process.readAllStandardOutput().trimmed();
     QVERIFY2(told.startsWith("5 "), told.constData());
