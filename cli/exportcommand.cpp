@@ -9,6 +9,7 @@
 #include "cli/history.h"
 #include "cli/newfile.h"
 #include "cli/timetext.h"
+#include "history/storedfiles.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -111,7 +112,7 @@ private:
         for (auto video = m_indicesOfVideo.cbegin(); video != m_indicesOfVideo.cend(); ++video) {
             const QString source =
                 m_history.place().folderOfDay(video.key()) + QLatin1Char('/') + video.key();
-            if (!video.key().isEmpty() && QFile::exists(source)) {
+            if (HistoryChecker::isVideoName(video.key()) && QFile::exists(source)) {
                 if (!NewFile::copy(source, videos + QLatin1Char('/') + video.key(), error)) {
                     return false;
                 }
@@ -130,7 +131,7 @@ private:
         const QString folder = m_history.place().folderOfDay(video);
         for (const uint index : indices) {
             const QString source = FramePictures::safetyCopy(folder, video, index);
-            if (video.isEmpty() || !QFile::exists(source)) {
+            if (!HistoryChecker::isVideoName(video) || !QFile::exists(source)) {
                 ++m_missing;
                 continue;
             }

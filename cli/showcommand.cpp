@@ -91,6 +91,9 @@ int showCommand(const QStringList &arguments, Console &console)
     if (status == ExitStatus::Done && console.isJson()) {
         AppNames names;
         QJsonObject object = FrameJson::of(*frame, names);
+        if (frame->realTime == 0) { // without a row nothing but its name is known
+            object = {{QStringLiteral("frame"), object.value(QStringLiteral("frame"))}};
+        }
         object.insert(QStringLiteral("file"), options.value(output));
         object.insert(QStringLiteral("width"), picture.width());
         object.insert(QStringLiteral("height"), picture.height());

@@ -92,6 +92,7 @@ private Q_SLOTS:
     void frameThatIsNotThereEndsWithOne();
     void frameWithoutARowIsShown();
     void damagedVideoHasNoPicture();
+    void exportKeepsToTheHistory();
     void openBoxIsLookedAt();
     void closedBoxIsTold();
     void framesFollowTheCacheDirectory();
@@ -300,7 +301,10 @@ void TestCtlFaults::frameWithoutARowIsShown()
     const CtlWorld ctl(m_world.home());
     const QTemporaryDir output;
     const QString frame = m_world.lastVideo() + "#50";
-    QCOMPARE(ctl.run({"show", frame, "-o", output.filePath("x.png")}).status, 0);
+    const CtlRun run = ctl.run({"show", frame, "-o", output.filePath("x.png"), "--json"});
+    QCOMPARE(run.status, 0);
+    QCOMPARE(run.object()["frame"].toString(), frame);
+    QVERIFY(!run.object().contains("time"));
 }
 
 void TestCtlFaults::damagedVideoHasNoPicture()
@@ -314,6 +318,21 @@ void TestCtlFaults::damagedVideoHasNoPicture()
     QCOMPARE(run.status, 3);
     QVERIFY(run.faults.contains("no file holds the picture"));
     QVERIFY(QDir(output.path()).isEmpty());
+}
+
+void TestCtlFaults::exportKeepsToTheHistory()
+{
+    // A row that names a file elsewhere.
+    m_world.write(m_world.home() + "/mine.mp4", "mine");
+    m_world.changeRows("UPDATE screenshots SET video_name = '../../../../../../mine.mp4' WHERE "
+                       "video_name = $last");
+    const CtlWorld ctl(m_world.home());
+    const QTemporaryDir output;
+    const CtlRun run = ctl.run({"export", "-o", output.filePath("x"), "--json"});
+    QCOMPARE(run.status, 3);
+    QCOMPARE(run.object()["framesWithoutPicture"].toInt(), HistoryWorld::framesOfLastVideo);
+    QVERIFY(!QFile::exists(output.filePath("mine.mp4")));
+    QCOMPARE(QDir(output.filePath("x/videos")).entryList(QDir::Files).size(), 4);
 }
 
 void TestCtlFaults::openBoxIsLookedAt()
