@@ -6,7 +6,6 @@
 
 #include <QTest>
 
-#include <algorithm>
 #include <memory>
 #include <utility>
 
@@ -30,7 +29,7 @@ private Q_SLOTS:
     void theIconAppearsWithTheTray();
     void aClickMinimisesTheWindowAndTheNextShowsIt();
     void aClickBringsUpAHiddenWindow();
-    void theMenuStartsAndPausesRecordingAndOpensTheWindow();
+    void theMenuStartsAndPausesRecording();
     void theMenuOpensTheSettings();
     void theMenusExitAsks();
     void aMiddleClickDoesNothing();
@@ -85,10 +84,12 @@ void TrayTest::endHost()
 bool TrayTest::choose(Entry entry) const
 {
     const QVector<quint32> before = m_desktop->windowsOf(m_program->processId());
+    quint32 menu = 0;
     const auto isOpen = [&] {
-        const QVector<quint32> now = m_desktop->windowsOf(m_program->processId());
-        return std::any_of(now.cbegin(), now.cend(),
-                           [&](quint32 window) { return !before.contains(window); });
+        for (const quint32 window : m_desktop->windowsOf(m_program->processId())) {
+            menu = before.contains(window) ? menu : window;
+        }
+        return menu != 0;
     };
     if (!clickIcon(3) || !QTest::qWaitFor(isOpen, waitMs)) {
         return false;
@@ -96,7 +97,10 @@ bool TrayTest::choose(Entry entry) const
     for (int step = 0; step <= entry; ++step) {
         m_desktop->key("Down");
     }
-    return m_desktop->key("Return");
+    const auto isGone = [&] {
+        return !m_desktop->windowsOf(m_program->processId()).contains(menu);
+    };
+    return m_desktop->key("Return") && QTest::qWaitFor(isGone, waitMs);
 }
 
 void TrayTest::initTestCase()
@@ -158,7 +162,7 @@ void TrayTest::aMiddleClickDoesNothing()
     QTRY_VERIFY_WITH_TIMEOUT(!m_program->hasWindow("About"), waitMs);
 }
 
-void TrayTest::theMenuStartsAndPausesRecordingAndOpensTheWindow()
+void TrayTest::theMenuStartsAndPausesRecording()
 {
     QVERIFY(choose(StartOrPause));
     QTRY_COMPARE_WITH_TIMEOUT(m_desktop->setting("recording-memory"), QStringLiteral("true"),
@@ -168,7 +172,7 @@ void TrayTest::theMenuStartsAndPausesRecordingAndOpensTheWindow()
     QVERIFY(choose(StartOrPause));
     QTRY_COMPARE_WITH_TIMEOUT(m_desktop->setting("recording-memory"), QStringLiteral("false"),
                               waitMs);
-    QVERIFY(choose(Open));
+    QVERIFY(m_desktop->run(m_program->path(), {})); // a second start shows the window
     QTRY_VERIFY_WITH_TIMEOUT(m_program->isInFront(), waitMs);
 }
 
