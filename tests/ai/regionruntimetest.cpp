@@ -295,7 +295,7 @@ void TestRegionRuntime::enginesThatDieOfALineEndTheWait()
 void TestRegionRuntime::theRegionDoesNotWaitForTheRecorderAndSharesItsProcess()
 {
     constexpr int frames = 10;
-    useTestEngines({"50"}); // some seconds a frame: the recorder is far from done
+    useTestEngines({"50"});   // some seconds a frame: the recorder is far from done
     std::atomic<int> read{0}; // first: answers come for as long as the recorder is there
     OcrModel recorder;
     recorder.setImageOCRResultCallback([&read](const QVector<OCRTextData> & /*lines*/) { ++read; });
