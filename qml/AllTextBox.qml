@@ -3,7 +3,8 @@ import QtQuick 2.12
 import QtQuick.Templates 2.12 as T
 import "basecomponent"
 
-T.Control {
+// A Pane for its role: a Control would keep the one that is given to it from a screen reader.
+T.Pane {
     id: root
 
     property real pictureScale: 1 // drawn pixels a pixel of the picture
@@ -65,13 +66,18 @@ T.Control {
         VideoInfo.setClipBoardText(selectAll ? allStringArray : stringArray)
     }
 
+    function openMenu() {
+        menu.popup(root, 0, 0)
+        menu.beginWithKeys()
+    }
+
     Keys.onPressed: {
         if (event.matches(StandardKey.Copy))
             copy()
         else if (event.matches(StandardKey.SelectAll))
             selectAll = true
         else if (event.key === Qt.Key_Menu)
-            menu.popup(root, 0, 0)
+            openMenu()
         else
             return
         event.accepted = true

@@ -29,7 +29,15 @@ Item {
             iconName: "open-menu-symbolic"
             toolTip: qsTr("option")
             toolTipAllowed: !menu.visible
-            onClicked: menu.visible ? menu.close() : menu.open()
+            onClicked: {
+                if (menu.visible) {
+                    menu.close()
+                    return
+                }
+                menu.open()
+                if (visualFocus || !hovered)
+                    menu.beginWithKeys()
+            }
 
             AppMenu {
                 id: menu

@@ -14,13 +14,41 @@ T.Menu {
     margins: Sizes.gap
     focus: true
 
+    property bool pointerRests: false
+
+    /// Opened by a key: the first entry is chosen, whatever the pointer happens to lie on.
+    function beginWithKeys() {
+        pointerRests = true
+        currentIndex = 0
+    }
+
+    onClosed: pointerRests = false
+
     contentItem: ListView {
+        id: list
         implicitHeight: contentHeight
         model: root.contentModel
         interactive: false
         currentIndex: root.currentIndex
         Accessible.role: Accessible.PopupMenu
         Accessible.name: "tavel-ai-yestermark_" + root.accessibleId
+
+        // Keeps the entries from a pointer that has not moved since.
+        MouseArea {
+            property point place
+
+            parent: list
+            anchors.fill: parent
+            z: 1
+            visible: root.pointerRests
+            acceptedButtons: Qt.NoButton
+            hoverEnabled: true
+            onEntered: place = Qt.point(mouseX, mouseY)
+            onPositionChanged: {
+                if (mouse.x !== place.x || mouse.y !== place.y)
+                    root.pointerRests = false
+            }
+        }
     }
 
     background: Rectangle {

@@ -6,6 +6,7 @@
 #include <QProcess>
 #include <QQmlComponent>
 #include <QQmlEngine>
+#include <QSignalSpy>
 #include <QTest>
 
 class PagesTest : public QObject
@@ -25,7 +26,9 @@ private Q_SLOTS:
     void startButtonStartsInOrder();
     void titleBarButtons();
     void menuEntries();
+    void menuByKeyboard_data();
     void menuByKeyboard();
+    void menuByKeyboardWhereThePointerRests();
     void trayWiring();
     void closingAsksOnlyAVisibleWindow();
 };
@@ -364,24 +367,84 @@ void PagesTest::menuEntries()
     QVERIFY(pages.root()->property("closeBtnPopUpVisible").toBool());
 }
 
+void PagesTest::menuByKeyboard_data()
+{
+    QTest::addColumn<Qt::Key>("opener");
+    QTest::newRow("Return") << Qt::Key_Return;
+    QTest::newRow("Enter") << Qt::Key_Enter;
+    QTest::newRow("Space") << Qt::Key_Space;
+}
+
 void PagesTest::menuByKeyboard()
 {
+    QFETCH(Qt::Key, opener);
     PagesFixture pages;
     QVERIFY(pages.show());
     QTRY_VERIFY(pages.view.isActive());
-    PagesFixture::control(QStringLiteral("tavel-ai-yestermark_Button_menu"))
-        ->forceActiveFocus(Qt::TabFocusReason);
-    QTest::keyClick(&pages.view, Qt::Key_Return);
-    QTRY_VERIFY(PagesFixture::control(QStringLiteral("tavel-ai-yestermark_MenuItem_help")));
+    QQuickItem *button = PagesFixture::control(QStringLiteral("tavel-ai-yestermark_Button_menu"));
+    const auto entry = [](const char *name) {
+        return PagesFixture::control(QLatin1String("tavel-ai-yestermark_MenuItem_") +
+                                     QLatin1String(name));
+    };
+    const auto isChosen = [&](const char *name) {
+        return entry(name) && entry(name)->property("highlighted").toBool();
+    };
+    button->forceActiveFocus(Qt::TabFocusReason);
+    QTest::keyClick(&pages.view, opener);
+    QTRY_VERIFY(isChosen("settings"));
     const QStringList texts = PagesFixture::texts(&pages.view);
     for (const char *text : {"Settings", "Help", "About", "Exit"}) {
         QVERIFY2(texts.contains(QLatin1String(text)), text);
     }
-    QTest::keyClick(&pages.view, Qt::Key_Down);
-    QTest::keyClick(&pages.view, Qt::Key_Down);
+    for (const char *name : {"help", "about", "exit", "exit"}) { // it ends at the last
+        QTest::keyClick(&pages.view, Qt::Key_Down);
+        QVERIFY2(isChosen(name), name);
+    }
+    for (const char *name : {"about", "help", "settings", "settings"}) {
+        QTest::keyClick(&pages.view, Qt::Key_Up);
+        QVERIFY2(isChosen(name), name);
+    }
+    QTest::keyClick(&pages.view, Qt::Key_Escape);
+    QTRY_VERIFY(!entry("settings"));
+    QCOMPARE(pages.view.activeFocusItem(), button);
+    QVERIFY(!pages.root()->property("settingsPageVisible").toBool());
+    QTest::keyClick(&pages.view, opener);
+    QTRY_VERIFY(isChosen("settings"));
     QTest::keyClick(&pages.view, Qt::Key_Return);
-    QCOMPARE(pages.calls.take(), QStringList(QStringLiteral("showGuide()")));
-    QTRY_VERIFY(!PagesFixture::control(QStringLiteral("tavel-ai-yestermark_MenuItem_help")));
+    QVERIFY(pages.root()->property("settingsPageVisible").toBool());
+    QTRY_VERIFY(!entry("settings"));
+}
+
+void PagesTest::menuByKeyboardWhereThePointerRests()
+{
+    PagesFixture pages;
+    QVERIFY(pages.show());
+    QTRY_VERIFY(pages.view.isActive());
+    const QString exit = QStringLiteral("tavel-ai-yestermark_MenuItem_exit");
+    QQuickItem *button = PagesFixture::control(QStringLiteral("tavel-ai-yestermark_Button_menu"));
+    PagesFixture::click(button);
+    QTRY_VERIFY(PagesFixture::control(exit));
+    const QPoint place = PagesFixture::centreOf(PagesFixture::control(exit));
+    pages.hover(place);
+    QTRY_VERIFY(PagesFixture::control(exit)->property("highlighted").toBool());
+    QTest::keyClick(&pages.view, Qt::Key_Escape);
+    QTRY_VERIFY(!PagesFixture::control(exit));
+
+    QTest::keyClick(&pages.view, Qt::Key_Return);
+    QTRY_VERIFY(PagesFixture::control(exit));
+    QSignalSpy frames(&pages.view, &QQuickWindow::frameSwapped);
+    while (frames.size() < 2) { // a frame tells the items of the pointer
+        pages.view.update();
+        QVERIFY(frames.wait(10000));
+    }
+    const auto isChosen = [&exit] {
+        return PagesFixture::control(exit)->property("highlighted").toBool();
+    };
+    QVERIFY(!isChosen());
+    pages.hover(place + QPoint(1, 1)); // one that moves counts
+    pages.hover(place + QPoint(2, 1));
+    QTRY_VERIFY(isChosen());
+    QTest::keyClick(&pages.view, Qt::Key_Escape);
 }
 
 void PagesTest::trayWiring()

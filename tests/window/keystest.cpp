@@ -17,6 +17,10 @@ const QString yesterday = QStringLiteral("1 day ago");
 const QString settings = QStringLiteral("Settings");
 const QString closing = QStringLiteral("Please select the state after closing:");
 
+const QStringList menuEntries = {QStringLiteral("MenuItem_settings"),
+                                 QStringLiteral("MenuItem_help"), QStringLiteral("MenuItem_about"),
+                                 QStringLiteral("MenuItem_exit")};
+
 /// Stands where the desktop's user guide does.
 class Guide : public QObject
 {
@@ -49,7 +53,10 @@ private Q_SLOTS:
     void aKeyHeldDownGoesOnMoving();
     void escapeClosesADialog_data();
     void escapeClosesADialog();
+    void theMenuIsOpenedAndClosedByKeys_data();
     void theMenuIsOpenedAndClosedByKeys();
+    void aMenuEntryIsChosenByKeysAlone_data();
+    void aMenuEntryIsChosenByKeysAlone();
     void enterConfirmsTheSettings();
     void f1HeldDownAsksForHelpOnce();
 
@@ -232,19 +239,59 @@ void KeysTest::escapeClosesADialog()
     QVERIFY(m_program->hasWindow("Yestermark"));
 }
 
+void KeysTest::theMenuIsOpenedAndClosedByKeys_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::newRow("Return") << QStringLiteral("Return");
+    QTest::newRow("Enter") << QStringLiteral("KP_Enter");
+    QTest::newRow("Space") << QStringLiteral("space");
+}
+
 void KeysTest::theMenuIsOpenedAndClosedByKeys()
 {
+    QFETCH(QString, key);
+    QVERIFY(focusOn("Button_menu"));
+    QVERIFY(m_desktop->key(key));
+    QTRY_COMPARE_WITH_TIMEOUT(m_program->focus(), menuEntries.first(), waitMs);
+    QVERIFY(m_desktop->key("Escape"));
+    QTRY_VERIFY_WITH_TIMEOUT(!m_program->control(menuEntries.first()).exists(), waitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(m_program->focus(), QStringLiteral("Button_menu"), waitMs);
+}
+
+void KeysTest::aMenuEntryIsChosenByKeysAlone_data()
+{
+    QTest::addColumn<QPoint>("pointer");
+    QTest::newRow("pointer elsewhere") << QPoint(683, 740);
+    QVERIFY(m_program->click("Button_menu"));
+    QTRY_VERIFY_WITH_TIMEOUT(m_program->control("MenuItem_about").exists(), waitMs);
+    QTest::newRow("pointer rests where the menu opens")
+        << m_program->control("MenuItem_about").extents.center();
+    QVERIFY(m_desktop->key("Escape"));
+    QTRY_VERIFY_WITH_TIMEOUT(!m_program->control("MenuItem_about").exists(), waitMs);
+}
+
+void KeysTest::aMenuEntryIsChosenByKeysAlone()
+{
+    QFETCH(QPoint, pointer);
+    QVERIFY(m_desktop->movePointer(pointer));
     QVERIFY(focusOn("Button_menu"));
     QVERIFY(m_desktop->key("Return"));
-    QTRY_VERIFY_WITH_TIMEOUT(m_program->control("MenuItem_settings").exists(), waitMs);
-    QVERIFY(m_desktop->key("Escape"));
-    QTRY_VERIFY_WITH_TIMEOUT(!m_program->control("MenuItem_settings").exists(), waitMs);
-    QTRY_COMPARE_WITH_TIMEOUT(m_program->focus(), QStringLiteral("Button_menu"), waitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(m_program->focus(), menuEntries.first(), waitMs);
+    for (const QString &entry : menuEntries.mid(1)) {
+        QVERIFY(m_desktop->key("Down"));
+        QTRY_COMPARE_WITH_TIMEOUT(m_program->focus(), entry, waitMs);
+    }
+    QVERIFY(m_desktop->key("Down")); // there is nothing below the last
+    for (int i = menuEntries.size() - 2; i >= 0; --i) {
+        QVERIFY(m_desktop->key("Up"));
+        QTRY_COMPARE_WITH_TIMEOUT(m_program->focus(), menuEntries.at(i), waitMs);
+    }
+    QVERIFY(m_desktop->key("Up"));
     QVERIFY(m_desktop->key("Return"));
-    QTRY_VERIFY_WITH_TIMEOUT(m_program->control("MenuItem_settings").exists(), waitMs);
-    QVERIFY(m_program->click("MenuItem_settings"));
     QTRY_VERIFY_WITH_TIMEOUT(m_program->hasWindow(settings), waitMs);
     QVERIFY(m_desktop->key("Escape"));
+    QTRY_VERIFY_WITH_TIMEOUT(!m_program->hasWindow(settings), waitMs);
+    QVERIFY(m_desktop->movePointer({683, 740}));
 }
 
 void KeysTest::enterConfirmsTheSettings()

@@ -103,12 +103,13 @@ bool ShownProgram::choose(const QString &entry) const
 
 QString ShownProgram::focus() const
 {
+    QString innermost; // what is around it says that it has the focus too
     for (const Node &node : nodes()) {
         if (node.isFocused && node.name.startsWith(prefix)) {
-            return node.name.mid(prefix.size());
+            innermost = node.name.mid(prefix.size());
         }
     }
-    return {};
+    return innermost;
 }
 
 int ShownProgram::numberIn(const QRect &area) const
