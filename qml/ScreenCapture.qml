@@ -6,7 +6,8 @@ import QtQuick.Templates 2.12 as T
 import "basecomponent"
 import "CaptureUuid.js" as CaptureUuid
 
-T.Control {
+// A Pane for its role: a Control would keep the one that is given to it from a screen reader.
+T.Pane {
     id: root
 
     property QtObject page

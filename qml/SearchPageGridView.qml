@@ -1,9 +1,9 @@
 // The hits in six columns. All cards are there: what scrolls is the page around them.
 import QtQuick 2.12
-import QtQuick.Templates 2.12 as T
 import "basecomponent"
 
-T.Control {
+// An Item for its role: a Control would keep the one that is given to it from a screen reader.
+Item {
     id: root
 
     property alias model: grid.model
@@ -22,7 +22,7 @@ T.Control {
     width: columns * cellWidth
     height: Math.ceil(count / columns) * cellHeight
     visible: count > 0
-    focusPolicy: Qt.StrongFocus
+    activeFocusOnTab: true
 
     Accessible.role: Accessible.List
     Accessible.name: "tavel-ai-yestermark_List_" + hitName + "s"
@@ -96,7 +96,7 @@ T.Control {
             accessibleId: "ListItem_" + root.hitName + index
             nearby: y + height > root.seenTop - root.seenHeight
                     && y < root.seenTop + 2 * root.seenHeight
-            hasFocusRing: root.visualFocus && GridView.isCurrentItem
+            hasFocusRing: root.activeFocus && GridView.isCurrentItem
             onChosen: root.chosen(hit)
         }
     }

@@ -3,7 +3,8 @@ import QtQuick 2.12
 import QtQuick.Templates 2.12 as T
 import "basecomponent"
 
-T.Button {
+// A TabButton for its role alone, without the state of its own.
+T.TabButton {
     id: root
 
     property string accessibleId
@@ -15,6 +16,8 @@ T.Button {
     rightPadding: 4
     topPadding: Sizes.h(6)
     bottomPadding: Sizes.h(8)
+    checkable: false
+    autoExclusive: false
     hoverEnabled: true
     focusPolicy: Qt.StrongFocus
 

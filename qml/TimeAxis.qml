@@ -5,7 +5,7 @@ import QtQuick 2.12
 import QtQuick.Templates 2.12 as T
 import "basecomponent"
 
-T.Control {
+Item {
     id: root
 
     property QtObject page
@@ -41,11 +41,10 @@ T.Control {
     readonly property bool following: !operateTimeAxis || isDeleteAllData
 
     implicitHeight: Sizes.h(64)
-    focusPolicy: Qt.StrongFocus
 
-    Accessible.role: Accessible.Pane
-    Accessible.name: "tavel-ai-yestermark_Pane_timeAxis"
-    Accessible.focusable: true
+    function takeFocus() {
+        pane.forceActiveFocus()
+    }
 
     // What the user did
 
@@ -221,11 +220,23 @@ T.Control {
         event.accepted = true
     }
 
-    FocusFrame {
-        control: root
-        anchors.margins: 0
-        anchors.leftMargin: root.listViewLeftMargin - 4
-        anchors.rightMargin: root.listViewLeftMargin - 4
+    // The axis to the keyboard and to a screen reader. A Pane for its role: a Control would keep the
+    // one that is given to it to itself. Below the others: what has the focus in a Pane keeps it.
+    T.Pane {
+        id: pane
+        anchors.fill: parent
+        focusPolicy: Qt.StrongFocus
+
+        Accessible.role: Accessible.Pane
+        Accessible.name: "tavel-ai-yestermark_Pane_timeAxis"
+        Accessible.focusable: true
+
+        FocusFrame {
+            control: pane
+            anchors.margins: 0
+            anchors.leftMargin: root.listViewLeftMargin - 4
+            anchors.rightMargin: root.listViewLeftMargin - 4
+        }
     }
 
     DayList {

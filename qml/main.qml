@@ -38,7 +38,7 @@ Item {
 
     function showPreviewPage() {
         startScreenVisible = false
-        previewPage.timeAxis.forceActiveFocus()
+        previewPage.timeAxis.takeFocus()
     }
 
     function openHit(hit, searchImageType) {
@@ -52,7 +52,7 @@ Item {
 
     onSearchingChanged: {
         if (!searching && !startScreenVisible)
-            previewPage.timeAxis.forceActiveFocus()
+            previewPage.timeAxis.takeFocus()
     }
 
     Binding { target: Sizes; property: "widthScaleFactor"; value: root.widthScaleFactor }

@@ -7,6 +7,7 @@ SubsystemUnavailableWindow::SubsystemUnavailableWindow(QWidget *parent) : QMessa
 {
     setIcon(QMessageBox::Warning);
     setText(tr("AI service unavailable"));
+    setAccessibleName(text()); // it has no title
     setInformativeText(
         tr("The AI subsystem was not detected, and the AI service of the application cannot be "
            "used. Please go to the System Settings > AI Module Management page to install."));
