@@ -147,7 +147,7 @@ FocusScope {
         anchors.horizontalCenter: parent.horizontalCenter
         anchors.top: area.bottom
         anchors.topMargin: root.toolBarMargin
-        visible: mount.visible && root.appName !== "" && !root.screenCaptureVisible
+        visible: mount.visible && !root.screenCaptureVisible
         height: root.toolBarHeight
         iconSource: root.iconSource
         appName: root.appName

@@ -16,6 +16,7 @@ class RegionTest : public QObject
 
 private Q_SLOTS:
     void toolBar();
+    void aFrameOfARemovedApplicationHasTheToolBarToo();
     void pressingTurnsThePageInOrder();
     void hitsKeepTheirPictureAndId();
     void returnRestoresAndCancels();
@@ -158,6 +159,17 @@ void RegionTest::toolBar()
     QCOMPARE(bar->property("radius").toReal(), 8.0);
     QVERIFY(!control("Button_return"));
     QVERIFY(!control("Pane_screenCapture"));
+}
+
+void RegionTest::aFrameOfARemovedApplicationHasTheToolBarToo()
+{
+    PagesFixture pages;
+    TestDay day = dayAgo(0, {40});
+    day.runs.first().appName.clear();
+    pages.videoInfo.appendDay(day);
+    QVERIFY(pages.show());
+    QTRY_VERIFY(control("Button_regionRecognition"));
+    QCOMPARE(pages.warnings(), QStringList());
 }
 
 void RegionTest::pressingTurnsThePageInOrder()
