@@ -244,6 +244,8 @@ void VisualSearchTest::theBandAndTheFloorKeepWhatIsNearTheBest_data()
     add("negative ones", {-0.2F, -0.2F}, 0);
     const float best = 0.75F; // differences to it are exact
     add("the wide band's edge", {best, best - 0.037F, std::nextafter(best - 0.037F, 0.0F)}, 2);
+    const float weak = 0.5F; // the next float below the edge lies beyond the band
+    add("the narrow band's edge", {weak, weak - 0.026F, std::nextafter(weak - 0.026F, 0.0F)}, 2);
 }
 
 void VisualSearchTest::theBandAndTheFloorKeepWhatIsNearTheBest()
