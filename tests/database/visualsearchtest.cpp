@@ -71,11 +71,12 @@ struct Answer {
 
     SingleResult result() const
     {
-        std::vector<FieldPtr> fields{std::make_shared<VarCharFieldData>("videoName", videos),
-                                     std::make_shared<Int32FieldData>("frameIndexOfVideo", frames)};
-        if (hasTimes) {
-            fields.push_back(std::make_shared<Int64FieldData>("realTime", times));
-        }
+        // Whole lists: GCC 12 takes one that grows for an overrun.
+        const FieldPtr video = std::make_shared<VarCharFieldData>("videoName", videos);
+        const FieldPtr frame = std::make_shared<Int32FieldData>("frameIndexOfVideo", frames);
+        const FieldPtr time = std::make_shared<Int64FieldData>("realTime", times);
+        const std::vector<FieldPtr> fields = hasTimes ? std::vector<FieldPtr>{video, frame, time}
+                                                      : std::vector<FieldPtr>{video, frame};
         std::vector<std::string> copy = ids;
         return {IDArray(std::move(copy)), scores, fields};
     }
