@@ -7,7 +7,10 @@
 #include <QMetaProperty>
 #include <QQmlComponent>
 #include <QQmlEngine>
+#include <QQmlExpression>
 #include <QTest>
+
+#include <functional>
 
 // Notes changes of properties among the calls.
 class ChangeRecorder : public QObject
@@ -41,6 +44,8 @@ class SearchPageTest : public QObject
 
 private Q_SLOTS:
     void geometry();
+    void theBoxTellsByItsBorderThatItIsEdited();
+    void thePlaceholderIsFaint();
     void textsToTheLetter();
     void clickOnTheTextTurnsThePages();
     void startScreenKeepsTheBoxShut();
@@ -50,11 +55,13 @@ private Q_SLOTS:
     void clearButtonClears();
     void returnAndMagnifierSearchAgain();
     void tabsTurnAndAskForTheOtherHits();
+    void theTabOnShowIsUnderlined();
     void titlesStandOnlyWithAText();
     void emptyTipNeedsFlagGridAndTab();
     void typingTakesTheTipAway();
     void comingOnShowContinuesBelowThirtyRows_data();
     void comingOnShowContinuesBelowThirtyRows();
+    void theListScrollsAndTheGridInItDoesNot();
     void endOfTheListContinues();
     void anEmptiedListIsNotAnEnd();
     void emptyPartsLeave_data();
@@ -169,6 +176,46 @@ QObject *hiddenAxis(PagesFixture *pages)
     return nullptr;
 }
 
+/// The first shown item below @p from that is wanted; null if there is none.
+QQuickItem *firstOf(QQuickItem *from, const std::function<bool(QQuickItem *)> &isWanted)
+{
+    QQuickItem *found = nullptr;
+    PagesFixture::visit(from, [&](QQuickItem *item) {
+        if (!found && item != from && isWanted(item)) {
+            found = item;
+        }
+    });
+    return found;
+}
+
+QQuickItem *itemOf(QQuickItem *from, const char *type)
+{
+    return firstOf(from, [type](QQuickItem *item) {
+        const QByteArray name = item->metaObject()->className();
+        return name == type || name.startsWith(QByteArray(type) + "_QML");
+    });
+}
+
+QQuickItem *textOf(QQuickItem *from, const char *text)
+{
+    return firstOf(from, [text](QQuickItem *item) {
+        return item->inherits("QQuickText") &&
+               item->property("text").toString() == QLatin1String(text);
+    });
+}
+
+/// A colour of the pages' palette; invalid if they have none of that name.
+QColor themeColour(QQuickItem *item, const char *name)
+{
+    QQmlExpression colour(qmlContext(item), item, QLatin1String("Theme.") + QLatin1String(name));
+    return colour.evaluate().value<QColor>();
+}
+
+QColor colourOf(QQuickItem *item)
+{
+    return item->property("color").value<QColor>();
+}
+
 const char tip[] = "We couldn't find the results you were looking for";
 const QStringList leaving = {QStringLiteral("clearSearchTask()")};
 } // namespace
@@ -198,6 +245,32 @@ void SearchPageTest::geometry()
     QCOMPARE(QRectF(picture->position(), picture->size()), QRectF(16, 16, 234, 132));
     QCOMPARE(control("List_textHits")->height(), 2 * 214.0);
     QCOMPARE(pages.warnings(), QStringList());
+}
+
+void SearchPageTest::theBoxTellsByItsBorderThatItIsEdited()
+{
+    PagesFixture pages;
+    open(&pages);
+    QObject *border = box()->parentItem()->property("border").value<QObject *>();
+    const auto colour = [border] { return border->property("color").value<QColor>(); };
+    const QColor resting = colour();
+    QCOMPARE(border->property("width").toInt(), 1);
+    PagesFixture::click(box());
+    QCOMPARE(border->property("width").toInt(), 2);
+    QCOMPARE(colour(), themeColour(box()->parentItem(), "highlight"));
+    QVERIFY(colour() != resting);
+    QTest::keyClick(&pages.view, Qt::Key_Escape);
+    QCOMPARE(border->property("width").toInt(), 1);
+    QCOMPARE(colour(), resting);
+}
+
+void SearchPageTest::thePlaceholderIsFaint()
+{
+    PagesFixture pages;
+    open(&pages);
+    QQuickItem *placeholder = textOf(box(), "Enter your memory fragments...");
+    QVERIFY(placeholder);
+    QCOMPARE(placeholder->opacity(), 0.3);
 }
 
 void SearchPageTest::textsToTheLetter()
@@ -354,6 +427,27 @@ void SearchPageTest::tabsTurnAndAskForTheOtherHits()
     QVERIFY(!control("ListItem_imageHit0"));
 }
 
+void SearchPageTest::theTabOnShowIsUnderlined()
+{
+    PagesFixture pages;
+    open(&pages);
+    search(&pages);
+    const auto underline = [](const char *tab) {
+        auto *background = control(tab)->property("background").value<QQuickItem *>();
+        return itemOf(background, "QQuickRectangle");
+    };
+    const auto isAlongTheFoot = [](QQuickItem *line) {
+        const QSizeF tab = line->parentItem()->size();
+        return QRectF(line->position(), line->size()) ==
+               QRectF(0, tab.height() - 2, tab.width(), 2);
+    };
+    QVERIFY(underline("PageTab_textMatch") && !underline("PageTab_imageMatch"));
+    QVERIFY(isAlongTheFoot(underline("PageTab_textMatch")));
+    PagesFixture::click(control("PageTab_imageMatch"));
+    QVERIFY(!underline("PageTab_textMatch") && underline("PageTab_imageMatch"));
+    QVERIFY(isAlongTheFoot(underline("PageTab_imageMatch")));
+}
+
 void SearchPageTest::titlesStandOnlyWithAText()
 {
     PagesFixture pages;
@@ -377,15 +471,17 @@ void SearchPageTest::emptyTipNeedsFlagGridAndTab()
     Q_EMIT pages.videoInfo.textSearchResultIsEmpty();
     QVERIFY(isOnShow(&pages, tip));
     QQuickItem *list = listOfHits(&pages);
-    PagesFixture::visit(list, [list](QQuickItem *item) {
-        if (QByteArray(item->metaObject()->className()).startsWith("NoSearchResult")) {
-            QCOMPARE(item->size(), QSizeF(128, 156));
-            const QPointF centre = item->mapRectToScene(item->boundingRect()).center();
-            QCOMPARE(centre.x(), 960.0); // of the window
-            QCOMPARE(item->mapRectToItem(list, item->boundingRect()).center().y(),
-                     list->boundingRect().center().y());
-        }
-    });
+    QQuickItem *told = itemOf(list, "NoSearchResult");
+    QVERIFY(told);
+    QCOMPARE(told->size(), QSizeF(128, 156));
+    QCOMPARE(told->mapRectToScene(told->boundingRect()).center().x(), 960.0); // of the window
+    QCOMPARE(told->mapRectToItem(list, told->boundingRect()).center().y(),
+             list->boundingRect().center().y());
+    QQuickItem *picture = itemOf(told, "QQuickImage");
+    QVERIFY(picture);
+    QCOMPARE(picture->property("source").toString(),
+             QStringLiteral("qrc:/image/nosearchresult.png"));
+    QVERIFY(picture->implicitHeight() > 0); // there is such a picture
     PagesFixture::click(control("PageTab_imageMatch"));
     QVERIFY(!isOnShow(&pages, tip));
     Q_EMIT pages.videoInfo.imageSearchResultIsEmpty();
@@ -431,6 +527,35 @@ void SearchPageTest::comingOnShowContinuesBelowThirtyRows()
     QCOMPARE(pages.calls.take(),
              continues ? QStringList({"clearSearchTask()", "continueShowTextSearchResult(ab)"})
                        : QStringList());
+}
+
+void SearchPageTest::theListScrollsAndTheGridInItDoesNot()
+{
+    PagesFixture pages;
+    open(&pages);
+    search(&pages);
+    addTextHits(&pages, 24);
+    QVERIFY(!control("ScrollBar_textHits")); // four rows, all of them in sight
+    addTextHits(&pages, 12);
+    QQuickItem *list = listOfHits(&pages);
+    QQuickItem *bar = control("ScrollBar_textHits");
+    QVERIFY(bar);
+    QCOMPARE(bar->property("orientation").toInt(), int(Qt::Vertical));
+    QCOMPARE(bar->mapRectToItem(list, bar->boundingRect()).right(), list->width());
+    list->setProperty("contentY", 214);
+    QCOMPARE(bar->property("position").toReal(), 1.0 / 6);
+    const auto keyOf = [](QQuickItem *item, const char *property) {
+        const QMetaObject *meta = item->metaObject();
+        const QMetaProperty found = meta->property(meta->indexOfProperty(property));
+        return QByteArray(found.enumerator().valueToKey(found.read(item).toInt()));
+    };
+    QCOMPARE(keyOf(list, "boundsBehavior"), QByteArray("StopAtBounds"));
+    QVERIFY(list->property("interactive").toBool());
+    QQuickItem *grid = itemOf(list, "QQuickGridView");
+    QVERIFY(grid);
+    QVERIFY(!grid->property("interactive").toBool());
+    QCOMPARE(keyOf(grid, "flow"), QByteArray("FlowLeftToRight"));
+    QCOMPARE(keyOf(grid, "effectiveLayoutDirection"), QByteArray("LeftToRight"));
 }
 
 void SearchPageTest::endOfTheListContinues()
@@ -639,6 +764,9 @@ void SearchPageTest::cardsShowTheirHit()
     QCOMPARE(texts, QStringList({QStringLiteral("Editor 2"), expected.previewImageDate() +
                                                                  QLatin1Char(' ') +
                                                                  expected.previewImageTime()}));
+    QQuickItem *icon = itemOf(card, "TavelIcon");
+    QVERIFY(icon);
+    QCOMPARE(icon->property("name").toString(), QStringLiteral("application-x-desktop"));
 }
 
 void SearchPageTest::farCardsLetTheirPictureGo()
@@ -668,18 +796,18 @@ void SearchPageTest::cardColoursFollowThePointer()
     QTRY_VERIFY(control("ListItem_textHit0"));
     QQuickItem *card = control("ListItem_textHit0");
     const auto look = [card] {
-        return qMakePair(card->property("color").value<QColor>(),
+        return qMakePair(colourOf(card),
                          card->property("border").value<QObject *>()->property("width").toInt());
     };
     const auto resting = look();
-    QCOMPARE(resting.second, 2);
+    QCOMPARE(resting, qMakePair(themeColour(card, "base"), 2));
     pages.hover(PagesFixture::centreOf(card));
     QTRY_VERIFY(look() != resting);
     const auto hovered = look();
-    QCOMPARE(hovered.second, 1);
+    QCOMPARE(hovered, qMakePair(themeColour(card, "midlight"), 1));
     QVERIFY(hovered.first != resting.first);
     QTest::mousePress(&pages.view, Qt::LeftButton, {}, PagesFixture::centreOf(card));
-    QCOMPARE(look().second, 1);
+    QCOMPARE(look(), qMakePair(themeColour(card, "mid"), 1));
     QVERIFY(look().first != hovered.first && look().first != resting.first);
     pages.hover(QPoint(40, 900));
     QTest::mouseRelease(&pages.view, Qt::LeftButton, {}, QPoint(40, 900));
@@ -729,9 +857,14 @@ void SearchPageTest::titleChip()
     const QScopedPointer<QObject> chip(component.createWithInitialProperties(
         {{QStringLiteral("text"), QStringLiteral("Title")},
          {QStringLiteral("titleImage"), QUrl(QStringLiteral("qrc:/image/taskbarappicon.svg"))}}));
-    QVERIFY(chip);
-    QCOMPARE(chip->property("height").toReal(), 36.0);
-    QCOMPARE(chip->property("color").value<QColor>(), QColor(Qt::white));
+    auto *item = qobject_cast<QQuickItem *>(chip.data());
+    QVERIFY(item);
+    QCOMPARE(item->height(), 36.0);
+    QCOMPARE(item->property("radius").toReal(), 18.0);
+    QCOMPARE(colourOf(item), QColor(Qt::white));
+    QQuickItem *label = textOf(item, "Title");
+    QVERIFY(label);
+    QVERIFY(label->property("font").value<QFont>().bold());
     QCOMPARE(pages.warnings(), QStringList());
 }
 
