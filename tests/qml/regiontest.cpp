@@ -16,6 +16,8 @@ class RegionTest : public QObject
 
 private Q_SLOTS:
     void toolBar();
+    void pictureStandsInItsArea_data();
+    void pictureStandsInItsArea();
     void aFrameOfARemovedApplicationHasTheToolBarToo();
     void pressingTurnsThePageInOrder();
     void hitsKeepTheirPictureAndId();
@@ -29,6 +31,7 @@ private Q_SLOTS:
     void clickWithoutDragIsNone();
     void namesOfTasksAreRandomUuids();
     void overlayIsAsLargeAsThePicture();
+    void overlayShadesAndHasTheCrossCursor();
     void noOtherPartWhileOneIsRead();
     void cancelledTaskLeavesOnlyTheWayOut();
     void returnWorksWhileAPartIsRead();
@@ -41,6 +44,7 @@ private Q_SLOTS:
     void clickWithoutSelectionCopiesNothing();
     void dragInALineCopiesItsPart();
     void dragOverLinesCopiesThem();
+    void aClickTakesTheFocus();
     void selectAllCopiesEverything();
     void doubleClickCopiesTheLine();
     void pressResetsTheSelection();
@@ -157,8 +161,50 @@ void RegionTest::toolBar()
     QQuickItem *bar = button->parentItem()->parentItem();
     QCOMPARE(bar->height(), 40.0);
     QCOMPARE(bar->property("radius").toReal(), 8.0);
+    QStringList parts; // from the left: the icon, the name, the separator, the button
+    for (QQuickItem *part : button->parentItem()->childItems()) {
+        parts.append(part == button ? QStringLiteral("button")
+                     : part->inherits("QQuickRectangle") && part->width() == 1
+                         ? QStringLiteral("line")
+                     : part->inherits("QQuickText") ? part->property("text").toString()
+                                                    : part->property("source").toString());
+    }
+    QCOMPARE(parts,
+             QStringList({QStringLiteral("application-x-desktop"), QStringLiteral("Terminal"),
+                          QStringLiteral("line"), QStringLiteral("button")}));
     QVERIFY(!control("Button_return"));
     QVERIFY(!control("Pane_screenCapture"));
+}
+
+void RegionTest::pictureStandsInItsArea_data()
+{
+    QTest::addColumn<QSize>("window");
+    QTest::addColumn<QRectF>("picture");
+    // The axis ends at 114. Below it come 30, the area, 20, the bar of 40, and 20 to the edge: the
+    // area is 810 high. The picture is of 1920 by 1080.
+    QTest::newRow("as high as the area") << QSize(1920, 1034) << QRectF(240, 144, 1440, 810);
+    QTest::newRow("as wide as the area") << QSize(1200, 1034) << QRectF(120, 279, 960, 540);
+}
+
+void RegionTest::pictureStandsInItsArea()
+{
+    QFETCH(QSize, window);
+    PagesFixture pages;
+    pages.videoInfo.appendDay(dayAgo(0, {40, 90, 120}));
+    QVERIFY(pages.show(window));
+    QTRY_VERIFY(control("Button_regionRecognition"));
+    auto *axis = qobject_cast<QQuickItem *>(pages.timeAxis());
+    QCOMPARE(axis->mapRectToScene(axis->boundingRect()).bottom(), 114.0);
+    QQuickItem *picture = control("Image_screenshot");
+    QTEST(picture->mapRectToScene(picture->boundingRect()), "picture");
+    const auto sides = [](QQuickItem *item) {
+        const QRectF place = item->mapRectToScene(item->boundingRect());
+        return qMakePair(place.top(), place.bottom());
+    };
+    const auto bar = qMakePair(144.0 + 810 + 20, 1034.0 - 20);
+    QCOMPARE(sides(control("Button_regionRecognition")->parentItem()->parentItem()), bar);
+    PagesFixture::click(control("Button_regionRecognition"));
+    QCOMPARE(sides(control("Button_return")), bar);
 }
 
 void RegionTest::aFrameOfARemovedApplicationHasTheToolBarToo()
@@ -357,6 +403,24 @@ void RegionTest::overlayIsAsLargeAsThePicture()
     QCOMPARE(capture->mapToScene(QPointF(0, 0)), picture->mapToScene(QPointF(0, 0)));
 }
 
+void RegionTest::overlayShadesAndHasTheCrossCursor()
+{
+    PagesFixture pages;
+    openRegion(&pages);
+    QQuickItem *capture = control("Pane_screenCapture");
+    QList<QColor> fills;
+    for (QObject *path : capture->findChildren<QObject *>()) {
+        if (path->inherits("QQuickShapePath")) {
+            fills.append(path->property("fillColor").value<QColor>());
+        }
+    }
+    QCOMPARE(fills, QList<QColor>{QColor(QStringLiteral("#99000000"))});
+    pages.hover(QPoint(5, 1000));
+    QTRY_COMPARE(pages.view.cursor().shape(), Qt::ArrowCursor);
+    pages.hover(onCapture(QPointF(200, 200)));
+    QTRY_COMPARE(pages.view.cursor().shape(), Qt::CrossCursor);
+}
+
 void RegionTest::noOtherPartWhileOneIsRead()
 {
     PagesFixture pages;
@@ -541,6 +605,17 @@ void RegionTest::dragOverLinesCopiesThem()
     QCOMPARE(copied(&pages), QStringList({m.mid(3), n, o.left(6)}));
     drag(&pages, onLine(0, 0.3), onLine(1, 0.6));
     QCOMPARE(copied(&pages), QStringList({m.mid(3), n.left(6), QString()}));
+}
+
+void RegionTest::aClickTakesTheFocus()
+{
+    PagesFixture pages;
+    openText(&pages, threeLines);
+    control("Button_return")->forceActiveFocus();
+    QVERIFY(!control("Pane_allText")->hasActiveFocus());
+    QTest::mousePress(&pages.view, Qt::LeftButton, {}, onLine(1, 0.5));
+    QTest::mouseRelease(&pages.view, Qt::LeftButton, {}, onLine(1, 0.5));
+    QVERIFY(control("Pane_allText")->hasActiveFocus());
 }
 
 void RegionTest::selectAllCopiesEverything()
