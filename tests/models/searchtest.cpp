@@ -212,7 +212,6 @@ void SearchTest::anEmptyTextStartsNoThreadAndEmptiesTheModels()
     QCOMPARE(picturesChanged.count(), 1);
     info.showImageSearchResult("");
     QCOMPARE(textsChanged.count(), 2);
-    QVERIFY(info.findChildren<QThread *>().isEmpty());
     // A search that does start runs after whatever had been started before.
     info.showTextSearchResult("b");
     awaitRows(texts(), 1);
