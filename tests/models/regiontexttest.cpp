@@ -162,6 +162,9 @@ void TestRegionText::theRegionIsCutOffToWholePixels_data()
     QTest::newRow("start and size, not the end")
         << QRectF(10.75, 20.75, 100.5, 50.5) << QRect(10, 20, 100, 50);
     QTest::newRow("almost one more") << QRectF(0.5, 0.5, 9.75, 9.75) << QRect(0, 0, 9, 9);
+    // A rectangle of neither width nor height stands for all of the picture.
+    QTest::newRow("less than a pixel both ways")
+        << QRectF(10, 20, 0.5, 0.5) << QRect(0, 0, 320, 240);
     QTest::newRow("beyond the edge") << QRectF(300, 230, 40, 20) << QRect(300, 230, 40, 20);
 }
 
