@@ -322,6 +322,7 @@ void VisualSearchTest::theStoreIsAskedForTheWholeCollection()
     QCOMPARE(asked.OutputFields(),
              (std::vector<std::string>{"videoName", "frameIndexOfVideo", "realTime"}));
     QCOMPARE(asked.GuaranteeTimestamp(), 0UL);
+    QCOMPARE(m_fake->lastTimeout(), 0);
     QCOMPARE(asked.Targets().size(), std::size_t{1});
     QCOMPARE(asked.Targets().front().field, std::string("vector"));
     const QVector<float> vector = queryVector();

@@ -80,6 +80,12 @@ std::vector<SearchArguments> FakeDatabase::searches() const
     return m_searches;
 }
 
+int FakeDatabase::lastTimeout() const
+{
+    const Lock lock(m_mutex);
+    return m_lastTimeout;
+}
+
 Status FakeDatabase::note(const std::string &operation)
 {
     m_calls.push_back(operation);
@@ -143,12 +149,12 @@ Status FakeDatabase::Delete(const std::string & /*collectionName*/, const std::s
     return note("Delete");
 }
 
-Status FakeDatabase::Search(const SearchArguments &arguments, SearchResults &results,
-                            int /*timeout*/)
+Status FakeDatabase::Search(const SearchArguments &arguments, SearchResults &results, int timeout)
 {
     const Lock lock(m_mutex);
     Status status = note("Search");
     m_searches.push_back(arguments);
+    m_lastTimeout = timeout;
     if (status.IsOk()) {
         results = m_found;
     }

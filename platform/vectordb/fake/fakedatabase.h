@@ -38,6 +38,7 @@ public:
     std::vector<CollectionSchema> createdSchemas() const;
     std::vector<IndexDesc> createdIndexes() const;
     std::vector<SearchArguments> searches() const;
+    int lastTimeout() const; ///< of Search; -1 before
 
     Status Connect(const ConnectParam &param) override;
     Status Disconnect() override;
@@ -63,5 +64,6 @@ private:
     std::vector<CollectionSchema> m_schemas;
     std::vector<IndexDesc> m_indexes;
     std::vector<SearchArguments> m_searches;
+    int m_lastTimeout = -1;
 };
 } // namespace VectorDB
