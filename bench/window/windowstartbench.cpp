@@ -170,25 +170,20 @@ double percentOfCore(uint program, int seconds)
     return (cpu() - before) / (seconds * 1000.0) * 100.0;
 }
 
-bool hasVisibleWindow(uint program)
+void xdotool(const QStringList &arguments)
 {
-    return QProcess::execute(QStringLiteral("xdotool"),
-                             {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
-                              QStringLiteral("--pid"), QString::number(program)}) == 0;
-}
-
-void press(const QString &key)
-{
-    QProcess::execute(QStringLiteral("xdotool"), {QStringLiteral("key"), key});
+    QProcess::execute(QStringLiteral("xdotool"), arguments);
 }
 
 /// By the answer that the close button leads to, as a user does.
 void hideWindow(uint program)
 {
-    press(QStringLiteral("alt+F4"));
+    xdotool({QStringLiteral("windowactivate"), QStringLiteral("--sync"),
+             RecordedSession::windowOf(program), QStringLiteral("key"), QStringLiteral("alt+F4")});
     QTest::qWait(1500);
-    press(QStringLiteral("Return"));
-    if (!QTest::qWaitFor([program] { return !hasVisibleWindow(program); }, 10000)) {
+    xdotool({QStringLiteral("key"), QStringLiteral("Return")});
+    const auto isHidden = [program] { return RecordedSession::windowOf(program).isEmpty(); };
+    if (!QTest::qWaitFor(isHidden, 10000)) {
         qFatal("the window does not hide");
     }
 }
