@@ -44,27 +44,34 @@ def _look_for(name):
     return None
 
 
-def find(name):
-    """The control called NAME (without the program's prefix) or the window of that title, once it
-    is shown. Ends the script if it does not come."""
+def _shown(name):
+    """What is called NAME at this moment, with the program's prefix or without; None if nothing."""
+    try:
+        return _look_for(f"{APPLICATION}_{name}") or _look_for(name)
+    except GLib.Error:
+        return None  # the tree changed under the walk
+
+
+def first_shown(*names):
+    """The first of the controls, windows or texts of these names that is shown, and its name. Ends
+    the script if none comes."""
     deadline = time.monotonic() + PATIENCE_S
     while time.monotonic() < deadline:
-        try:
-            found = _look_for(f"{APPLICATION}_{name}") or _look_for(name)
-            if found:
-                return found
-        except GLib.Error:
-            pass  # the tree changed under the walk
+        for name in names:
+            if found := _shown(name):
+                return found, name
         time.sleep(0.1)
-    sys.exit(f"no control {name} is shown")
+    sys.exit(f"not shown: {', '.join(names)}")
+
+
+def find(name):
+    """The control, window or text of that name, once it is shown."""
+    return first_shown(name)[0]
 
 
 def is_shown(name):
     """Whether such a control is shown at this moment."""
-    try:
-        return bool(_look_for(f"{APPLICATION}_{name}") or _look_for(name))
-    except GLib.Error:
-        return False
+    return bool(_shown(name))
 
 
 def box(name):
