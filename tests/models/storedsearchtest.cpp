@@ -1,18 +1,12 @@
 // A search over a real history: month databases, vector store and videos, of which parts are gone.
 
-#include "app/configmanager.h"
 #include "capture/capturefixture.h"
-#include "capture/screenhistorytracker.h"
 #include "database/databasemanager.h"
-#include "database/datahandler.h"
 #include "database/storedhistory.h"
 #include "database/teststore.h"
 #include "desktopbridge/fake/fakedesktop.h"
 #include "desktopentries.h"
-#include "models/videoimageprovider.h"
-#include "models/videoinfo.h"
-#include "models/videopreviewitem.h"
-#include "models/videoreader.h"
+#include "storedprogram.h"
 
 #include "ai/coreaidouble/coreaidouble.h"
 #include "support/fakeclock.h"
@@ -33,24 +27,7 @@ namespace
 constexpr int modelDataRole = 257;
 constexpr int awaitMs = 20000;
 
-// The program's objects, wired as the backend does.
-struct Program {
-    Program()
-    {
-        QObject::connect(&handler, &DataHandler::todayFrameNumberChanged, &reader,
-                         &VideoReader::updateFrameNumberOfDay);
-        QObject::connect(&handler, &DataHandler::activeAppChanged, &reader,
-                         &VideoReader::addNewAppData);
-    }
-
-    ConfigManager settings;
-    ScreenHistoryTracker tracker;
-    DataHandler handler{tracker};
-    VideoReader reader{&handler};
-    VideoImageProvider provider{&reader};
-    VideoPreviewItem shown;
-    VideoInfo info{&provider, &reader, &shown, &settings};
-
+struct Program : StoredProgram {
     VideoPreviewItem *item(QAbstractListModel *model, int row)
     {
         return model->data(model->index(row, 0), modelDataRole).value<VideoPreviewItem *>();

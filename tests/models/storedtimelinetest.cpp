@@ -1,20 +1,14 @@
 // From a pixel of the axis to the picture in a video: the real handler over real databases, folders
 // and videos.
 
-#include "app/configmanager.h"
 #include "capture/capturefixture.h"
-#include "capture/screenhistorytracker.h"
 #include "database/databasemanager.h"
-#include "database/datahandler.h"
 #include "database/storedhistory.h"
 #include "database/teststore.h"
 #include "desktopbridge/fake/fakedesktop.h"
 #include "desktopentries.h"
-#include "models/videoimageprovider.h"
-#include "models/videoinfo.h"
-#include "models/videopreviewitem.h"
-#include "models/videoreader.h"
 #include "paintedday.h"
+#include "storedprogram.h"
 
 #include "support/fakeclock.h"
 #include "support/logcapture.h"
@@ -29,24 +23,6 @@ namespace
 {
 constexpr char decodedText[] = "setAbsoluteVideoName"; // a video was opened
 
-// The program's objects, wired as the backend does.
-struct Program {
-    Program()
-    {
-        QObject::connect(&handler, &DataHandler::todayFrameNumberChanged, &reader,
-                         &VideoReader::updateFrameNumberOfDay);
-        QObject::connect(&handler, &DataHandler::activeAppChanged, &reader,
-                         &VideoReader::addNewAppData);
-    }
-
-    ConfigManager settings;
-    ScreenHistoryTracker tracker;
-    DataHandler handler{tracker};
-    VideoReader reader{&handler};
-    VideoImageProvider provider{&reader};
-    VideoPreviewItem shown;
-    VideoInfo info{&provider, &reader, &shown, &settings};
-};
 } // namespace
 
 class TestStoredTimeline : public QObject
@@ -127,7 +103,7 @@ void TestStoredTimeline::everyPixelLeadsToItsPicture()
     StoredHistory::store({QDateTime(day, QTime(10, 0)), 2, 60, 3, 3, m_browser});
     StoredHistory::store({QDateTime(day, QTime(11, 0)), 3, 60, 5, 5, m_browser});
     StoredHistory::store({QDateTime(day.addDays(1), QTime(9, 0)), 1, 60, 100, 1, m_editor});
-    Program program;
+    StoredProgram program;
     QCOMPARE(program.info.dayAppModel()->rowCount(), 2);
 
     const PaintedDay painted({2, 5});
@@ -158,7 +134,7 @@ void TestStoredTimeline::aHitOfADayLiesWhereItsPictureIs()
     const QDate day(2024, 3, 14);
     StoredHistory::store({QDateTime(day, QTime(9, 0)), 3, 60, 1, 1, m_editor});
     StoredHistory::store({QDateTime(day, QTime(10, 0)), 2, 60, 4, 4, m_browser});
-    Program program;
+    StoredProgram program;
     for (int frame = 1; frame <= 5; ++frame) {
         const int x = program.reader.getLengthByDayFrameNumber("2024-03-14", frame);
         program.info.showCurShowImageItem(program.reader.getImageDateIndex("2024-03-14"), x, frame);
@@ -186,7 +162,7 @@ void TestStoredTimeline::fourHundredDaysAreLoadedWithoutOpeningAVideo()
     }
     FakeClock::set(QDateTime(last.addDays(1), QTime(12, 0)));
     const LogCapture log;
-    Program program;
+    StoredProgram program;
     QAbstractListModel *days = program.info.dayAppModel();
     const QAbstractItemModelTester tester(days,
                                           QAbstractItemModelTester::FailureReportingMode::QtTest);
@@ -207,7 +183,7 @@ void TestStoredTimeline::framesKeptNowGrowToday()
     FakeDesktop desktop;
     const CaptureFixture::Application files(CaptureFixture::Application::FileManager);
     const CaptureFixture::Application volume(CaptureFixture::Application::VolumeControl);
-    Program program;
+    StoredProgram program;
     QAbstractListModel *days = program.info.dayAppModel();
     QCOMPARE(days->rowCount(), 0);
     const auto keep = [&](const CaptureFixture::Application &application, int number) {
@@ -234,7 +210,7 @@ void TestStoredTimeline::framesKeptNowGrowToday()
 void TestStoredTimeline::deletingEmptiesTheAxisAndTheDisk()
 {
     StoredHistory::store({QDateTime(QDate(2024, 3, 14), QTime(9, 0)), 2, 60, 1, 1, m_editor});
-    Program program;
+    StoredProgram program;
     QCOMPARE(program.info.dayAppModel()->rowCount(), 1);
     QVERIFY(program.info.clearUserData(4));
     QCOMPARE(program.info.dayAppModel()->rowCount(), 0);
