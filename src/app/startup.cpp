@@ -88,6 +88,11 @@ bool wasInterrupted()
     return interrupted != 0;
 }
 
+bool startsHidden()
+{
+    return QCoreApplication::arguments().value(1) == QLatin1String("--hidden");
+}
+
 void registerMetaTypes()
 {
     qRegisterMetaType<ScreenShotData>("ScreenShotData");

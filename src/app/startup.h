@@ -29,5 +29,10 @@ void signalHandler(int signal);
 /// runs, so main asks once more when it does.
 bool wasInterrupted();
 
+/// Whether the first argument is "--hidden", as in the entry that starts the program with the
+/// session: the window stays hidden until the tray, a second start or the clock's warning asks for
+/// it. What is recorded and told is the same.
+bool startsHidden();
+
 /// Registers the records that cross threads in queued signals.
 void registerMetaTypes();

@@ -3,6 +3,7 @@
 #include "app/yestermarkbackend.h"
 
 #include "app/customtitlebar.h"
+#include "app/startup.h"
 #include "app/trayicon.h"
 #include "models/videoimageprovider.h"
 #include "models/videoinfo.h"
@@ -34,7 +35,9 @@ void YestermarkBackend::initView()
     loadPage();
     m_view.setFlags(Qt::FramelessWindowHint);
     m_view.setWindowState(Qt::WindowMaximized);
-    showYestermark();
+    if (!startsHidden()) {
+        showYestermark();
+    }
     connectWindow();
     // Last, so that a clock that stands before the newest frame is caught before any is taken.
     isBackInTime();
