@@ -6,6 +6,7 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_AUTOMOC ON)
 set(CMAKE_AUTORCC ON)
+set(CMAKE_AUTORCC_OPTIONS --format-version 1) # later ones hold the files' times
 
 option(YESTERMARK_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
 set(YESTERMARK_SANITIZERS "" CACHE STRING "Value for -fsanitize=, empty for none")
