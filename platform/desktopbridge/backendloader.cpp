@@ -3,29 +3,66 @@
 #include "desktopbridge/nullbackend.h"
 #include "desktopbridge/x11/x11backend.h"
 
+#include <QStringList>
+
+#include <algorithm>
+#include <iterator>
+
+namespace
+{
+struct KnownBackend {
+    BackendChoice choice;
+    /// Null, with the reason in @p problem, where the session does not offer what it needs.
+    std::unique_ptr<ScreenBackend> (*make)(QString &problem);
+};
+
+std::unique_ptr<ScreenBackend> makeX11(QString &problem)
+{
+    return X11Backend::connectToDisplay(problem);
+}
+
+// In the order in which they are tried: what a compositor offers by itself needs no question to
+// the user, as the portal does; and where there is a compositor, an X display sees a part only.
+const KnownBackend KNOWN_BACKENDS[] = {
+    {BackendChoice::X11, makeX11},
+};
+
+struct Word {
+    const char *text;
+    BackendChoice choice;
+};
+
+const Word WORDS[] = {
+    {"auto", BackendChoice::Automatic},  {"kwin", BackendChoice::KWin},
+    {"wlroots", BackendChoice::Wlroots}, {"portal", BackendChoice::Portal},
+    {"x11", BackendChoice::X11},         {"null", BackendChoice::Null},
+};
+} // namespace
+
 std::unique_ptr<ScreenBackend> loadScreenBackend(BackendChoice choice)
 {
-    if (choice == BackendChoice::Null) {
-        return std::make_unique<NullBackend>(QStringLiteral("no display was asked for"));
+    QStringList problems;
+    for (const KnownBackend &known : KNOWN_BACKENDS) {
+        if (choice != BackendChoice::Automatic && choice != known.choice) {
+            continue;
+        }
+        QString problem;
+        std::unique_ptr<ScreenBackend> backend = known.make(problem);
+        if (backend) {
+            return backend;
+        }
+        problems.append(problem);
     }
-    QString problem;
-    std::unique_ptr<ScreenBackend> x11 = X11Backend::connectToDisplay(problem);
-    if (x11) {
-        return x11;
-    }
-    return std::make_unique<NullBackend>(problem);
+    problems.removeDuplicates();
+    return std::make_unique<NullBackend>(problems.isEmpty()
+                                             ? QStringLiteral("no display was asked for")
+                                             : problems.join(QStringLiteral("; ")));
 }
 
 std::optional<BackendChoice> backendChoiceFromWord(const QString &word)
 {
-    if (word == QLatin1String("auto")) {
-        return BackendChoice::Automatic;
-    }
-    if (word == QLatin1String("x11")) {
-        return BackendChoice::X11;
-    }
-    if (word == QLatin1String("null")) {
-        return BackendChoice::Null;
-    }
-    return std::nullopt;
+    const auto *found =
+        std::find_if(std::begin(WORDS), std::end(WORDS),
+                     [&word](const Word &known) { return word == QLatin1String(known.text); });
+    return found == std::end(WORDS) ? std::nullopt : std::optional<BackendChoice>(found->choice);
 }

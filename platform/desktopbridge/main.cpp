@@ -17,9 +17,10 @@ int main(int argc, char **argv)
     QCoreApplication application(argc, argv);
 
     QCommandLineParser parser;
-    const QCommandLineOption backend(QStringLiteral("backend"),
-                                     QStringLiteral("How to see the screen: auto, x11 or null."),
-                                     QStringLiteral("name"), QStringLiteral("auto"));
+    const QCommandLineOption backend(
+        QStringLiteral("backend"),
+        QStringLiteral("How to see the screen: auto, kwin, wlroots, portal, x11, null."),
+        QStringLiteral("name"), QStringLiteral("auto"));
     parser.addOption(backend);
     parser.addHelpOption();
     parser.process(application);

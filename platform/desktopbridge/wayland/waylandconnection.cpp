@@ -12,15 +12,17 @@ namespace
 {
 const char DISPLAY_VARIABLE[] = "WAYLAND_DISPLAY";
 
-// Several sessions of one user share the folder; none of them is then more likely than another.
+// Beside an X display a socket may be that of a compositor in a window; several sessions of one
+// user share the folder, and none of them is then more likely than another.
 QByteArray onlyDisplayOfRuntimeFolder()
 {
-    const QDir folder(qEnvironmentVariable("XDG_RUNTIME_DIR"));
-    if (!qEnvironmentVariableIsSet("XDG_RUNTIME_DIR")) {
+    const QString path = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    const bool isWayland = qEnvironmentVariable("XDG_SESSION_TYPE") == QLatin1String("wayland");
+    if (path.isEmpty() || (qEnvironmentVariableIsSet("DISPLAY") && !isWayland)) {
         return {};
     }
-    QStringList names =
-        folder.entryList({QStringLiteral("wayland-*")}, QDir::System | QDir::NoDotAndDotDot);
+    const QStringList names =
+        QDir(path).entryList({QStringLiteral("wayland-*")}, QDir::System | QDir::NoDotAndDotDot);
     return names.size() == 1 ? QFile::encodeName(names.first()) : QByteArray();
 }
 

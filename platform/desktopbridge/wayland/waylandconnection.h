@@ -30,8 +30,9 @@ public:
 
     /// Connects to the display that the environment names or, where it names none, to the only
     /// socket "wayland-N" in the runtime directory: a process that the bus starts may lack the
-    /// variable. The globals are known when this returns. Null on failure or silence, with the
-    /// reason in @p problem.
+    /// variable. Never beside an X display, unless the session says that it is a Wayland one. The
+    /// globals are known when this returns. Null on failure or silence, with the reason in @p
+    /// problem.
     static std::shared_ptr<WaylandConnection> connectToDisplay(QString &problem);
 
     ~WaylandConnection() override;
