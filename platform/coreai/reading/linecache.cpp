@@ -1,6 +1,5 @@
 #include "coreai/reading/linecache.h"
 
-#define XXH_INLINE_ALL
 #include <xxhash.h>
 
 #include <algorithm>
