@@ -1,6 +1,9 @@
 #include "windowmanager/backendloader.h"
 
+#include "desktopbridge/wayland/waylandconnection.h"
 #include "windowmanager/nullwindowbackend.h"
+#include "windowmanager/plasma/plasmawindowbackend.h"
+#include "windowmanager/wlroots/wlrootswindowbackend.h"
 
 #include <QDebug>
 #include <QGuiApplication>
@@ -11,6 +14,24 @@ WindowBackendMaker &forcedMaker()
 {
     static WindowBackendMaker maker;
     return maker;
+}
+
+// A connection apart from the toolkit's: what goes wrong on it, such as a request that the
+// compositor takes for a violation of a protocol, ends this service and not the program's windows.
+std::unique_ptr<WindowBackend> loadWaylandWindowBackend()
+{
+    QString problem;
+    if (const auto connection = WaylandConnection::connectToDisplay(problem)) {
+        if (auto plasma = PlasmaWindowBackend::over(connection)) {
+            return plasma;
+        }
+        if (auto wlroots = WlrootsWindowBackend::over(connection, SwayIpc::connectToSway())) {
+            return wlroots;
+        }
+        problem = QStringLiteral("the compositor offers this program no protocol for it");
+    }
+    qWarning() << "No window can be raised or minimised:" << problem;
+    return std::make_unique<NullWindowBackend>(QStringLiteral("null"));
 }
 } // namespace
 
@@ -26,9 +47,7 @@ std::unique_ptr<WindowBackend> loadWindowBackend()
     }
     const QString platform = QGuiApplication::platformName();
     if (platform.startsWith(QLatin1String("wayland"))) {
-        qWarning() << "No window can be raised or minimised: no such protocol is understood on"
-                   << platform;
-        return std::make_unique<NullWindowBackend>(QStringLiteral("null"));
+        return loadWaylandWindowBackend();
     }
     return std::make_unique<NullWindowBackend>(platform);
 }
