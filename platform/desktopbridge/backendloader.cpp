@@ -1,6 +1,7 @@
 #include "desktopbridge/backendloader.h"
 
 #include "desktopbridge/nullbackend.h"
+#include "desktopbridge/wlroots/wlrootsbackend.h"
 #include "desktopbridge/x11/x11backend.h"
 
 #include <QStringList>
@@ -16,6 +17,11 @@ struct KnownBackend {
     std::unique_ptr<ScreenBackend> (*make)(QString &problem);
 };
 
+std::unique_ptr<ScreenBackend> makeWlroots(QString &problem)
+{
+    return WlrootsBackend::connectToDisplay(problem);
+}
+
 std::unique_ptr<ScreenBackend> makeX11(QString &problem)
 {
     return X11Backend::connectToDisplay(problem);
@@ -24,6 +30,7 @@ std::unique_ptr<ScreenBackend> makeX11(QString &problem)
 // In the order in which they are tried: what a compositor offers by itself needs no question to
 // the user, as the portal does; and where there is a compositor, an X display sees a part only.
 const KnownBackend KNOWN_BACKENDS[] = {
+    {BackendChoice::Wlroots, makeWlroots},
     {BackendChoice::X11, makeX11},
 };
 

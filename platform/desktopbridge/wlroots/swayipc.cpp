@@ -1,0 +1,82 @@
+#include "desktopbridge/wlroots/swayipc.h"
+
+#include "desktopbridge/wlroots/ipcsocket.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <cstring>
+#include <unistd.h>
+
+namespace
+{
+const QByteArray MAGIC = QByteArrayLiteral("i3-ipc");
+constexpr quint32 GET_TREE = 4;
+constexpr int HEADER_SIZE = 14; // the magic, a length and a type, in this machine's byte order
+
+QByteArray request(quint32 type)
+{
+    QByteArray bytes = MAGIC;
+    const quint32 numbers[] = {0, type};
+    bytes.append(reinterpret_cast<const char *>(numbers), sizeof(numbers));
+    return bytes;
+}
+
+std::optional<QJsonObject> findFocused(const QJsonObject &node)
+{
+    if (node.value(QLatin1String("focused")).toBool()) {
+        return node;
+    }
+    for (const char *children : {"nodes", "floating_nodes"}) {
+        const QJsonArray nodes = node.value(QLatin1String(children)).toArray();
+        for (const QJsonValue &child : nodes) {
+            const std::optional<QJsonObject> found = findFocused(child.toObject());
+            if (found) {
+                return found;
+            }
+        }
+    }
+    return std::nullopt;
+}
+} // namespace
+
+std::optional<quint32> SwayIpc::activeWindowPid() const
+{
+    IpcSocket socket(m_path);
+    if (!socket.send(request(GET_TREE))) {
+        return std::nullopt;
+    }
+    const QByteArray header = socket.receive(HEADER_SIZE);
+    if (header.size() < HEADER_SIZE || !header.startsWith(MAGIC)) {
+        return std::nullopt;
+    }
+    quint32 length = 0;
+    std::memcpy(&length, header.constData() + MAGIC.size(), sizeof(length));
+    return focusedProcess(socket.receive(int(length)));
+}
+
+// Names end with the compositor's process id; a variable may be left over from another session.
+QByteArray SwayIpc::findSocket(qint64 compositorProcess)
+{
+    const QByteArray own = qgetenv("XDG_RUNTIME_DIR") + "/sway-ipc." +
+                           QByteArray::number(uint(::getuid())) + '.' +
+                           QByteArray::number(compositorProcess) + ".sock";
+    if (QFile::exists(QFile::decodeName(own))) {
+        return own;
+    }
+    const QByteArray told = qgetenv("SWAYSOCK");
+    return QFile::exists(QFile::decodeName(told)) ? told : QByteArray();
+}
+
+std::optional<quint32> SwayIpc::focusedProcess(const QByteArray &tree)
+{
+    const QJsonDocument document = QJsonDocument::fromJson(tree);
+    if (!document.isObject()) {
+        return std::nullopt;
+    }
+    // A workspace without windows has the focus itself.
+    const std::optional<QJsonObject> focused = findFocused(document.object());
+    return focused ? quint32(focused->value(QLatin1String("pid")).toInt()) : 0;
+}

@@ -1,0 +1,136 @@
+#include "desktopbridge/wlroots/wlrootsdamage.h"
+
+#include "desktopbridge/wlroots/framepixels.h"
+
+namespace
+{
+// No event tells that an output is on again; until it is, nothing on it changes.
+constexpr int RETRY_TIME = 5000;
+} // namespace
+
+struct WlrootsDamage::Watch {
+    WaylandOutput output; // as it was when the frame was asked for
+    std::unique_ptr<ScreencopyFrame> frame;
+    std::unique_ptr<SharedBuffer> buffer;
+};
+
+WlrootsDamage::WlrootsDamage(const std::shared_ptr<WaylandConnection> &connection,
+                             const WaylandOutputs &outputs)
+    : m_connection(connection)
+    , m_outputs(outputs)
+    , m_shm(connection->bindFirst<wl_shm>(wl_shm_interface, 1))
+    , m_manager(connection->bindFirst<zwlr_screencopy_manager_v1>(
+          zwlr_screencopy_manager_v1_interface, SCREENCOPY_VERSION))
+{
+    m_retry.setSingleShot(true);
+    m_retry.setInterval(RETRY_TIME);
+    connect(&m_retry, &QTimer::timeout, this, &WlrootsDamage::armAll);
+}
+
+WlrootsDamage::~WlrootsDamage() = default;
+
+bool WlrootsDamage::start()
+{
+    if (zwlr_screencopy_manager_v1_get_version(m_manager.get()) <
+        ZWLR_SCREENCOPY_FRAME_V1_COPY_WITH_DAMAGE_SINCE_VERSION) {
+        return false;
+    }
+    m_isWatching = true;
+    armAll();
+    return true;
+}
+
+void WlrootsDamage::stop()
+{
+    m_isWatching = false;
+    m_isTold = false;
+    m_retry.stop();
+    m_watches.clear();
+    m_areas.clear();
+    m_connection->flush();
+}
+
+QVector<QRect> WlrootsDamage::take()
+{
+    const QVector<QRect> areas = m_areas;
+    m_areas.clear();
+    if (m_isTold) {
+        m_isTold = false;
+        armAll();
+    }
+    return areas;
+}
+
+void WlrootsDamage::onOutputsChanged()
+{
+    m_watches.clear();
+    m_areas.clear();
+    m_isTold = false;
+    if (m_isWatching) {
+        armAll();
+    }
+}
+
+void WlrootsDamage::armAll()
+{
+    for (const WaylandOutput &output : m_outputs.outputs()) {
+        const auto watch = m_watches.find(output.global);
+        if (watch == m_watches.end() || !watch->second->frame) {
+            arm(output);
+        }
+    }
+    m_connection->flush();
+}
+
+void WlrootsDamage::arm(const WaylandOutput &output)
+{
+    std::unique_ptr<Watch> &watch = m_watches[output.global];
+    if (!watch) {
+        watch = std::make_unique<Watch>();
+    }
+    watch->output = output;
+    watch->frame = std::make_unique<ScreencopyFrame>(
+        zwlr_screencopy_manager_v1_capture_output(m_manager.get(), 0, output.proxy),
+        [this, global = output.global] { onFrameChanged(global); });
+}
+
+void WlrootsDamage::onFrameChanged(quint32 global)
+{
+    Watch &watch = *m_watches.at(global);
+    ScreencopyFrame &frame = *watch.frame;
+    if (frame.state() == ScreencopyFrame::State::Offered) {
+        if (!watch.buffer || !frame.fits(*watch.buffer)) {
+            watch.buffer =
+                SharedBuffer::create(m_shm.get(), frame.size(), frame.stride(), frame.format());
+        }
+        if (watch.buffer) {
+            frame.copyDamagedInto(*watch.buffer);
+            m_connection->flush();
+            return;
+        }
+    }
+    const bool isReady = frame.state() == ScreencopyFrame::State::Ready;
+    if (isReady) {
+        noteDamage(watch);
+    }
+    watch.frame.reset();
+    if (!isReady) {
+        m_retry.start();
+    } else if (!m_isTold) {
+        m_isTold = true;
+        Q_EMIT damaged();
+    }
+}
+
+void WlrootsDamage::noteDamage(Watch &watch)
+{
+    const ScreencopyFrame &frame = *watch.frame;
+    const QRect buffer(QPoint(0, 0), frame.size());
+    for (QRect area : frame.damage()) {
+        area = area.intersected(buffer);
+        if (!area.isEmpty()) {
+            m_areas.append(seenArea(area, frame.size(), watch.output.transform)
+                               .translated(watch.output.screen.topLeft()));
+        }
+    }
+}
