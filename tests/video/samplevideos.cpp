@@ -33,6 +33,18 @@ AVStream *addSound(AVFormatContext *output)
     return stream;
 }
 
+AVPixelFormat pixelFormatOf(AVCodecID codec)
+{
+    switch (codec) {
+    case AV_CODEC_ID_PNG:
+        return AV_PIX_FMT_RGB24;
+    case AV_CODEC_ID_MJPEG:
+        return AV_PIX_FMT_YUVJ420P;
+    default:
+        return AV_PIX_FMT_YUV420P;
+    }
+}
+
 bool openEncoder(Writer &writer, const SampleVideo &sample)
 {
     const auto id = sample.codec == 0 ? AV_CODEC_ID_H264 : static_cast<AVCodecID>(sample.codec);
@@ -44,7 +56,7 @@ bool openEncoder(Writer &writer, const SampleVideo &sample)
     }
     encoder->width = sample.size.width();
     encoder->height = sample.size.height();
-    encoder->pix_fmt = codec->pix_fmts ? codec->pix_fmts[0] : AV_PIX_FMT_YUV420P;
+    encoder->pix_fmt = pixelFormatOf(id);
     encoder->time_base = {sample.secondsPerFrame, sample.framesPerSecond};
     encoder->framerate = {sample.framesPerSecond, sample.secondsPerFrame};
     encoder->gop_size = sample.groupOfPictures;

@@ -19,13 +19,22 @@ QImage toImage(const AVFrame *frame)
     return image;
 }
 
+bool isKeyFrame(const AVFrame *frame)
+{
+#ifdef AV_FRAME_FLAG_KEY // since FFmpeg 6.1, which deprecates the field below
+    return frame->flags & AV_FRAME_FLAG_KEY;
+#else
+    return frame->key_frame;
+#endif
+}
+
 void readFrames(VideoFacts &facts, AVCodecContext *decoder, const AVPacket *packet,
                 const AVStream *stream)
 {
     const AvFramePtr frame(av_frame_alloc());
     avcodec_send_packet(decoder, packet);
     while (avcodec_receive_frame(decoder, frame.get()) >= 0) {
-        if (frame->key_frame) {
+        if (isKeyFrame(frame.get())) {
             facts.keyFrames += facts.seconds.size();
         }
         facts.seconds += static_cast<double>(frame->pts) * av_q2d(stream->time_base);
