@@ -110,7 +110,7 @@ void ContentWatch::compare()
         return;
     }
     for (const QRect &area : areas) {
-        const PicturePtr now = m_backend.fetch(area);
+        const PicturePtr now = m_backend.fetchForComparison(area);
         if (!now) {
             m_pending = m_everything = true;
             return;

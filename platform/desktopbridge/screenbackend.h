@@ -32,6 +32,11 @@ public:
     /// the area is not wholly on the virtual screen.
     virtual PicturePtr fetch(const QRect &area) = 0;
 
+    /// The same, only to be compared and never to be handed out: everything that takeDamage() has
+    /// told is in it, while later changes may be missing, which damaged() then announces. For
+    /// displays where a picture of this very moment costs more than one that is there anyway.
+    virtual PicturePtr fetchForComparison(const QRect &area) { return fetch(area); }
+
     /// From now on damaged() is sent. False if this display cannot tell.
     virtual bool startWatching() = 0;
     virtual void stopWatching() = 0;

@@ -29,6 +29,7 @@ public:
     QRect virtualScreen() override { return m_screen; }
     int tileEdge() override { return m_edge; }
     PicturePtr fetch(const QRect &area) override;
+    PicturePtr fetchForComparison(const QRect &area) override;
     bool startWatching() override { return m_watching = m_canWatch; }
     void stopWatching() override { m_watching = false; }
     QVector<QRect> takeDamage() override;
@@ -44,6 +45,7 @@ public:
     bool m_watching = false;
     bool m_broken = false;
     QVector<QRect> m_fetched;
+    QVector<QRect> m_compared;           // those of them that were only to be compared
     std::function<void()> m_duringFetch; // after the pixels were copied
 
 private:
@@ -68,6 +70,12 @@ PicturePtr PaintedBackend::fetch(const QRect &area)
     }
     return std::make_shared<const Picture>(
         Picture{area, std::shared_ptr<const quint32>(memory, memory->data())});
+}
+
+PicturePtr PaintedBackend::fetchForComparison(const QRect &area)
+{
+    m_compared.append(area);
+    return fetch(area);
 }
 
 QVector<QRect> PaintedBackend::takeDamage()
@@ -124,6 +132,7 @@ private Q_SLOTS:
     void countsInLargeTilesAtScaleTwo();
     void comparesAVideoOnceAnInterval();
     void fetchesOnlyWhatWasDamaged();
+    void handsOutOnlyPicturesOfTheMoment();
     void manySmallAreasAreFetchedAsOne();
     void asksForNothingOnAStillScreen();
     void damageWhileFetchingIsSeenLater();
@@ -279,6 +288,15 @@ void ContentWatchTest::fetchesOnlyWhatWasDamaged()
     QTRY_COMPARE(m_display->m_fetched, QVector<QRect>{QRect(16, 16, 16, 16)});
     QTest::qWait(SILENCE);
     QCOMPARE(m_display->m_fetched.size(), 1);
+}
+
+void ContentWatchTest::handsOutOnlyPicturesOfTheMoment()
+{
+    takeFirstPicture();
+    QVERIFY(m_watch->takePicture(QRect(0, 0, 64, 64)));
+    QVERIFY(m_display->m_compared.isEmpty());
+    m_display->paint(QRect(20, 20, 5, 5), 1);
+    QTRY_COMPARE(m_display->m_compared, QVector<QRect>{QRect(16, 16, 16, 16)});
 }
 
 void ContentWatchTest::manySmallAreasAreFetchedAsOne()
