@@ -1,7 +1,6 @@
 #include "database/databasemanager.h"
 
 #include "database/daytext.h"
-#include "database/stoppablescan.h"
 
 #include <QDebug>
 
@@ -75,24 +74,17 @@ bool DatabaseManager::deleteUserData(TimeRange range)
     return false;
 }
 
-QVector<ScreenShotData> DatabaseManager::getOcrScreenShotData(const SearchQuery &query) const
+QVector<ScreenShotData> DatabaseManager::getOcrScreenShotData(const SearchQuery &query,
+                                                              RowTexts texts) const
 {
-    return m_ocrDatabase.getOcrScreenshotData(query);
+    return m_ocrDatabase.getOcrScreenshotData(query, texts);
 }
 
-QVector<ScreenShotData> DatabaseManager::getVisualScreenShotData(const SearchQuery &query) const
+QVector<ScreenShotData> DatabaseManager::getVisualScreenShotData(const SearchQuery &query,
+                                                                 RowTexts texts) const
 {
-    QVector<ScreenShotData> hits = m_embeddingDatabase.getVisualScreenShotData(query);
-    // Thousands of look-ups take too long to be waited for with the next key.
-    const StoppableScan stoppable;
-    for (int hit = 0; hit < hits.size(); ++hit) {
-        if (StoppableScan::isToStop()) {
-            hits.resize(hit);
-            break;
-        }
-        hits[hit] = getScreenShotDataOfVideo(hits[hit].videoName, hits[hit].frameIndexOfVideo);
-    }
-    return hits;
+    return m_ocrDatabase.getScreenShotDataOfVideos(
+        m_embeddingDatabase.getVisualScreenShotData(query), texts);
 }
 
 ScreenShotData DatabaseManager::getScreenShotDataOfVideo(const QString &videoName,

@@ -36,12 +36,14 @@ public:
     bool deleteUserData(TimeRange range);
 
     /// The frames whose text or time a search asks for, the newest first.
-    QVector<ScreenShotData> getOcrScreenShotData(const SearchQuery &query) const;
+    QVector<ScreenShotData> getOcrScreenShotData(const SearchQuery &query,
+                                                 RowTexts texts = RowTexts::Read) const;
 
     /// The frames whose pictures match the query's text, best first, as their rows tell them; an
-    /// empty record for one whose row is gone. Empty on failure. Ends early, with the records
-    /// looked up so far, on a thread that is asked to stop.
-    QVector<ScreenShotData> getVisualScreenShotData(const SearchQuery &query) const;
+    /// empty record for one whose row is gone. Empty on failure, and on a thread that is asked to
+    /// stop.
+    QVector<ScreenShotData> getVisualScreenShotData(const SearchQuery &query,
+                                                    RowTexts texts = RowTexts::Read) const;
 
     /// The row of a video's frame, counted from 1. An empty record if there is none.
     ScreenShotData getScreenShotDataOfVideo(const QString &videoName, uint frameIndexOfVideo) const;

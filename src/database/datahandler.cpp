@@ -33,14 +33,16 @@ DataHandler::DataHandler(ScreenHistoryTracker &tracker, QObject *parent)
             &DataHandler::adjustYestermarkStorage);
 }
 
-QVector<ScreenShotData> DataHandler::getOcrScreenShotData(const SearchQuery &query) const
+QVector<ScreenShotData> DataHandler::getOcrScreenShotData(const SearchQuery &query,
+                                                          RowTexts texts) const
 {
-    return m_databaseManager->getOcrScreenShotData(query);
+    return m_databaseManager->getOcrScreenShotData(query, texts);
 }
 
-QVector<ScreenShotData> DataHandler::getVisualScreenShotData(const SearchQuery &query) const
+QVector<ScreenShotData> DataHandler::getVisualScreenShotData(const SearchQuery &query,
+                                                             RowTexts texts) const
 {
-    return m_databaseManager->getVisualScreenShotData(query);
+    return m_databaseManager->getVisualScreenShotData(query, texts);
 }
 
 QImage DataHandler::getScreenShotImageFromVideo(const QString &videoName,

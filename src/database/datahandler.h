@@ -26,11 +26,13 @@ public:
     explicit DataHandler(ScreenHistoryTracker &tracker, QObject *parent = nullptr);
 
     /// What matches in text and time, newest first. Any thread.
-    QVector<ScreenShotData> getOcrScreenShotData(const SearchQuery &query) const;
+    QVector<ScreenShotData> getOcrScreenShotData(const SearchQuery &query,
+                                                 RowTexts texts = RowTexts::Read) const;
 
     /// What matches in its picture, best first; an empty record for a frame whose row is gone. Any
     /// thread; blocks for the model.
-    QVector<ScreenShotData> getVisualScreenShotData(const SearchQuery &query) const;
+    QVector<ScreenShotData> getVisualScreenShotData(const SearchQuery &query,
+                                                    RowTexts texts = RowTexts::Read) const;
 
     /// A frame by video and its number there, counted from 1. Null if there is none.
     QImage getScreenShotImageFromVideo(const QString &videoName, unsigned int frameIndexOfVideo);

@@ -68,12 +68,20 @@ public:
     /// The frames that a search asks for, the newest first as long as each file holds its own month
     /// alone. The text goes into the SQL as it stands: "%", "_" and a quote keep their meaning
     /// there, and one that cannot be prepared ends the search. Scans every month's file until the
-    /// limit is met; a QThread that is asked to stop by requestInterruption() gets what was found
-    /// so far. The main thread's scan always ends by itself.
-    QVector<ScreenShotData> getOcrScreenshotData(const SearchQuery &query) const;
+    /// limit is met; a QThread that is asked to stop by requestInterruption() gets what the months
+    /// so far have given. The main thread's scan always ends by itself. Without a limit a second
+    /// thread scans with the calling one.
+    QVector<ScreenShotData> getOcrScreenshotData(const SearchQuery &query,
+                                                 RowTexts texts = RowTexts::Read) const;
 
     /// The row of a video's frame, counted from 1. An empty record if there is none.
     ScreenShotData getScreenShotDataOfVideo(const QString &videoName, uint frameIndexOfVideo) const;
+
+    /// What getScreenShotDataOfVideo() gives for each of @p frames, of which videoName and
+    /// frameIndexOfVideo count, in their order, but read once a video. A QThread that is asked to
+    /// stop by requestInterruption() gets nothing.
+    QVector<ScreenShotData> getScreenShotDataOfVideos(const QVector<ScreenShotData> &frames,
+                                                      RowTexts texts = RowTexts::Read) const;
 
     /// The row of a day's frame, counted from 1, without its date. An empty record if there is
     /// none.

@@ -28,6 +28,13 @@ struct SearchQuery {
     quint32 limit = 0;     ///< most results; 0: all of a text search, 5000 of a picture search
 };
 
+/// Whether the records that a search finds are to bear their text. A year's texts take 700 MB, and
+/// more time than to find them.
+enum class RowTexts {
+    Read,
+    Left, ///< empty in every record
+};
+
 /// What the user may clear. The width is fixed because the pages pass any number.
 enum TimeRange : int {
     LastHour = 0,

@@ -1,6 +1,6 @@
 #include "database/stoppablescan.h"
 
-#include <QThread>
+#include <utility>
 
 #include <sqlite3.h>
 
@@ -9,7 +9,7 @@ namespace
 // Some hundred rows: asking takes under a microsecond, so many rows about a tenth of a millisecond.
 constexpr int INSTRUCTIONS_BETWEEN_QUESTIONS = 1000;
 
-thread_local int scansOfThisThread = 0;
+thread_local QThread *askedThread = nullptr; // null outside of every scan
 
 int askThread(void *)
 {
@@ -17,14 +17,11 @@ int askThread(void *)
 }
 } // namespace
 
-StoppableScan::StoppableScan()
-{
-    ++scansOfThisThread;
-}
+StoppableScan::StoppableScan(QThread *asked) : m_former(std::exchange(askedThread, asked)) {}
 
 StoppableScan::~StoppableScan()
 {
-    --scansOfThisThread;
+    askedThread = m_former;
 }
 
 // SQLite calls the handler on the thread whose statement it runs. So it can stay for the life of
@@ -37,5 +34,5 @@ void StoppableScan::install(sqlite3 *handle)
 // Qt takes no such request for the main thread.
 bool StoppableScan::isToStop()
 {
-    return scansOfThisThread > 0 && QThread::currentThread()->isInterruptionRequested();
+    return askedThread && askedThread->isInterruptionRequested();
 }

@@ -3,7 +3,7 @@
 // other threads use as well. Owner: the function that scans, on its stack. Thread: the one that
 // made it, and only that one is affected.
 
-#include <QtGlobal>
+#include <QThread>
 
 struct sqlite3;
 
@@ -11,9 +11,10 @@ class StoppableScan
 {
 public:
     /// From now until its end, statements that this thread runs end with SQLITE_INTERRUPT soon
-    /// after QThread::requestInterruption() was called for it. The main thread, and a thread
-    /// without a scan, run their statements to the end.
-    StoppableScan();
+    /// after QThread::requestInterruption() was called for it, or for @p asked where it works for
+    /// another thread, which must outlive this. The main thread, and a thread without a scan, run
+    /// their statements to the end.
+    explicit StoppableScan(QThread *asked = QThread::currentThread());
     ~StoppableScan();
     Q_DISABLE_COPY_MOVE(StoppableScan)
 
@@ -22,4 +23,7 @@ public:
 
     /// Whether the calling thread is in a scan that is to end.
     static bool isToStop();
+
+private:
+    QThread *m_former;
 };

@@ -38,24 +38,6 @@ QByteArray selectOf(const MonthRows::Wanted &wanted)
     return sql;
 }
 
-/// Days of rows that mostly come day by day: to ask for the local time of each costs a system call.
-class DayOfRows
-{
-public:
-    QString of(const ScreenShotData &frame)
-    {
-        if (frame.realTime < m_bounds.start || frame.realTime > m_bounds.end) {
-            m_text = ScreenshotRow::dateOf(frame);
-            m_bounds = DayText::boundsOfDay(DayText::toDate(m_text));
-        }
-        return m_text;
-    }
-
-private:
-    QString m_text;
-    DayText::Bounds m_bounds{1, 0};
-};
-
 QString patternOf(QString text)
 {
     if (text.contains(QLatin1Char('%')) || text.contains(QLatin1Char('_'))) {
@@ -106,7 +88,7 @@ bool MonthRows::forEach(const Wanted &wanted, const Use &use)
     }
     const QByteArray sql = selectOf(wanted);
     const QString pattern = patternOf(wanted.text);
-    DayOfRows days;
+    ScreenshotRow::Dates dates;
     for (qint64 after = 0; after < last; after += ROWS_OF_PART) {
         const auto bind = [&](Statement &statement) {
             statement.bindInt64(AFTER, after);
@@ -123,7 +105,7 @@ bool MonthRows::forEach(const Wanted &wanted, const Use &use)
         };
         const auto take = [&](const Statement &row) {
             ScreenShotData data = ScreenshotRow::read(row);
-            data.date = days.of(data);
+            data.date = dates.of(data);
             use(data);
         };
         if (!m_database.forEach(sql.constData(), take, bind)) {

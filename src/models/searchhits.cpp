@@ -26,13 +26,6 @@ SearchQuery queryOf(const QString &text)
     return query;
 }
 
-// A hit is shown without its text, and those of a common letter are most of a year's: 700 MB.
-void dropTexts(QVector<ScreenShotData> &hits)
-{
-    for (ScreenShotData &hit : hits) {
-        hit.ocrText = QString();
-    }
-}
 } // namespace
 
 /// What tells the two kinds of hits apart.
@@ -60,16 +53,14 @@ const VideoReader::HitList VideoReader::HitList::pictures{
 int VideoReader::getTextSearchResultCount(const QString &text)
 {
     m_textSearchResults.clear(); // not to be held beside the new ones
-    m_textSearchResults = m_dataHandler->getOcrScreenShotData(queryOf(text));
-    dropTexts(m_textSearchResults);
+    m_textSearchResults = m_dataHandler->getOcrScreenShotData(queryOf(text), RowTexts::Left);
     return m_textSearchResults.size();
 }
 
 int VideoReader::getImageSearchResultCount(const QString &text)
 {
     m_imageSearchResults.clear();
-    m_imageSearchResults = m_dataHandler->getVisualScreenShotData(queryOf(text));
-    dropTexts(m_imageSearchResults);
+    m_imageSearchResults = m_dataHandler->getVisualScreenShotData(queryOf(text), RowTexts::Left);
     return m_imageSearchResults.size();
 }
 

@@ -50,6 +50,8 @@ private Q_SLOTS:
     void aLimitThatIsMetLeavesOlderMonthsAlone();
     void everyMonthIsSearchedWhateverTheTimes();
     void aRowsFieldsAreGiven();
+    void textsThatAreNotWantedAreLeftOut_data();
+    void textsThatAreNotWantedAreLeftOut();
     void missingTextsReadAsEmpty();
     void timeIsReadWith32Bits();
 
@@ -154,6 +156,47 @@ void TextSearchTest::aRowsFieldsAreGiven()
     QCOMPARE(found.first().realTime, saved.realTime);
     QCOMPARE(found.first().desktopFilePath, QStringLiteral("/a.desktop"));
     QCOMPARE(found.first().date, QStringLiteral("2024-03-10"));
+}
+
+void TextSearchTest::textsThatAreNotWantedAreLeftOut_data()
+{
+    QTest::addColumn<QString>("text");
+
+    QTest::newRow("everything") << QString();
+    QTest::newRow("a word") << QStringLiteral("text");
+    QTest::newRow("a part of the texts") << QStringLiteral("text 3");
+    QTest::newRow("a quote, which goes on as SQL")
+        << QStringLiteral("3%' OR ocr_text LIKE '%text 1");
+    QTest::newRow("SQL that counts on the columns")
+        << QStringLiteral("3%' UNION SELECT * FROM screenshots WHERE ocr_text LIKE '%2");
+    QTest::newRow("a quote too many") << QStringLiteral("it's");
+    QTest::newRow("nothing") << QStringLiteral("none");
+}
+
+void TextSearchTest::textsThatAreNotWantedAreLeftOut()
+{
+    QFETCH(const QString, text);
+    FakeClock::set(QDateTime(QDate(2024, 1, 1), QTime(12, 0)));
+    OcrScreenshotDatabase store;
+    for (quint32 index = 1; index <= 6; ++index) {
+        QVERIFY(store.saveScreenshotData(frame(
+            QStringLiteral("2024-0%1-10 10:00:00").arg(index / 3 + 1), index,
+            QStringLiteral("/app%1.desktop").arg(index), QStringLiteral("text %1").arg(index))));
+    }
+    QVector<ScreenShotData> whole = store.getOcrScreenshotData(queryOf(text));
+    const QVector<ScreenShotData> others =
+        store.getOcrScreenshotData(queryOf(text), RowTexts::Left);
+    QCOMPARE(others.size(), whole.size());
+    for (int row = 0; row < whole.size(); ++row) {
+        QVERIFY(!whole.at(row).ocrText.isEmpty());
+        QCOMPARE(others.at(row).ocrText, QString());
+        QCOMPARE(others.at(row).videoName, whole.at(row).videoName);
+        QCOMPARE(others.at(row).frameIndexOfVideo, whole.at(row).frameIndexOfVideo);
+        QCOMPARE(others.at(row).frameIndexOfDay, whole.at(row).frameIndexOfDay);
+        QCOMPARE(others.at(row).realTime, whole.at(row).realTime);
+        QCOMPARE(others.at(row).desktopFilePath, whole.at(row).desktopFilePath);
+        QCOMPARE(others.at(row).date, whole.at(row).date);
+    }
 }
 
 void TextSearchTest::missingTextsReadAsEmpty()

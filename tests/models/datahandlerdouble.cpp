@@ -64,12 +64,13 @@ ScreenShotImage DataHandler::getScreenShotImageOfDay(const QString &day,
             state().draw ? state().draw(request) : QImage()};
 }
 
-QVector<ScreenShotData> DataHandler::getOcrScreenShotData(const SearchQuery &query) const
+QVector<ScreenShotData> DataHandler::getOcrScreenShotData(const SearchQuery &query, RowTexts) const
 {
     return state().searchTexts ? state().searchTexts(query) : QVector<ScreenShotData>();
 }
 
-QVector<ScreenShotData> DataHandler::getVisualScreenShotData(const SearchQuery &query) const
+QVector<ScreenShotData> DataHandler::getVisualScreenShotData(const SearchQuery &query,
+                                                             RowTexts) const
 {
     return state().searchPictures ? state().searchPictures(query) : QVector<ScreenShotData>();
 }
