@@ -1,6 +1,7 @@
 #include "app/trayicon.h"
 
 #include <QAction>
+#include <QGuiApplication>
 #include <QIcon>
 #include <QMenu>
 #include <QQuickView>
@@ -64,12 +65,22 @@ void TrayIcon::connectSignals()
     });
 }
 
+bool TrayIcon::isOutOfSight() const
+{
+    if (!m_view->isVisible() || m_view->windowState() == Qt::WindowMinimized) {
+        return true;
+    }
+    // No client is told that its window was minimised there: one without the keyboard counts so.
+    return QGuiApplication::platformName().startsWith(QLatin1String("wayland")) &&
+           !m_view->isActive();
+}
+
 void TrayIcon::onActivated(QSystemTrayIcon::ActivationReason reason)
 {
     if (reason != QSystemTrayIcon::Trigger) {
         return;
     }
-    if (!m_view->isVisible() || m_view->windowState() == Qt::WindowMinimized) {
+    if (isOutOfSight()) {
         Q_EMIT activateYestermark();
     } else {
         Q_EMIT requestMinimizeYestermark();

@@ -50,6 +50,7 @@ Q_SIGNALS:
 
 private:
     void onActivated(QSystemTrayIcon::ActivationReason reason);
+    bool isOutOfSight() const;
     void onPauseTriggered();
     void setLook(const QString &toolTip, const QString &icon, const QString &text);
     QAction *addAction(const char *name, const QString &icon, const QString &text);

@@ -47,8 +47,9 @@ QList<quint64> WindowSettings::getPanelWindows()
 
 QRect WindowSettings::getWorkArea() const
 {
+    const QRect screen = QGuiApplication::primaryScreen()->geometry();
     const QRect free = KWindowSystem::workArea(-1);
-    QRegion area(free.intersected(QGuiApplication::primaryScreen()->geometry()));
+    QRegion area(free.isEmpty() ? screen : free.intersected(screen));
     for (const quint64 id : m_panelWindows) {
         const KWindowInfo info(id, NET::WMGeometry);
         if (info.valid()) {
@@ -61,6 +62,15 @@ QRect WindowSettings::getWorkArea() const
 void WindowSettings::screenWorkAreaChanged()
 {
     Q_EMIT workAreaChanged(getWorkArea());
+}
+
+// A compositor without minimised windows ignores the toolkit's wish; the window manager's service
+// knows what stands in for them.
+void WindowSettings::onWindowStateChanged(Qt::WindowState state)
+{
+    if (m_isWayland && state == Qt::WindowMinimized) {
+        requestShowMinimized();
+    }
 }
 
 QList<QWindow *> WindowSettings::windowsOfTitle(const QString &title)

@@ -19,13 +19,17 @@ public:
     /// Takes the list of panels once: those that appear later are not left free.
     explicit WindowSettings(QObject *parent = nullptr);
 
-    /// The primary screen without what the desktop reserves and without panels, in logical pixels.
+    /// The primary screen without what the desktop reserves and without panels, in logical pixels;
+    /// the whole of it where the desktop does not tell, as on Wayland.
     QRect getWorkArea() const;
 
 public Q_SLOTS:
     void raiseWindow();
     void requestShowMinimized();
     void screenWorkAreaChanged();
+
+    /// The program's window has changed to @p state by the toolkit's means.
+    void onWindowStateChanged(Qt::WindowState state);
 
 Q_SIGNALS:
     void workAreaChanged(QRect workArea);

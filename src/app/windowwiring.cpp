@@ -108,6 +108,8 @@ void YestermarkBackend::connectWindow()
         m_view.setMaximumSize(area.size());
         m_view.setMinimumSize(area.size());
     });
+    connect(&m_view, &QWindow::windowStateChanged, &m_windowSettings,
+            &WindowSettings::onWindowStateChanged);
     connect(&m_view, &YestermarkView::confirmQuit, this, &YestermarkBackend::activateYestermark);
     connect(&m_view, &YestermarkView::confirmQuit, m_videoInfo, &VideoInfo::quitYestermark);
     connect(&m_view, &YestermarkView::keyF1Pressed, m_videoInfo, &VideoInfo::showGuide);

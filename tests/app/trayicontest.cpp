@@ -14,6 +14,17 @@
 
 namespace
 {
+QString forcedPlatform; // empty: the real one
+}
+
+// Stands before the toolkit's own, so that a click can be judged as on Wayland.
+QString QGuiApplication::platformName()
+{
+    return forcedPlatform.isEmpty() ? QStringLiteral("xcb") : forcedPlatform;
+}
+
+namespace
+{
 /// Writes down which signals of a tray icon came, in their order.
 class Trace
 {
@@ -71,6 +82,7 @@ private Q_SLOTS:
     void onlyAPlainClickCounts_data();
     void onlyAPlainClickCounts();
     void aClickMinimisesTheShownWindowAndBringsTheOthersBack();
+    void onWaylandAClickBringsAWindowWithoutTheKeyboardBack();
     void aClickThatMinimisesPaintsTheWindowAnew();
     void aTrayThatComesLateShowsTheIconAndItsClicks();
 
@@ -93,6 +105,7 @@ void TestTrayIcon::init()
 
 void TestTrayIcon::cleanup()
 {
+    forcedPlatform.clear();
     m_tray.reset();
     m_view.reset();
 }
@@ -274,6 +287,26 @@ void TestTrayIcon::aClickMinimisesTheShownWindowAndBringsTheOthersBack()
     QTRY_COMPARE(m_view->windowState(), Qt::WindowMinimized);
     Q_EMIT m_icon->activated(QSystemTrayIcon::Trigger);
     QCOMPARE(trace.take(), QStringList("activate"));
+}
+
+void TestTrayIcon::onWaylandAClickBringsAWindowWithoutTheKeyboardBack()
+{
+    m_view->show();
+    QTRY_VERIFY_WITH_TIMEOUT(m_view->isActive(), 10000);
+    QWindow other;
+    other.resize(200, 100);
+    other.show();
+    QTRY_VERIFY_WITH_TIMEOUT(other.isActive() && !m_view->isActive(), 10000);
+    Trace trace(*m_tray);
+    Q_EMIT m_icon->activated(QSystemTrayIcon::Trigger);
+    QCOMPARE(trace.take(), QStringList("minimize"));
+    forcedPlatform = QStringLiteral("wayland");
+    Q_EMIT m_icon->activated(QSystemTrayIcon::Trigger);
+    QCOMPARE(trace.take(), QStringList("activate"));
+    m_view->requestActivate();
+    QTRY_VERIFY_WITH_TIMEOUT(m_view->isActive(), 10000);
+    Q_EMIT m_icon->activated(QSystemTrayIcon::Trigger);
+    QCOMPARE(trace.take(), QStringList("minimize"));
 }
 
 void TestTrayIcon::aClickThatMinimisesPaintsTheWindowAnew()

@@ -42,6 +42,8 @@ private Q_SLOTS:
     void aMinimisedWindowIsRememberedByItsId();
     void onWaylandNothingHappensBeforeTheWindowIsTold();
     void onWaylandOnlyOurOwnWindowOfOurTitleCounts();
+    void onWaylandAWindowThatTheToolkitMinimisesIsMinimisedByTheDesktopToo();
+    void onX11TheToolkitsMinimisingIsEnough();
 
 private:
     static std::unique_ptr<QWidget> panel(const QRect &geometry);
@@ -190,6 +192,33 @@ void TestWindowSettings::onWaylandOnlyOurOwnWindowOfOurTitleCounts()
     settings.raiseWindow();
     settings.requestShowMinimized();
     QCOMPARE(backend->requests(), QStringList({"activate ours", "minimize ours"}));
+}
+
+void TestWindowSettings::onWaylandAWindowThatTheToolkitMinimisesIsMinimisedByTheDesktopToo()
+{
+    forcedPlatform = QStringLiteral("wayland");
+    WindowSettings settings;
+    backend->addWindow(QStringLiteral("Yestermark"), ::getpid());
+    settings.onWindowStateChanged(Qt::WindowMaximized);
+    settings.onWindowStateChanged(Qt::WindowNoState);
+    QCOMPARE(backend->requests(), QStringList());
+    settings.onWindowStateChanged(Qt::WindowMinimized);
+    QCOMPARE(backend->requests(), QStringList("minimize Yestermark"));
+}
+
+void TestWindowSettings::onX11TheToolkitsMinimisingIsEnough()
+{
+    WindowSettings settings;
+    QWindow ours;
+    ours.setTitle(QStringLiteral("Yestermark"));
+    ours.resize(400, 300);
+    ours.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&ours));
+    settings.onWindowStateChanged(Qt::WindowMinimized);
+    settings.raiseWindow(); // is answered after the other, had there been one
+    QTRY_COMPARE_WITH_TIMEOUT(WindowFixture::activeWindow(), quint64(ours.winId()), 10000);
+    QCOMPARE(ours.windowState(), Qt::WindowNoState);
+    QCOMPARE(backend->requests(), QStringList());
 }
 
 QTEST_MAIN(TestWindowSettings)
