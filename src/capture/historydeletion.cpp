@@ -12,6 +12,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QThread>
 
 #include <algorithm>
 #include <set>
@@ -208,6 +209,11 @@ QImage ScreenHistoryTracker::getImageFromVideoFile(const QString &videoName, uin
     }
     m_frameExtractor.setAbsoluteVideoName(pathOfVideo(name));
     m_cachedImage = m_frameExtractor.requestGetFrame(static_cast<int>(frameIndex) - 1);
+    if (m_cachedImage.isNull() && QThread::currentThread()->isInterruptionRequested()) {
+        // No read has failed: whoever asks next is to get the picture.
+        m_cachedFrameIndex = 0;
+        m_cachedVideoName.clear();
+    }
     return m_cachedImage;
 }
 

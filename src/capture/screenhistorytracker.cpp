@@ -35,6 +35,8 @@ ScreenHistoryTracker::ScreenHistoryTracker(QObject *parent)
     m_uptime.start();
     m_images.reserve(m_maxFramesPerVideo);
     initComposer();
+    // A search that is given up need not be waited for until its frame is decoded.
+    m_frameExtractor.setStop([] { return QThread::currentThread()->isInterruptionRequested(); });
     initTodayData();
     initTimer();
     connectRecognizedText();

@@ -130,7 +130,8 @@ public:
 
     /// A frame by video and its number there, counted from 1. The picture read last is kept: asked
     /// for it again, no file is read. Null if it cannot be read, but asked for it again then, the
-    /// picture read before may come. Any thread; one read at a time.
+    /// picture read before may come. Any thread; one read at a time. Null also soon after the
+    /// calling QThread was asked to stop by requestInterruption(), and that is not remembered.
     QImage getImageFromVideoFile(const QString &videoName, uint frameIndex);
 
 public Q_SLOTS:

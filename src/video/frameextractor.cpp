@@ -8,6 +8,7 @@
 #include <QElapsedTimer>
 
 #include <limits>
+#include <utility>
 
 namespace
 {
@@ -73,7 +74,8 @@ bool FrameExtractor::loadResource()
                                           nullptr, nullptr));
     }
     if (m_videoStreamIndex >= 0) {
-        m_groupReader = std::make_unique<GroupReader>(m_formatContext.get(), m_videoStream);
+        m_groupReader = std::make_unique<GroupReader>(m_formatContext.get(), m_videoStream,
+                                                      [this] { return m_isToStop(); });
     }
     return true;
 }
@@ -140,6 +142,11 @@ void FrameExtractor::clearVideoFile()
     unloadResource();
 }
 
+void FrameExtractor::setStop(GroupReader::IsToStop isToStop)
+{
+    m_isToStop = std::move(isToStop);
+}
+
 QImage FrameExtractor::requestGetFrame(int frameIndex)
 {
     if (!m_isLoaded) {
@@ -147,7 +154,10 @@ QImage FrameExtractor::requestGetFrame(int frameIndex)
     }
     const qint64 timestamp = timestampOf(frameIndex);
     const AVFrame *frame = m_groupReader ? m_groupReader->frameAt(timestamp) : nullptr;
-    return frame ? withoutExtraRow(pictureOf(frame)) : readPlainly(timestamp);
+    if (frame) {
+        return withoutExtraRow(pictureOf(frame));
+    }
+    return m_isToStop() ? QImage() : readPlainly(timestamp);
 }
 
 /// Seeks to the key frame, flushes and decodes from there.
@@ -169,7 +179,7 @@ QImage FrameExtractor::readPlainly(qint64 timestamp)
         return withoutExtraRow(pictureOf(frame.get()));
     }
     // One row taller on purpose: that is how frames from the end of the file are handed out.
-    return readAtEnd(frame.get(), timestamp) ? pictureOf(frame.get()) : QImage();
+    return !m_isToStop() && readAtEnd(frame.get(), timestamp) ? pictureOf(frame.get()) : QImage();
 }
 
 QImage FrameExtractor::pictureOf(const AVFrame *frame) const
@@ -199,7 +209,7 @@ bool FrameExtractor::receiveFrame(AVFrame *frame, qint64 timestamp)
 
 bool FrameExtractor::readForward(AVPacket *packet, AVFrame *frame, qint64 timestamp)
 {
-    while (av_read_frame(m_formatContext.get(), packet) >= 0) {
+    while (!m_isToStop() && av_read_frame(m_formatContext.get(), packet) >= 0) {
         const bool isSent = packet->stream_index == m_videoStreamIndex &&
                             avcodec_send_packet(m_codecContext.get(), packet) >= 0;
         av_packet_unref(packet);

@@ -30,6 +30,10 @@ public:
     /// The path of the open file; empty if none is.
     QString getAbsoluteVideoName() const;
 
+    /// From now on a read gives a null picture soon after @p isToStop, which is asked on the
+    /// reading thread before each packet, has said so. The next read is as good as any.
+    void setStop(GroupReader::IsToStop isToStop);
+
     /// The picture with the index @p frameIndex, counted from 0, in Format_RGB32; null beyond the
     /// last one, without an open file and on any failure. A frame that the decoder gives up only
     /// at the end of the file, so one of the last few, comes one row taller than the video.
@@ -55,6 +59,7 @@ private:
     QImage pictureOf(const AVFrame *frame) const;
 
     QString m_productionLine;
+    GroupReader::IsToStop m_isToStop = [] { return false; };
     bool m_isLoaded = false;
     QString m_absoluteVideoName;
     qint32 m_videoStreamIndex = -1;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace
 {
@@ -20,9 +21,10 @@ size_t frameBytes(const AVCodecParameters *parameters)
 }
 } // namespace
 
-GroupReader::GroupReader(AVFormatContext *input, const AVStream *stream)
+GroupReader::GroupReader(AVFormatContext *input, const AVStream *stream, IsToStop isToStop)
     : m_input(input)
     , m_stream(stream)
+    , m_isToStop(std::move(isToStop))
     , m_frameLimit(std::max<size_t>(1, FRAME_BYTES / frameBytes(stream->codecpar)))
 {
 }
@@ -140,7 +142,7 @@ bool GroupReader::startGroup()
 const AVFrame *GroupReader::decodeUpTo(qint64 timestamp, Approach approach)
 {
     do {
-        if (!decodePacket(timestamp, approach)) {
+        if (m_isToStop() || !decodePacket(timestamp, approach)) {
             m_canGoOn = false;
             return nullptr;
         }

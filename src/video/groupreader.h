@@ -11,15 +11,19 @@
 #include "video/avhandles.h"
 
 #include <deque>
+#include <functional>
 
 class GroupReader
 {
 public:
+    /// Asked before each packet, on the thread that reads.
+    using IsToStop = std::function<bool()>;
+
     /// @p input must outlive this. The position in it changes with every call.
-    GroupReader(AVFormatContext *input, const AVStream *stream);
+    GroupReader(AVFormatContext *input, const AVStream *stream, IsToStop isToStop);
 
     /// The frame with the time @p timestamp, in the stream's time base, until the next call; null
-    /// where the plain way has to tell.
+    /// where the plain way has to tell, and when it is to stop.
     const AVFrame *frameAt(qint64 timestamp);
 
 private:
@@ -45,6 +49,7 @@ private:
 
     AVFormatContext *m_input;
     const AVStream *m_stream;
+    const IsToStop m_isToStop;
     AvCodecContextPtr m_decoder; ///< opened with the first request
     AvPacketPtr m_packet;
     std::deque<AvFramePtr> m_frames; ///< of the current group, in order of time

@@ -17,6 +17,7 @@
 #include <QSemaphore>
 #include <QSignalSpy>
 #include <QTest>
+#include <QThread>
 
 #include <memory>
 
@@ -87,6 +88,7 @@ private Q_SLOTS:
     void aFrameOfAStoredVideoIsReadFromItsFile();
     void theFrameReadLastIsKept();
     void aFailedReadLeavesTheFormerPicture();
+    void aReadThatIsGivenUpIsNotRemembered();
     void aClockSetBackWhileRecordingHarmsNothing_data();
     void aClockSetBackWhileRecordingHarmsNothing();
     void deletingAllEndsTheStateOfAClockSetBack_data();
@@ -636,6 +638,23 @@ void TestHistoryDeletion::theFrameReadLastIsKept()
     QCOMPARE(readNumber(video, 2), 2);
     m_tracker->deleteAllVideos();
     QVERIFY(!QFile::exists(pathOf(video)));
+    QCOMPARE(readNumber(video, 2), 2);
+}
+
+// The thread of a search that was asked to stop.
+void TestHistoryDeletion::aReadThatIsGivenUpIsNotRemembered()
+{
+    const QString video = StoredHistory::store({m_now.addSecs(-600), 3});
+    start();
+    QCOMPARE(readNumber(video, 1), 1);
+    int number = 0;
+    const std::unique_ptr<QThread> search(QThread::create([&] {
+        QThread::currentThread()->requestInterruption();
+        number = readNumber(video, 2);
+    }));
+    search->start();
+    QVERIFY(search->wait(encodingMs));
+    QCOMPARE(number, -1);
     QCOMPARE(readNumber(video, 2), 2);
 }
 

@@ -105,6 +105,9 @@ private Q_SLOTS:
     void resultsAreThoseOfPlainReading();
     void wanderingBetweenFilesGivesTheResultsOfPlainReading();
 
+    void aReadThatIsToStopGivesNothingAndHarmsNoOther_data();
+    void aReadThatIsToStopGivesNothingAndHarmsNoOther();
+
     void indexZeroIsTheFirstFrame();
     void lastFramesComeAtTheEndOneRowTaller();
     void rowTooManyIsBlack();
@@ -296,6 +299,48 @@ void FrameExtractorTest::wanderingBetweenFilesGivesTheResultsOfPlainReading()
         extractor.setAbsoluteVideoName(choice == 0 ? m_full : other);
         QCOMPARE(disagreement(extractor, readers[choice].read(index), index), QString());
     }
+}
+
+void FrameExtractorTest::aReadThatIsToStopGivesNothingAndHarmsNoOther_data()
+{
+    QTest::addColumn<int>("index");
+    QTest::addColumn<int>("questions");
+
+    for (const int questions : {0, 1, 5, 20}) {
+        QTest::addRow("in the middle, after %d packets", questions) << 47 << questions;
+        QTest::addRow("at the end, after %d packets", questions) << 99 << questions;
+    }
+}
+
+void FrameExtractorTest::aReadThatIsToStopGivesNothingAndHarmsNoOther()
+{
+    QFETCH(const int, index);
+    QFETCH(const int, questions);
+    FrameExtractor extractor(nullptr);
+    int asked = 0;
+    bool stops = false;
+    bool isToldSo = false;
+    extractor.setStop([&] {
+        isToldSo = isToldSo || (stops && asked++ >= questions);
+        return isToldSo;
+    });
+    extractor.setAbsoluteVideoName(m_full);
+    PlainReader reader(m_full);
+    for (const int other : {index, index - 1, 3, index - 2, index}) {
+        stops = true;
+        asked = 0;
+        isToldSo = false;
+        const QImage picture = extractor.requestGetFrame(index);
+        QCOMPARE(picture.isNull(), isToldSo); // or it was there before
+        stops = isToldSo = false;
+        QCOMPARE(disagreement(extractor, reader.read(other), other), QString());
+    }
+    stops = true;
+    asked = -1000;
+    extractor.clearVideoFile();
+    extractor.setAbsoluteVideoName(m_full);
+    asked = 0;
+    QVERIFY(extractor.requestGetFrame(index).isNull() || questions > 0);
 }
 
 void FrameExtractorTest::indexZeroIsTheFirstFrame()
