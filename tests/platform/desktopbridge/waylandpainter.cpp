@@ -3,6 +3,7 @@
 #include <QPainter>
 #include <QTest>
 
+#include <algorithm>
 #include <cstring>
 #include <iterator>
 
@@ -10,6 +11,7 @@ namespace
 {
 constexpr quint32 COMPOSITOR_VERSION = 4; // with which damage is told in pixels of the buffer
 constexpr int SHOW_TIME = 10000;
+constexpr QSize FIRST_SIZE(64, 64);
 } // namespace
 
 const xdg_wm_base_listener WaylandPainter::SHELL_LISTENER = {
@@ -19,8 +21,12 @@ const xdg_surface_listener WaylandPainter::SURFACE_LISTENER = {
     [](void *data, xdg_surface * /*surface*/, uint32_t serial) { of(data).configured(serial); }};
 
 const xdg_toplevel_listener WaylandPainter::TOPLEVEL_LISTENER = {
-    [](void *data, xdg_toplevel * /*toplevel*/, int32_t width, int32_t height,
-       wl_array * /*states*/) { of(data).m_size = QSize(width, height); },
+    [](void *data, xdg_toplevel * /*toplevel*/, int32_t width, int32_t height, wl_array *states) {
+        const auto *first = static_cast<const uint32_t *>(states->data);
+        const auto *end = first + states->size / sizeof(uint32_t);
+        of(data).m_size = QSize(width, height);
+        of(data).m_isFullScreen = std::find(first, end, XDG_TOPLEVEL_STATE_FULLSCREEN) != end;
+    },
     [](void * /*data*/, xdg_toplevel * /*toplevel*/) {},
     [](void * /*data*/, xdg_toplevel * /*toplevel*/, int32_t /*width*/, int32_t /*height*/) {},
     [](void * /*data*/, xdg_toplevel * /*toplevel*/, wl_array * /*capabilities*/) {}};
@@ -76,8 +82,17 @@ bool WaylandPainter::showFullScreen(int output, int scale, QRgb colour)
     xdg_toplevel_set_app_id(m_toplevel.get(), "yestermark-painter");
     xdg_toplevel_set_fullscreen(m_toplevel.get(), m_outputs[size_t(output)].get());
     wl_surface_commit(m_surface.get());
-    if (!waitFor([this] { return m_isConfigured && !m_size.isEmpty(); }, SHOW_TIME)) {
+    if (!waitFor([this] { return m_isConfigured; }, SHOW_TIME)) {
         return false;
+    }
+    // Some compositors tell the size only once the window is there.
+    const auto isPlaced = [this] { return m_isFullScreen && !m_size.isEmpty(); };
+    if (!isPlaced()) {
+        m_canvas = QImage(FIRST_SIZE * scale, QImage::Format_RGB32);
+        m_canvas.fill(colour);
+        if (!commit(m_canvas.rect(), 0) || !waitFor(isPlaced, SHOW_TIME)) {
+            return false;
+        }
     }
     m_canvas = QImage(m_size * scale, QImage::Format_RGB32);
     return fill(m_canvas.rect(), colour, SHOW_TIME);
@@ -94,7 +109,7 @@ void WaylandPainter::close()
     }
     m_canvas = QImage();
     m_size = QSize();
-    m_isConfigured = false;
+    m_isConfigured = m_isFullScreen = false;
     if (m_connection) {
         m_connection->flush();
     }
@@ -153,7 +168,7 @@ bool WaylandPainter::commit(const QRect &damage, int milliseconds)
         return false;
     }
     Buffer &buffer = m_buffers[freeBuffer()];
-    if (!buffer.shared) {
+    if (!buffer.shared || buffer.shared->size() != m_canvas.size()) {
         buffer.shared = SharedBuffer::create(m_shm.get(), m_canvas.size(),
                                              int(m_canvas.bytesPerLine()), WL_SHM_FORMAT_XRGB8888);
         wl_buffer_add_listener(buffer.shared->buffer(), &BUFFER_LISTENER, &buffer.isBusy);

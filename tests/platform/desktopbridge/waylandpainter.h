@@ -83,4 +83,5 @@ private:
     QSize m_size; // logical, as the compositor last asked for
     int m_scale = 1;
     bool m_isConfigured = false;
+    bool m_isFullScreen = false;
 };
