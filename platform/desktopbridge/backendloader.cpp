@@ -1,6 +1,7 @@
 #include "desktopbridge/backendloader.h"
 
 #include "desktopbridge/nullbackend.h"
+#include "desktopbridge/portal/portalbackend.h"
 #include "desktopbridge/wlroots/wlrootsbackend.h"
 #include "desktopbridge/x11/x11backend.h"
 
@@ -22,6 +23,11 @@ std::unique_ptr<ScreenBackend> makeWlroots(QString &problem)
     return WlrootsBackend::connectToDisplay(problem);
 }
 
+std::unique_ptr<ScreenBackend> makePortal(QString &problem)
+{
+    return PortalBackend::connectToSession(problem);
+}
+
 std::unique_ptr<ScreenBackend> makeX11(QString &problem)
 {
     return X11Backend::connectToDisplay(problem);
@@ -31,6 +37,7 @@ std::unique_ptr<ScreenBackend> makeX11(QString &problem)
 // the user, as the portal does; and where there is a compositor, an X display sees a part only.
 const KnownBackend KNOWN_BACKENDS[] = {
     {BackendChoice::Wlroots, makeWlroots},
+    {BackendChoice::Portal, makePortal},
     {BackendChoice::X11, makeX11},
 };
 

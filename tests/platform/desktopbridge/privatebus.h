@@ -6,12 +6,19 @@
 
 #include <QDBusConnection>
 #include <QProcessEnvironment>
+#include <QTemporaryDir>
 
 class PrivateBus
 {
 public:
+    enum class Services {
+        Installed, ///< the bus starts what is installed on this machine
+        None       ///< it starts nothing
+    };
+
     explicit PrivateBus(
-        const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment());
+        const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment(),
+        Services services = Services::Installed);
     ~PrivateBus();
 
     QString address() const { return m_address; }
@@ -22,6 +29,9 @@ public:
     void stop();
 
 private:
+    QString writeConfiguration() const;
+
+    QTemporaryDir m_folder;
     ChildProcess m_process;
     QString m_address;
 };
