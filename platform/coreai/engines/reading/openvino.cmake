@@ -26,6 +26,8 @@ set_target_properties(openvino_runtime PROPERTIES
     IMPORTED_LOCATION "${PROJECT_BINARY_DIR}/${YESTERMARK_LIBRARYDIR}/libopenvino.so.2640"
     IMPORTED_SONAME libopenvino.so.2640
     INTERFACE_LINK_LIBRARIES "-Wl,--push-state,--no-as-needed;openvino_tbb;-Wl,--pop-state"
+    # Its headers name themselves in their messages, with the folder of who builds.
+    INTERFACE_COMPILE_OPTIONS "-ffile-prefix-map=${openvino_folder}=openvino"
     INTERFACE_INCLUDE_DIRECTORIES "${openvino_folder}/openvino/include")
 
 file(GLOB licences CONFIGURE_DEPENDS
