@@ -1,17 +1,14 @@
 // A search over a year of history, from the key to the rows that a page would paint, beside other
-// ways to search the same texts. searchbench [FOLDER]: keeps the year in FOLDER for the next run.
+// ways to search the same texts. searchbench [FOLDER [--ours]]: keeps the year in FOLDER for the
+// next run; --ours leaves the other ways out.
 
 #include "ai/aiabilityprovider.h"
-#include "app/configmanager.h"
-#include "capture/screenhistorytracker.h"
 #include "database/databasemanager.h"
-#include "database/datahandler.h"
-#include "models/videoimageprovider.h"
-#include "models/videoinfo.h"
-#include "models/videopreviewitem.h"
-#include "models/videoreader.h"
 #include "othersearches.h"
+#include "searchphases.h"
+#include "searchprogram.h"
 #include "support/figure.h"
+#include "support/stall.h"
 #include "support/yearstore.h"
 
 #include "../database/plainsearch.h"
@@ -23,7 +20,6 @@
 #include <QTimer>
 
 #include <algorithm>
-#include <cmath>
 #include <vector>
 
 #include <malloc.h>
@@ -40,9 +36,7 @@ constexpr int KEYS_MS = 2000;
 constexpr int SEARCHES = 200;
 constexpr int ROWS_A_SEARCH = 3;
 constexpr int NEAR_FRAMES = 40;
-constexpr int MOST_NEAR_FRAMES = 5000; // the most that a search by meaning may find
-constexpr int PATIENCE_MS = 60000;
-constexpr int TICK_MS = 5;
+constexpr int MOST_NEAR_FRAMES = 5000;       // the most that a search by meaning may find
 constexpr double FIRST_TEXT_GOAL_MS = 300.0; // each to the painted hit, of which this is a part
 constexpr double FIRST_MEANING_GOAL_MS = 400.0;
 constexpr double PAGE_GOAL_MS = 2500.0;
@@ -55,93 +49,23 @@ const QStringList MEANINGS{
     QStringLiteral("photograph of a mountain lake")};
 const QString COMMON_MEANING = QStringLiteral("a year of spreadsheets");
 
-double percentile95(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values.at(static_cast<std::size_t>(std::ceil(values.size() * 0.95)) - 1);
-}
-
 double allocatedMebibytes()
 {
     const struct mallinfo2 info = mallinfo2();
     return static_cast<double>(info.uordblks + info.hblkhd) / (1024.0 * 1024.0);
 }
 
-void print(const QString &name, double value, const QString &unit, double goal = 0.0,
-           double floor = 0.0, const QString &floorName = QString())
-{
-    Bench::print({name, value, unit, goal, floor, floorName});
-}
-
-void printTimes(const QString &name, const std::vector<double> &values, double goal)
-{
-    print(name + QStringLiteral(", median of %1").arg(values.size()), Bench::median(values), "ms");
-    print(name + QStringLiteral(", p95"), percentile95(values), "ms", goal);
-}
-
-/// The longest time for which the main thread does not answer, while this lives.
-class Stall
-{
-public:
-    Stall()
-    {
-        m_ticks.setTimerType(Qt::PreciseTimer);
-        QObject::connect(&m_ticks, &QTimer::timeout, &m_ticks, [this] {
-            m_longest = std::max(m_longest, static_cast<double>(m_clock.nsecsElapsed()) / 1e6);
-            m_clock.restart();
-        });
-        m_clock.start();
-        m_ticks.start(TICK_MS);
-    }
-
-    double longest() const { return m_longest - TICK_MS; }
-
-private:
-    QTimer m_ticks;
-    QElapsedTimer m_clock;
-    double m_longest = 0.0;
-};
-
-struct Program {
-    ConfigManager settings;
-    ScreenHistoryTracker tracker;
-    DataHandler handler{tracker};
-    VideoReader reader{&handler};
-    VideoImageProvider provider{&reader};
-    VideoPreviewItem shown;
-    VideoInfo info{&provider, &reader, &shown, &settings};
-
-    QAbstractListModel *texts() { return info.textMatchResultModel(); }
-    QAbstractListModel *pictures() { return info.imageMatchResultModel(); }
-};
-
-void awaitRows(const QAbstractListModel *model, int rows)
-{
-    QElapsedTimer clock;
-    clock.start();
-    while (model->rowCount() < rows) {
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-        if (clock.elapsed() > PATIENCE_MS) {
-            qFatal("a search shows %d rows and not %d", model->rowCount(), rows);
-        }
-    }
-}
-
-/// From the key to the row with that number; the search goes on.
-double millisecondsToRow(const QAbstractListModel *model, int rows,
-                         const std::function<void()> &search)
-{
-    return Bench::milliseconds([&] {
-        search();
-        awaitRows(model, rows);
-    });
-}
+using SearchProgram::awaitRows;
+using SearchProgram::millisecondsToRow;
+using SearchProgram::print;
+using SearchProgram::printTimes;
+using SearchProgram::Program;
 
 void measureFirstTextHits(Program *program, const YearStore::Facts &facts)
 {
     std::vector<double> values;
     values.reserve(FIRST_HITS);
-    const Stall stall;
+    const Bench::Stall stall;
     for (int round = 0; round < FIRST_HITS; ++round) {
         const QString &word = round % 2 == 0 ? facts.rareWord : facts.rareChineseWord;
         values.push_back(millisecondsToRow(program->texts(), 1,
@@ -149,8 +73,10 @@ void measureFirstTextHits(Program *program, const YearStore::Facts &facts)
     }
     program->info.clearSearchTaskAndResult();
     printTimes("key to first text hit, rare word", values, FIRST_TEXT_GOAL_MS);
-    print("longest stall of the main thread meanwhile, with the stop of the search before",
-          stall.longest(), "ms", TYPING_STALL_GOAL_MS);
+    stall.print(
+        QStringLiteral(
+            "longest stall of the main thread meanwhile, with the stop of the search before"),
+        TYPING_STALL_GOAL_MS);
 }
 
 /// The vector of each meaning becomes that of some frames, so that it finds them.
@@ -183,7 +109,7 @@ void measureFirstMeanings(Program *program)
 {
     std::vector<double> values;
     values.reserve(FIRST_HITS);
-    const Stall stall;
+    const Bench::Stall stall;
     for (int round = 0; round < FIRST_HITS; ++round) {
         values.push_back(millisecondsToRow(program->pictures(), 1, [&] {
             program->info.showImageSearchResult(MEANINGS.at(round % MEANINGS.size()));
@@ -191,33 +117,17 @@ void measureFirstMeanings(Program *program)
     }
     program->info.clearSearchTaskAndResult();
     printTimes("key to first hit by meaning", values, FIRST_MEANING_GOAL_MS);
-    print("longest stall of the main thread meanwhile, with the stop of the search before",
-          stall.longest(), "ms", TYPING_STALL_GOAL_MS);
-}
-
-void measureLookUps(Program *program)
-{
-    const auto count = [program](const QString &meaning) {
-        return program->reader.getImageSearchResultCount(meaning);
-    };
-    for (const QString &meaning : {MEANINGS.first(), COMMON_MEANING}) {
-        const int hits = count(meaning);
-        print(QStringLiteral("count by meaning, %1 hits").arg(hits),
-              Bench::medianMilliseconds(COUNTS, [&] { count(meaning); }), "ms");
-    }
-    AIAbilityProvider *provider = AIAbilityProvider::getInstance();
-    int text = 0;
-    print("  of which a text's vector, never asked for before",
-          Bench::medianMilliseconds(
-              COUNTS, [&] { provider->embeddingText("text number " + QString::number(++text)); }),
-          "ms");
+    stall.print(
+        QStringLiteral(
+            "longest stall of the main thread meanwhile, with the stop of the search before"),
+        TYPING_STALL_GOAL_MS);
 }
 
 void measurePages(Program *program, const YearStore::Facts &facts)
 {
     std::vector<double> values;
     values.reserve(PAGES);
-    const Stall stall;
+    const Bench::Stall stall;
     for (int round = 0; round < PAGES; ++round) {
         const QString word = facts.commonWord.left(facts.commonWord.size() - round % 2);
         values.push_back(millisecondsToRow(program->texts(), PAGE,
@@ -225,7 +135,7 @@ void measurePages(Program *program, const YearStore::Facts &facts)
     }
     program->info.clearSearchTaskAndResult();
     printTimes("key to 36 hits, common word", values, PAGE_GOAL_MS);
-    print("longest stall of the main thread meanwhile", stall.longest(), "ms", STALL_GOAL_MS);
+    stall.print(QStringLiteral("longest stall of the main thread meanwhile"), STALL_GOAL_MS);
 }
 
 void measureTyping(Program *program, const QString &name, const QString &text)
@@ -234,7 +144,7 @@ void measureTyping(Program *program, const QString &name, const QString &text)
     QTimer keys;
     keys.setTimerType(Qt::PreciseTimer);
     QEventLoop loop;
-    const Stall stall;
+    const Bench::Stall stall;
     QObject::connect(&keys, &QTimer::timeout, &keys, [&] {
         const QString typed = text.left(static_cast<int>(calls.size()) % text.size() + 1);
         calls.push_back(Bench::milliseconds([&] { program->info.showTextSearchResult(typed); }));
@@ -250,8 +160,7 @@ void measureTyping(Program *program, const QString &name, const QString &text)
     print(title + ": median wait for the search before", Bench::median(calls), "ms");
     print(title + ": longest", *std::max_element(calls.begin(), calls.end()), "ms",
           TYPING_STALL_GOAL_MS);
-    print(title + ": longest stall of the main thread", stall.longest(), "ms",
-          TYPING_STALL_GOAL_MS);
+    stall.print(title + ": longest stall of the main thread", TYPING_STALL_GOAL_MS);
 }
 
 void measureMemory(Program *program, const YearStore::Facts &facts)
@@ -328,7 +237,7 @@ void awaitRuntime()
     QElapsedTimer clock;
     clock.start();
     while (AIAbilityProvider::getInstance()->embeddingText(QStringLiteral("x")).isEmpty()) {
-        if (clock.elapsed() > PATIENCE_MS) {
+        if (clock.elapsed() > SearchProgram::PATIENCE_MS) {
             qFatal("the runtime does not come up");
         }
     }
@@ -350,12 +259,17 @@ int main(int argc, char **argv)
     teachMeanings(facts);
     measureFirstTextHits(&program, facts);
     measureFirstMeanings(&program);
-    measureLookUps(&program);
+    SearchPhases::measure(&program, QStringLiteral("rare word"), facts.rareWord);
+    SearchPhases::measure(&program, QStringLiteral("common word"), facts.commonWord);
+    SearchPhases::measure(&program, QStringLiteral("40 hits by meaning"), MEANINGS.first());
+    SearchPhases::measure(&program, QStringLiteral("5000 hits by meaning"), COMMON_MEANING);
     measurePages(&program, facts);
     measureTyping(&program, QStringLiteral("a rare word"), facts.rareWord);
     measureTyping(&program, QStringLiteral("a common word"), facts.commonWord);
     measureTyping(&program, QStringLiteral("5000 hits by meaning"), COMMON_MEANING);
-    measureOthers(&program, facts);
+    if (QGuiApplication::arguments().value(2) != QLatin1String("--ours")) {
+        measureOthers(&program, facts);
+    }
     measureMemory(&program, facts);
     return 0;
 }

@@ -42,13 +42,13 @@ QQuickView *mainView()
     return nullptr;
 }
 
-QQuickItem *timeAxisBelow(QQuickItem *item)
+QQuickItem *itemBelow(QQuickItem *item, const char *property)
 {
-    if (item->property("clickImageFlickableContentX").isValid()) {
+    if (item->property(property).isValid()) {
         return item;
     }
     for (QQuickItem *child : item->childItems()) {
-        if (QQuickItem *found = timeAxisBelow(child)) {
+        if (QQuickItem *found = itemBelow(child, property)) {
             return found;
         }
     }
@@ -88,7 +88,7 @@ PaintedWindow::PaintedWindow() : m_view(mainView())
     if (!m_view || m_view->status() != QQuickView::Ready) {
         qFatal("the pages cannot be shown");
     }
-    m_axis = timeAxisBelow(m_view->rootObject());
+    m_axis = itemBelow(m_view->rootObject(), "clickImageFlickableContentX");
     m_shown =
         qobject_cast<VideoPreviewItem *>(m_view->rootContext()
                                              ->contextProperty(QStringLiteral("VideoPreviewItem"))
@@ -128,6 +128,23 @@ void PaintedWindow::watchScrolling()
             metaObject()->method(metaObject()->indexOfSlot("noteChange()")), Qt::UniqueConnection);
 }
 
+void PaintedWindow::watch(const QObject *sender, const char *signal)
+{
+    const QMetaObject *type = sender->metaObject();
+    connect(sender, type->method(type->indexOfSignal(QMetaObject::normalizedSignature(signal))),
+            this, metaObject()->method(metaObject()->indexOfSlot("noteChange()")),
+            Qt::UniqueConnection);
+}
+
+QQuickItem *PaintedWindow::itemWith(const char *property) const
+{
+    QQuickItem *found = itemBelow(m_view->rootObject(), property);
+    if (!found) {
+        qFatal("the pages have nothing with the property %s", property);
+    }
+    return found;
+}
+
 void PaintedWindow::noteChange()
 {
     ++m_changes;
@@ -146,7 +163,12 @@ void PaintedWindow::noteSwapped()
 
 void PaintedWindow::step(const std::function<void()> &action, StepTimes *times)
 {
-    const int before = m_changes;
+    stepUntil([this, before = m_changes.load()] { return m_changes != before; }, action, times);
+}
+
+void PaintedWindow::stepUntil(const std::function<bool()> &isDone,
+                              const std::function<void()> &action, StepTimes *times)
+{
     const double cpuBefore = processCpuMs();
     QTimer limit;
     limit.setSingleShot(true);
@@ -155,7 +177,7 @@ void PaintedWindow::step(const std::function<void()> &action, StepTimes *times)
     clock.start();
     action();
     // What is shown must be all that changed by then: a change may come with an event of its own.
-    while (m_changes == before || m_shownChanges != m_changes) {
+    while (!isDone() || m_shownChanges != m_changes) {
         if (!limit.isActive()) {
             qFatal("nothing was painted");
         }

@@ -47,11 +47,19 @@ public:
     /// Counts every signal of these as a change that a frame has to show.
     void watchPictures();
     void watchScrolling();
+    void watch(const QObject *sender, const char *signal);
+
+    /// The first item of the page that has this property; ends the program where there is none.
+    QQuickItem *itemWith(const char *property) const;
 
     /// Runs @p action, which must lead to a change that is watched, and waits until the frame that
     /// shows it, and all that followed from it within the same turn, is on the screen. Ends the
     /// program with a message after 10 s.
     void step(const std::function<void()> &action, StepTimes *times);
+
+    /// The same until @p isDone, which is asked after each event.
+    void stepUntil(const std::function<bool()> &isDone, const std::function<void()> &action,
+                   StepTimes *times);
 
     /// Lets everything that is still to be done come to an end.
     void settle();
