@@ -8,6 +8,7 @@
 namespace
 {
 constexpr char ACCESSIBLE[] = "org.a11y.atspi.Accessible";
+constexpr char ACTION[] = "org.a11y.atspi.Action";
 constexpr char COMPONENT[] = "org.a11y.atspi.Component";
 constexpr char PROPERTIES[] = "org.freedesktop.DBus.Properties";
 constexpr uint relativeToScreen = 0;
@@ -128,9 +129,11 @@ QVector<Place> placesOf(const QDBusPendingCall &call)
 }
 } // namespace
 
-AccessibleTree::Node AccessibleTree::nodeOf(const Answers &answers) const
+AccessibleTree::Node AccessibleTree::nodeOf(const Place &place, const Answers &answers) const
 {
     Node node;
+    node.service = place.service;
+    node.path = place.path;
     node.name = textOf(answers.name);
     node.description = textOf(answers.description);
     node.role = valueOf(answers.role).toString();
@@ -155,8 +158,9 @@ void AccessibleTree::collect(const QVector<Place> &places, const QString &window
     for (const Place &place : places) {
         asked.append(askAll(place));
     }
-    for (const Answers &answers : asked) {
-        Node node = nodeOf(answers);
+    for (int index = 0; index < asked.size(); ++index) {
+        const Answers &answers = asked.at(index);
+        Node node = nodeOf(places.at(index), answers);
         if (!node.exists() || (!node.isShowing && !hiddenToo)) {
             continue;
         }
@@ -178,4 +182,15 @@ QVector<AccessibleTree::Node> AccessibleTree::nodes(const QString &name, bool hi
         }
     }
     return found;
+}
+
+bool AccessibleTree::act(const Node &control, const QString &action) const
+{
+    const Place place{control.service, control.path};
+    for (int number = 0; number < 8; ++number) { // more than any control has
+        if (valueOf(ask(place, ACTION, "GetName", {number})).toString() == action) {
+            return valueOf(ask(place, ACTION, "DoAction", {number})).toBool();
+        }
+    }
+    return false;
 }

@@ -21,6 +21,8 @@ public:
         bool isFocusable = false;
         bool isFocused = false;
         bool isChecked = false;
+        QString service; ///< where it is asked: the program's name on the bus
+        QString path;    ///< and the node's
         bool exists() const { return !role.isEmpty(); }
     };
 
@@ -33,6 +35,10 @@ public:
     /// tree; with @p hiddenToo also what is not shown. Empty while the program is not there.
     QVector<Node> nodes(const QString &name, bool hiddenToo = false) const;
 
+    /// Acts on a control as a screen reader does: "Press" on a button, "Toggle" on what is checked.
+    /// False if it knows no such action.
+    bool act(const Node &control, const QString &action) const;
+
 private:
     struct Place {
         QString service;
@@ -44,7 +50,7 @@ private:
     QDBusPendingCall ask(const Place &place, const char *interface, const char *method,
                          const QVariantList &arguments = {}) const;
     Answers askAll(const Place &place) const;
-    Node nodeOf(const Answers &answers) const;
+    Node nodeOf(const Place &place, const Answers &answers) const;
     void collect(const QVector<Place> &places, const QString &window, bool hiddenToo,
                  QVector<Node> *nodes) const;
 
