@@ -36,13 +36,13 @@
 
 struct WindowSettingsOfBackend {
     using Type = WindowSettings YestermarkBackend::*;
-    friend Type memberOf(WindowSettingsOfBackend tag);
+    friend Type memberOf(WindowSettingsOfBackend);
 };
 template struct PrivateMember<WindowSettingsOfBackend, &YestermarkBackend::m_windowSettings>;
 
 struct TrackerOfBackend {
     using Type = ScreenHistoryTracker YestermarkBackend::*;
-    friend Type memberOf(TrackerOfBackend tag);
+    friend Type memberOf(TrackerOfBackend);
 };
 template struct PrivateMember<TrackerOfBackend, &YestermarkBackend::m_screenHistoryTracker>;
 

@@ -21,7 +21,7 @@ using CaptureFixture::todayDirectory;
 
 struct ScreenshotTimer {
     using Type = QTimer ScreenHistoryTracker::*;
-    friend Type memberOf(ScreenshotTimer tag);
+    friend Type memberOf(ScreenshotTimer);
 };
 template struct PrivateMember<ScreenshotTimer, &ScreenHistoryTracker::m_screenshotTimer>;
 

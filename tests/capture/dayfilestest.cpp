@@ -23,19 +23,19 @@ using CaptureFixture::todayDirectory;
 
 struct Today {
     using Type = QString ScreenHistoryTracker::*;
-    friend Type memberOf(Today tag);
+    friend Type memberOf(Today);
 };
 template struct PrivateMember<Today, &ScreenHistoryTracker::m_today>;
 
 struct Composer {
     using Type = VideoComposer *ScreenHistoryTracker::*;
-    friend Type memberOf(Composer tag);
+    friend Type memberOf(Composer);
 };
 template struct PrivateMember<Composer, &ScreenHistoryTracker::m_videoComposer>;
 
 struct BoxIsMounted {
     using Type = bool DataEncryptor::*;
-    friend Type memberOf(BoxIsMounted tag);
+    friend Type memberOf(BoxIsMounted);
 };
 template struct PrivateMember<BoxIsMounted, &DataEncryptor::m_safeDirectoryMounted>;
 
