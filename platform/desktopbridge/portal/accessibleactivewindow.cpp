@@ -4,7 +4,6 @@
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
-#include <QTimer>
 
 #include <utility>
 
@@ -21,6 +20,7 @@ const QString LOCAL_PATH = QStringLiteral("/org/freedesktop/DBus/Local");
 const QString LOCAL = QStringLiteral("org.freedesktop.DBus.Local");
 
 constexpr int RESTART_MS = 1000;
+constexpr int SEARCH_MS = 300;
 constexpr quint32 ACTIVE_STATE = 1U << 1; // of the first of the words that make up a state
 
 QDBusMessage call(const QString &service, const QString &path, const QString &interface,
@@ -65,12 +65,16 @@ bool tellsActive(const QDBusMessage &reply)
 AccessibleActiveWindow::AccessibleActiveWindow(const QDBusConnection &session)
     : m_session(session), m_name(QStringLiteral("accessibility of %1").arg(quintptr(this)))
 {
+    m_search.setSingleShot(true);
+    m_search.setInterval(SEARCH_MS);
+    connect(&m_search, &QTimer::timeout, this, &AccessibleActiveWindow::findActive);
     m_programs.setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
     connect(&m_programs, &QDBusServiceWatcher::serviceUnregistered, this,
             [this](const QString &program) {
                 m_processIds.remove(program);
                 m_programs.removeWatchedService(program);
                 if (m_window.program == program) {
+                    ++m_events;
                     clear();
                 }
             });
@@ -127,8 +131,8 @@ void AccessibleActiveWindow::join(const QString &address)
 void AccessibleActiveWindow::leave()
 {
     ++m_epoch;
-    clear();
-    m_eventSeen = false;
+    m_window = Window();
+    m_search.stop();
     m_processIds.clear();
     m_programs.setWatchedServices({});
     if (m_bus) {
@@ -171,29 +175,31 @@ void AccessibleActiveWindow::registerEvents()
 
 void AccessibleActiveWindow::findActive()
 {
+    const int search = m_events;
     ask(*m_bus, call(REGISTRY, ROOT_PATH, ACCESSIBLE, QStringLiteral("GetChildren")),
-        [this](const QDBusMessage &reply) {
+        [this, search](const QDBusMessage &reply) {
             for (const auto &[program, path] : childrenFrom(reply)) {
-                askWindowsOf(program, path);
+                askWindowsOf(program, path, search);
             }
         });
 }
 
-void AccessibleActiveWindow::askWindowsOf(const QString &program, const QString &path)
+void AccessibleActiveWindow::askWindowsOf(const QString &program, const QString &path, int search)
 {
     ask(*m_bus, call(program, path, ACCESSIBLE, QStringLiteral("GetChildren")),
-        [this](const QDBusMessage &reply) {
+        [this, search](const QDBusMessage &reply) {
             for (const auto &[owner, window] : childrenFrom(reply)) {
-                askWhetherActive({owner, window});
+                askWhetherActive({owner, window}, search);
             }
         });
 }
 
-void AccessibleActiveWindow::askWhetherActive(const Window &window)
+void AccessibleActiveWindow::askWhetherActive(const Window &window, int search)
 {
     ask(*m_bus, call(window.program, window.path, ACCESSIBLE, QStringLiteral("GetState")),
-        [this, window](const QDBusMessage &reply) {
-            if (!m_eventSeen && tellsActive(reply)) {
+        [this, window, search](const QDBusMessage &reply) {
+            // What programs tell is newer than what they answer.
+            if (search == m_events && tellsActive(reply)) {
                 setActive(window);
             }
         });
@@ -201,13 +207,13 @@ void AccessibleActiveWindow::askWhetherActive(const Window &window)
 
 void AccessibleActiveWindow::onActivate(const QDBusMessage &event)
 {
-    m_eventSeen = true;
+    ++m_events;
     setActive({event.service(), event.path()});
 }
 
 void AccessibleActiveWindow::onDeactivate(const QDBusMessage &event)
 {
-    m_eventSeen = true;
+    ++m_events;
     if (m_window == Window{event.service(), event.path()}) {
         clear();
     }
@@ -216,6 +222,7 @@ void AccessibleActiveWindow::onDeactivate(const QDBusMessage &event)
 void AccessibleActiveWindow::setActive(const Window &window)
 {
     m_window = window;
+    m_search.stop();
     const QString program = window.program;
     if (m_processIds.contains(program)) {
         return;
@@ -230,9 +237,11 @@ void AccessibleActiveWindow::setActive(const Window &window)
     });
 }
 
+// Qt's programs say nothing if they get the focus back within a tenth of a second.
 void AccessibleActiveWindow::clear()
 {
     m_window = Window();
+    m_search.start();
 }
 
 // Its launcher starts another one for whoever asks.

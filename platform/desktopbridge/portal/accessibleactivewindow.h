@@ -8,6 +8,7 @@
 #include <QDBusServiceWatcher>
 #include <QHash>
 #include <QObject>
+#include <QTimer>
 
 #include <functional>
 #include <optional>
@@ -50,8 +51,8 @@ private:
     void registerEvents();
     void listen(bool on);
     void findActive();
-    void askWindowsOf(const QString &program, const QString &path);
-    void askWhetherActive(const Window &window);
+    void askWindowsOf(const QString &program, const QString &path, int search);
+    void askWhetherActive(const Window &window, int search);
     void setActive(const Window &window);
     void clear();
     void ask(const QDBusConnection &bus, const QDBusMessage &question, const Handler &handler);
@@ -63,6 +64,7 @@ private:
     Window m_window;
     QHash<QString, quint32> m_processIds; // of programs that have had the active window
     bool m_running = false;
-    int m_epoch = 0;          // an answer to a question of before the latest start or stop is stale
-    bool m_eventSeen = false; // what programs tell is newer than what they answer
+    QTimer m_search;  // for the active window, where none has said that it is
+    int m_epoch = 0;  // an answer to a question of before the latest start or stop is stale
+    int m_events = 0; // told by programs so far
 };
