@@ -4,6 +4,7 @@
 #include "support/logcapture.h"
 #include "windowmanager/backendloader.h"
 #include "windowmanager/fake/fakewindowbackend.h"
+#include "windowmanager/latewindowbackend.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -28,6 +29,8 @@ private Q_SLOTS:
     void selfIsOneForTheProcess();
     void withoutAProtocolNothingIsToldAndNothingHappens();
     void forcedBackendGoesWithTheForce();
+    void aCompositorThatAnswersLateIsServedFromThenOn();
+    void aCompositorThatNeverAnswersIsAskedNoMore();
 
 private:
     FakeWindowBackend *m_windows = nullptr;
@@ -144,6 +147,50 @@ void WindowManagerTest::forcedBackendGoesWithTheForce()
     QCOMPARE(loadWindowBackend()->name(), QStringLiteral("fake"));
     forceWindowBackend({});
     QCOMPARE(loadWindowBackend()->name(), QGuiApplication::platformName());
+}
+
+void WindowManagerTest::aCompositorThatAnswersLateIsServedFromThenOn()
+{
+    int asked = 0;
+    FakeWindowBackend *real = nullptr;
+    tdk::WindowManager manager(std::make_unique<LateWindowBackend>(
+        [&]() -> std::unique_ptr<WindowBackend> {
+            if (++asked < 3) {
+                return nullptr;
+            }
+            auto backend = std::make_unique<FakeWindowBackend>();
+            real = backend.get();
+            return backend;
+        },
+        1));
+    const QSignalSpy added(&manager, &tdk::WindowManager::windowAdded);
+    manager.activateWindow(QVariant(1));
+    QCOMPARE(manager.getPid(QVariant(1)), 0);
+    QCOMPARE(asked, 0);
+    QTRY_VERIFY_WITH_TIMEOUT(real, 10000);
+    const QVariant id = real->addWindow(QStringLiteral("late"), 4711);
+    QCOMPARE(added.size(), 1);
+    QCOMPARE(manager.getWindowTitle(id), QStringLiteral("late"));
+    QCOMPARE(manager.getPid(id), 4711);
+    manager.minimizeWindow(id);
+    manager.activateWindow(id);
+    QCOMPARE(real->requests(),
+             (QStringList{QStringLiteral("minimize late"), QStringLiteral("activate late")}));
+    QCOMPARE(asked, 3);
+}
+
+void WindowManagerTest::aCompositorThatNeverAnswersIsAskedNoMore()
+{
+    int asked = 0;
+    const LateWindowBackend backend(
+        [&] {
+            ++asked;
+            return std::unique_ptr<WindowBackend>();
+        },
+        1, 4);
+    QTRY_VERIFY_WITH_TIMEOUT(asked == 4, 10000);
+    QTest::qWait(50);
+    QCOMPARE(asked, 4);
 }
 
 QTEST_MAIN(WindowManagerTest)
