@@ -1,5 +1,6 @@
 #include "desktopbridge/backendloader.h"
 
+#include "desktopbridge/kwin/kwinbackend.h"
 #include "desktopbridge/nullbackend.h"
 #include "desktopbridge/portal/portalbackend.h"
 #include "desktopbridge/wlroots/wlrootsbackend.h"
@@ -17,6 +18,11 @@ struct KnownBackend {
     /// Null, with the reason in @p problem, where the session does not offer what it needs.
     std::unique_ptr<ScreenBackend> (*make)(QString &problem);
 };
+
+std::unique_ptr<ScreenBackend> makeKWin(QString &problem)
+{
+    return KwinBackend::connectToSession(problem);
+}
 
 std::unique_ptr<ScreenBackend> makeWlroots(QString &problem)
 {
@@ -36,6 +42,7 @@ std::unique_ptr<ScreenBackend> makeX11(QString &problem)
 // In the order in which they are tried: what a compositor offers by itself needs no question to
 // the user, as the portal does; and where there is a compositor, an X display sees a part only.
 const KnownBackend KNOWN_BACKENDS[] = {
+    {BackendChoice::KWin, makeKWin},
     {BackendChoice::Wlroots, makeWlroots},
     {BackendChoice::Portal, makePortal},
     {BackendChoice::X11, makeX11},
