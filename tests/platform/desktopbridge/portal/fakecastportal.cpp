@@ -1,6 +1,7 @@
 #include "fakecastportal.h"
 
-#include <QDBusArgument>
+#include "toldstream.h"
+
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QDBusUnixFileDescriptor>
@@ -17,27 +18,6 @@ const QString SESSION = QStringLiteral("org.freedesktop.portal.Session");
 
 constexpr uint GRANTED = 0, REFUSED = 1, ENDED_OTHERWISE = 2;
 
-struct ToldStream {
-    quint32 node = 0;
-    QVariantMap facts;
-};
-
-QDBusArgument &operator<<(QDBusArgument &argument, const ToldStream &stream)
-{
-    argument.beginStructure();
-    argument << stream.node << stream.facts;
-    argument.endStructure();
-    return argument;
-}
-
-const QDBusArgument &operator>>(const QDBusArgument &argument, ToldStream &stream)
-{
-    argument.beginStructure();
-    argument >> stream.node >> stream.facts;
-    argument.endStructure();
-    return argument;
-}
-
 QVariantMap lastOptions(const QDBusMessage &call)
 {
     return qdbus_cast<QVariantMap>(call.arguments().constLast());
@@ -48,8 +28,6 @@ QString callerIn(const QDBusMessage &call)
     return call.service().mid(1).replace(QLatin1Char('.'), QLatin1Char('_'));
 }
 } // namespace
-
-Q_DECLARE_METATYPE(ToldStream)
 
 FakeCastPortal::FakeCastPortal(const PrivateBus &bus, const PipeWireDaemon &daemon)
     : m_daemon(daemon), m_bus(bus.connect(CONNECTION))
