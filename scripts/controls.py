@@ -1,6 +1,8 @@
 #!/usr/bin/python3
 """controls.py click NAME: finds a control of the window in front by the name that it tells a screen
-reader and clicks it with the mouse. As a module: the same for scripts that drive the window.
+reader and clicks it with the mouse. controls.py press NAME: presses it as a screen reader does, for
+desktops without a mouse. controls.py find NAME: waits until it is shown. As a module: the same for
+scripts that drive the window.
 
 The program tells its controls only where QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1 is set or a screen
 reader runs. Runs on the distribution's Python, which its bindings of the bus belong to."""
@@ -102,7 +104,17 @@ def click(name):
     hands("click", 1)
 
 
+def press(name):
+    """By the accessibility bus alone."""
+    control = find(name)
+    actions = [Atspi.Action.get_action_name(control, number)
+               for number in range(Atspi.Action.get_n_actions(control))]
+    if "Press" not in actions or not Atspi.Action.do_action(control, actions.index("Press")):
+        sys.exit(f"cannot be pressed: {name}")
+
+
 if __name__ == "__main__":
-    if len(sys.argv) != 3 or sys.argv[1] != "click":
+    commands = {"click": click, "press": press, "find": find}
+    if len(sys.argv) != 3 or sys.argv[1] not in commands:
         sys.exit(__doc__)
-    click(sys.argv[2])
+    commands[sys.argv[1]](sys.argv[2])
