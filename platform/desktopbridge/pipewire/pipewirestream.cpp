@@ -56,9 +56,11 @@ struct PipeWireStream::Events {
 };
 
 PipeWireStream::PipeWireStream(PipeWireRemote &remote, quint32 node, quint32 framesPerSecond)
+    // WirePlumber 0.5 tells the end of the producer only to streams that take no other.
     : m_stream(pw_stream_new(remote.core(), "Yestermark",
                              pw_properties_new(PW_KEY_MEDIA_TYPE, "Video", PW_KEY_MEDIA_CATEGORY,
-                                               "Capture", PW_KEY_MEDIA_ROLE, "Screen", nullptr)))
+                                               "Capture", PW_KEY_MEDIA_ROLE, "Screen",
+                                               "node.dont-fallback", "true", nullptr)))
 {
     if (m_stream) {
         start(node, framesPerSecond);
