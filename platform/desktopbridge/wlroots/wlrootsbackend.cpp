@@ -19,7 +19,7 @@ WlrootsBackend::WlrootsBackend(const std::shared_ptr<WaylandConnection> &connect
     : m_connection(connection)
     , m_outputs(connection)
     , m_grabber(connection, m_outputs)
-    , m_damage(connection, m_outputs)
+    , m_damage(connection, m_outputs, m_grabber)
     , m_ipc(findCompositorIpc(connection->compositorProcess()))
 {
     connect(m_connection.get(), &WaylandConnection::lost, this, &ScreenBackend::lost);

@@ -1,11 +1,16 @@
 #include "desktopbridge/wlroots/wlrootsdamage.h"
 
 #include "desktopbridge/wlroots/framepixels.h"
+#include "desktopbridge/wlroots/wlrootsgrabber.h"
 
 namespace
 {
 // No event tells that an output is on again; until it is, nothing on it changes.
 constexpr int RETRY_TIME = 5000;
+
+// While a window covers the whole output, compositors until wlroots 0.16 hand its buffer to the
+// hardware and report everything as drawn whenever they are asked.
+constexpr int TIME_AFTER_NOTHING = 1000;
 } // namespace
 
 struct WlrootsDamage::Watch {
@@ -15,15 +20,15 @@ struct WlrootsDamage::Watch {
 };
 
 WlrootsDamage::WlrootsDamage(const std::shared_ptr<WaylandConnection> &connection,
-                             const WaylandOutputs &outputs)
+                             const WaylandOutputs &outputs, const WlrootsGrabber &grabber)
     : m_connection(connection)
     , m_outputs(outputs)
+    , m_grabber(grabber)
     , m_shm(connection->bindFirst<wl_shm>(wl_shm_interface, 1))
     , m_manager(connection->bindFirst<zwlr_screencopy_manager_v1>(
           zwlr_screencopy_manager_v1_interface, SCREENCOPY_VERSION))
 {
     m_retry.setSingleShot(true);
-    m_retry.setInterval(RETRY_TIME);
     connect(&m_retry, &QTimer::timeout, this, &WlrootsDamage::armAll);
 }
 
@@ -110,16 +115,25 @@ void WlrootsDamage::onFrameChanged(quint32 global)
         }
     }
     const bool isReady = frame.state() == ScreencopyFrame::State::Ready;
-    if (isReady) {
+    const bool isDifferent = isReady && differs(watch);
+    if (isDifferent) {
         noteDamage(watch);
     }
     watch.frame.reset();
-    if (!isReady) {
-        m_retry.start();
+    if (!isDifferent) {
+        m_retry.start(isReady ? TIME_AFTER_NOTHING : RETRY_TIME);
     } else if (!m_isTold) {
         m_isTold = true;
         Q_EMIT damaged();
     }
+}
+
+bool WlrootsDamage::differs(const Watch &watch) const
+{
+    const SharedBuffer &buffer = *watch.buffer;
+    return !m_grabber.lastWas(watch.output,
+                              {buffer.row(0), buffer.size(), buffer.stride(), buffer.format(),
+                               watch.frame->isInverted(), watch.output.transform});
 }
 
 void WlrootsDamage::noteDamage(Watch &watch)

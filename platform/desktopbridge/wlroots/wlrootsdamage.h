@@ -10,17 +10,20 @@
 
 #include <map>
 
+class WlrootsGrabber;
+
 class WlrootsDamage : public QObject
 {
     Q_OBJECT
 
 public:
-    /// @p outputs must outlive this object.
+    /// @p outputs and @p grabber must outlive this object.
     WlrootsDamage(const std::shared_ptr<WaylandConnection> &connection,
-                  const WaylandOutputs &outputs);
+                  const WaylandOutputs &outputs, const WlrootsGrabber &grabber);
     ~WlrootsDamage() override;
 
-    /// False if the compositor cannot tell. At first everything counts as drawn.
+    /// False if the compositor cannot tell. At first everything counts as drawn but for what the
+    /// last picture shows already.
     bool start();
     void stop();
 
@@ -40,10 +43,12 @@ private:
     void arm(const WaylandOutput &output);
     void armAll();
     void onFrameChanged(quint32 global);
+    bool differs(const Watch &watch) const;
     void noteDamage(Watch &watch);
 
     std::shared_ptr<WaylandConnection> m_connection;
     const WaylandOutputs &m_outputs;
+    const WlrootsGrabber &m_grabber;
     WaylandPtr<wl_shm> m_shm;
     // Of its own: damage is counted from the last copy that was asked of the same manager.
     ScreencopyManagerPtr m_manager;
@@ -51,5 +56,5 @@ private:
     QVector<QRect> m_areas;
     bool m_isWatching = false;
     bool m_isTold = false;
-    QTimer m_retry; // for outputs that give no picture, such as one that is off
+    QTimer m_retry; // for outputs that are not watched at the moment: off, or nothing is new
 };

@@ -4,15 +4,23 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace
 {
-constexpr size_t MOST_IDLE_BUFFERS = 2; // one to copy into while the other is the last picture
+// One to copy into beside the picture that others compare with and the last one.
+constexpr size_t MOST_IDLE_BUFFERS = 3;
 
-// Regions are asked for in logical units; with a fraction in the scale nobody knows which pixels
-// the compositor takes for them.
-int wholeScale(const OutputGeometry &geometry)
+// The scale of an output of which a region may be asked for, else 0. Regions are told in logical
+// units: with a fraction in the scale nobody knows which pixels the compositor takes for them. And
+// wlroots 0.15 turns the region the wrong way round where the output is turned by 90 or 270.
+int scaleForRegions(const WaylandOutput &output)
 {
+    if (output.transform == OutputTransform::Turned90 ||
+        output.transform == OutputTransform::Turned270) {
+        return 0;
+    }
+    const OutputGeometry &geometry = output.geometry;
     const int scale = int(std::lround(geometry.scale()));
     return geometry.logical.size() * scale == geometry.devicePixels ? scale : 0;
 }
@@ -71,8 +79,9 @@ void WlrootsGrabber::forgetKept()
 PicturePtr WlrootsGrabber::fetchPart(const WaylandOutput &output, const QRect &area)
 {
     const bool isPart = area != output.screen;
-    auto kept = std::find_if(m_kept.begin(), m_kept.end(),
-                             [&](const Shot &shot) { return shot.area.contains(area); });
+    m_last.remove(output.global);
+    const auto kept = std::find_if(m_kept.begin(), m_kept.end(),
+                                   [&](const Shot &shot) { return shot.area.contains(area); });
     Shot shot;
     if (isPart && kept != m_kept.end()) {
         shot = *kept;
@@ -82,20 +91,35 @@ PicturePtr WlrootsGrabber::fetchPart(const WaylandOutput &output, const QRect &a
         m_kept.push_back(shot);
     }
     m_fetchedPart = m_fetchedPart || isPart;
-    if (shot.area == area && shot.pixels.isPlain()) {
-        // Only the memory goes along: the buffer's proxy belongs to the main thread.
-        const std::shared_ptr<SharedMemory> memory = shot.buffer->shared->memory();
-        const std::shared_ptr<std::atomic_bool> isHeld = shot.buffer->isHeld;
-        isHeld->store(true, std::memory_order_release);
-        return makePicture(area, std::shared_ptr<const quint32>(
-                                     reinterpret_cast<const quint32 *>(memory->data()),
-                                     [memory, isHeld](const quint32 * /*pixels*/) {
-                                         isHeld->store(false, std::memory_order_release);
-                                     }));
+    if (!isPart && shot.pixels.isPlain()) {
+        const PicturePtr picture = makePicture(area, pixelsOf(*shot.buffer));
+        m_last.insert(output.global, picture);
+        return picture;
     }
     const std::shared_ptr<quint32> pixels = blackPixels(area.size());
     copyFramePixels(shot.pixels, area.translated(-shot.area.topLeft()), pixels.get(), area.width());
     return makePicture(area, pixels);
+}
+
+// Only the memory goes along: the buffer's proxy belongs to the main thread.
+std::shared_ptr<const quint32> WlrootsGrabber::pixelsOf(const Buffer &buffer)
+{
+    const std::shared_ptr<SharedMemory> memory = buffer.shared->memory();
+    const std::shared_ptr<std::atomic_bool> isHeld = buffer.isHeld;
+    isHeld->store(true, std::memory_order_release);
+    return {reinterpret_cast<const quint32 *>(memory->data()),
+            [memory, isHeld](const quint32 * /*pixels*/) {
+                isHeld->store(false, std::memory_order_release);
+            }};
+}
+
+bool WlrootsGrabber::lastWas(const WaylandOutput &output, const FramePixels &pixels) const
+{
+    const PicturePtr last = m_last.value(output.global);
+    return last && pixels.isPlain() && last->area == output.screen &&
+           last->area.size() == pixels.size &&
+           std::memcmp(last->pixels.get(), pixels.data,
+                       size_t(pixels.stride) * size_t(pixels.size.height())) == 0;
 }
 
 PicturePtr WlrootsGrabber::fetchComposed(const QRect &area)
@@ -106,6 +130,7 @@ PicturePtr WlrootsGrabber::fetchComposed(const QRect &area)
         if (part.isEmpty()) {
             continue;
         }
+        m_last.remove(output.global);
         Shot shot;
         if (!capture(output, output.screen, shot)) {
             return nullptr;
@@ -145,7 +170,7 @@ bool WlrootsGrabber::capture(const WaylandOutput &output, const QRect &area, Sho
 zwlr_screencopy_frame_v1 *WlrootsGrabber::ask(const WaylandOutput &output, const QRect &area,
                                               QRect &asked)
 {
-    const int scale = wholeScale(output.geometry);
+    const int scale = scaleForRegions(output);
     if (scale == 0 || area == output.screen) {
         asked = output.screen;
         return zwlr_screencopy_manager_v1_capture_output(m_ownManager.get(), 0, output.proxy);

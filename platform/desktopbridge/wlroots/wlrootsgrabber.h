@@ -8,6 +8,7 @@
 #include "desktopbridge/wlroots/framepixels.h"
 #include "desktopbridge/wlroots/screencopyframe.h"
 
+#include <QHash>
 #include <QSet>
 
 #include <atomic>
@@ -28,6 +29,10 @@ public:
     /// From now on parts are fetched anew: see fetchPart().
     void forgetKept();
 
+    /// True if the last picture of the output showed all of it and just these pixels. Whoever was
+    /// given that picture has nothing new to see.
+    bool lastWas(const WaylandOutput &output, const FramePixels &pixels) const;
+
 private:
     struct Buffer {
         std::unique_ptr<SharedBuffer> shared;
@@ -43,6 +48,7 @@ private:
 
     PicturePtr fetchPart(const WaylandOutput &output, const QRect &area);
     PicturePtr fetchComposed(const QRect &area);
+    static std::shared_ptr<const quint32> pixelsOf(const Buffer &buffer);
     bool capture(const WaylandOutput &output, const QRect &area, Shot &shot);
     zwlr_screencopy_frame_v1 *ask(const WaylandOutput &output, const QRect &area, QRect &asked);
     std::shared_ptr<Buffer> bufferFor(const ScreencopyFrame &frame, bool isWhole);
@@ -57,5 +63,6 @@ private:
     std::vector<std::shared_ptr<Buffer>> m_buffers;             // used again once nobody holds them
     std::vector<Shot> m_kept;                                   // whole outputs, for further parts
     bool m_fetchedPart = false;
-    QSet<quint32> m_dark; // outputs without a picture, by their global
+    QHash<quint32, PicturePtr> m_last; // of whole outputs, by their global
+    QSet<quint32> m_dark;              // outputs without a picture, by their global
 };

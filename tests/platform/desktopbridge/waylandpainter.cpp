@@ -71,6 +71,20 @@ bool WaylandPainter::showFullScreen(int output, int scale, QRgb colour)
     if (output >= int(m_outputs.size())) {
         return false;
     }
+    makeWindow(scale);
+    xdg_toplevel_set_fullscreen(m_toplevel.get(), m_outputs[size_t(output)].get());
+    return showAsSoonAs([this] { return m_isFullScreen && !m_size.isEmpty(); }, colour);
+}
+
+bool WaylandPainter::showWindow(int scale, QRgb colour)
+{
+    close();
+    makeWindow(scale);
+    return showAsSoonAs([this] { return !m_size.isEmpty(); }, colour);
+}
+
+void WaylandPainter::makeWindow(int scale)
+{
     m_scale = scale;
     m_surface.reset(wl_compositor_create_surface(m_compositor.get()));
     wl_surface_set_buffer_scale(m_surface.get(), scale);
@@ -80,21 +94,23 @@ bool WaylandPainter::showFullScreen(int output, int scale, QRgb colour)
     xdg_toplevel_add_listener(m_toplevel.get(), &TOPLEVEL_LISTENER, this);
     xdg_toplevel_set_title(m_toplevel.get(), "painter");
     xdg_toplevel_set_app_id(m_toplevel.get(), "yestermark-painter");
-    xdg_toplevel_set_fullscreen(m_toplevel.get(), m_outputs[size_t(output)].get());
+}
+
+bool WaylandPainter::showAsSoonAs(const std::function<bool()> &isPlaced, QRgb colour)
+{
     wl_surface_commit(m_surface.get());
     if (!waitFor([this] { return m_isConfigured; }, SHOW_TIME)) {
         return false;
     }
     // Some compositors tell the size only once the window is there.
-    const auto isPlaced = [this] { return m_isFullScreen && !m_size.isEmpty(); };
     if (!isPlaced()) {
-        m_canvas = QImage(FIRST_SIZE * scale, QImage::Format_RGB32);
+        m_canvas = QImage(FIRST_SIZE * m_scale, QImage::Format_RGB32);
         m_canvas.fill(colour);
         if (!commit(m_canvas.rect(), 0) || !waitFor(isPlaced, SHOW_TIME)) {
             return false;
         }
     }
-    m_canvas = QImage(m_size * scale, QImage::Format_RGB32);
+    m_canvas = QImage(m_size * m_scale, QImage::Format_RGB32);
     return fill(m_canvas.rect(), colour, SHOW_TIME);
 }
 

@@ -38,6 +38,10 @@ public:
     /// @p colour, with one pixel of it for each of the output's (@p scale is the output's, a whole
     /// number). True once it is on the screen.
     bool showFullScreen(int output = 0, int scale = 1, QRgb colour = 0xff303030);
+
+    /// The same as a plain window of the size that the compositor gives it: alone under sway it
+    /// covers the output, but is not handed to the hardware.
+    bool showWindow(int scale = 1, QRgb colour = 0xff303030);
     void close();
 
     /// The window's pixels as last painted; a null picture without a window.
@@ -53,6 +57,8 @@ public:
 
 private:
     static WaylandPainter &of(void *data) { return *static_cast<WaylandPainter *>(data); }
+    void makeWindow(int scale);
+    bool showAsSoonAs(const std::function<bool()> &isPlaced, QRgb colour);
     void configured(uint32_t serial);
     bool waitFor(const std::function<bool()> &done, int milliseconds);
     bool commit(const QRect &damage, int milliseconds);
