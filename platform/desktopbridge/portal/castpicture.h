@@ -1,6 +1,6 @@
 #pragma once
 // The picture of all monitors of one screen cast, put together from its streams. Owned by
-// PortalBackend, a new one for each session; main thread.
+// PortalCast, a new one for each session; main thread.
 
 #include "desktopbridge/picture.h"
 #include "desktopbridge/pipewire/pipewirestream.h"

@@ -1,7 +1,7 @@
 #pragma once
 // One screen cast session with the desktop portal: every monitor that the user lets us see, without
 // the pointer. From the first question to PipeWire's descriptor each step waits for the portal by
-// signal only. Owned by PortalBackend, a new one for each attempt; main thread.
+// signal only. Owned by PortalCast, a new one for each attempt; main thread.
 
 #include "desktopbridge/portal/caststream.h"
 #include "desktopbridge/portal/portalrequest.h"

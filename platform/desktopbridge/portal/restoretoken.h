@@ -1,7 +1,7 @@
 #pragma once
 // The word by which the portal knows that the user has already said yes, kept so that the question
 // comes once. Each word is good for one session, whose start gives the next one. Owned by
-// PortalBackend; main thread.
+// PortalCast; main thread.
 
 #include <QString>
 
