@@ -53,13 +53,10 @@ void FrameExtractor::setAbsoluteVideoName(const QString &name)
 bool FrameExtractor::loadResource()
 {
     unloadResource();
-    AVFormatContext *opened = nullptr;
-    if (avformat_open_input(&opened, m_absoluteVideoName.toUtf8().constData(), nullptr, nullptr) <
-        0) {
+    if (!openInput()) {
         qDebug() << "avformat_open_input fail" << m_absoluteVideoName;
         return false;
     }
-    m_formatContext.reset(opened);
     if (!findStream() || !openDecoder()) {
         unloadResource();
         return false;
@@ -80,11 +77,67 @@ bool FrameExtractor::loadResource()
     return true;
 }
 
+bool FrameExtractor::openInput()
+{
+    AVFormatContext *opened = nullptr;
+    const int result =
+        avformat_open_input(&opened, m_absoluteVideoName.toUtf8().constData(), nullptr, nullptr);
+    m_formatContext.reset(result < 0 ? nullptr : opened);
+    return result >= 0;
+}
+
+/// As the container tells it.
+FrameExtractor::Setup FrameExtractor::setupOf() const
+{
+    if (m_formatContext->nb_streams != 1) {
+        return {};
+    }
+    const AVCodecParameters *stream = m_formatContext->streams[0]->codecpar;
+    if (stream->codec_id != AV_CODEC_ID_H264 || stream->extradata_size <= 0) {
+        return {};
+    }
+    return {stream->codec_id,
+            QByteArray(reinterpret_cast<const char *>(stream->extradata), stream->extradata_size),
+            {stream->width, stream->height}};
+}
+
+/// The library decodes a picture to learn its format, nine tenths of the time in which a file of
+/// 1920x1080 opens. A file whose decoder is set up by the same bytes as the one's before, as those
+/// of one recorder are, has the same: then nothing is decoded.
+int FrameExtractor::findStreamInfo()
+{
+    AVFormatContext *context = m_formatContext.get();
+    const Setup setup = setupOf();
+    const Learnt learnt = std::exchange(m_learnt, {});
+    if (setup.codec != AV_CODEC_ID_NONE && setup == learnt.setup) {
+        AVCodecParameters *stream = context->streams[0]->codecpar;
+        stream->format = learnt.format;
+        AVDictionary *options = nullptr;
+        av_dict_set(&options, "skip_frame", "all", 0);
+        const int result = avformat_find_stream_info(context, &options);
+        av_dict_free(&options);
+        if (result < 0 || (stream->format == learnt.format && stream->video_delay == learnt.delay &&
+                           QSize(stream->width, stream->height) == setup.size)) {
+            m_learnt = learnt;
+            return result;
+        }
+        return openInput() ? findStreamInfo() : AVERROR(EIO);
+    }
+    const int result = avformat_find_stream_info(context, nullptr);
+    if (result >= 0 && setup.codec != AV_CODEC_ID_NONE) {
+        const AVCodecParameters *stream = context->streams[0]->codecpar;
+        if (setupOf() == setup && stream->format != AV_PIX_FMT_NONE) {
+            m_learnt = {setup, stream->format, stream->video_delay};
+        }
+    }
+    return result;
+}
+
 /// Without a video stream the last stream is taken, with no index: such a file opens, and every
 /// request to it finds nothing.
 bool FrameExtractor::findStream()
 {
-    if (avformat_find_stream_info(m_formatContext.get(), nullptr) < 0) {
+    if (findStreamInfo() < 0) {
         qDebug() << "avformat_find_stream_info fail";
         return false;
     }

@@ -6,8 +6,10 @@
 #include "video/avhandles.h"
 #include "video/groupreader.h"
 
+#include <QByteArray>
 #include <QImage>
 #include <QObject>
+#include <QSize>
 #include <QString>
 
 #include <memory>
@@ -49,6 +51,26 @@ public:
     void clearVideoFile();
 
 private:
+    /// What decides how the pictures of a file with one stream are decoded.
+    struct Setup {
+        AVCodecID codec = AV_CODEC_ID_NONE; ///< none: of no such file
+        QByteArray bytes;                   ///< for the decoder
+        QSize size;
+        bool operator==(const Setup &other) const
+        {
+            return codec == other.codec && bytes == other.bytes && size == other.size;
+        }
+    };
+    /// What the library found out about such pictures by decoding the first of them.
+    struct Learnt {
+        Setup setup;
+        int format = AV_PIX_FMT_NONE;
+        int delay = 0;
+    };
+
+    bool openInput();
+    Setup setupOf() const;
+    int findStreamInfo();
     bool findStream();
     bool openDecoder();
     qint64 timestampOf(int frameIndex) const;
@@ -59,6 +81,7 @@ private:
     QImage pictureOf(const AVFrame *frame) const;
 
     QString m_productionLine;
+    Learnt m_learnt; ///< of the last file
     GroupReader::IsToStop m_isToStop = [] { return false; };
     bool m_isLoaded = false;
     QString m_absoluteVideoName;
