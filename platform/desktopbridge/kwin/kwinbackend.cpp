@@ -1,5 +1,6 @@
 #include "desktopbridge/kwin/kwinbackend.h"
 
+#include <QDBusConnectionInterface>
 #include <QDebug>
 
 #include <cstring>
@@ -8,6 +9,10 @@
 namespace
 {
 constexpr int RETRY_MS = 1000;
+
+// The first request makes KWin read all desktop files, which took half a second on a machine at
+// rest.
+constexpr int FIRST_PATIENCE_MS = 8000;
 
 // Copies what an output shows in @p part, given in pixels of the virtual screen, to a place where
 // rows are @p targetWidth pixels apart.
@@ -31,6 +36,14 @@ PicturePtr compose(const QVector<WaylandOutput> &outputs, const QRect &area, con
     return std::make_shared<const Picture>(Picture{area, pixels});
 }
 
+// True if the session is one of KWin on Wayland, whether or not KWin answers. KWin on X11 has the
+// name as well.
+bool isStarting(const QDBusConnection &bus)
+{
+    return qEnvironmentVariableIsSet("WAYLAND_DISPLAY") &&
+           bus.interface()->isServiceRegistered(QStringLiteral("org.kde.KWin")).value();
+}
+
 void copyRows(const Picture &source, const QRect &part, quint32 *target, int targetWidth)
 {
     const QPoint place = part.topLeft() - source.area.topLeft();
@@ -44,11 +57,15 @@ void copyRows(const Picture &source, const QRect &part, quint32 *target, int tar
 std::unique_ptr<KwinBackend> KwinBackend::connectToSession(QString &problem,
                                                            const QDBusConnection &bus)
 {
-    std::unique_ptr<KwinSession> session = KwinSession::open(problem);
+    const auto connection = WaylandConnection::connectToDisplay(problem);
+    if (!connection) {
+        return isStarting(bus) ? std::make_unique<KwinBackend>(nullptr, bus) : nullptr;
+    }
+    std::unique_ptr<KwinSession> session = KwinSession::over(connection, problem);
     if (!session) {
         return nullptr;
     }
-    problem = KwinScreenshots(bus).captureOnePixel(QPoint());
+    problem = KwinScreenshots(bus, FIRST_PATIENCE_MS).captureOnePixel(QPoint());
     return problem.isEmpty() ? std::make_unique<KwinBackend>(std::move(session), bus) : nullptr;
 }
 
@@ -58,7 +75,11 @@ KwinBackend::KwinBackend(std::unique_ptr<KwinSession> session, const QDBusConnec
 {
     m_retry.setInterval(RETRY_MS);
     connect(&m_retry, &QTimer::timeout, this, &KwinBackend::tryAgain);
-    adopt(std::move(session));
+    if (session) {
+        adopt(std::move(session));
+    } else {
+        waitForKwin(QStringLiteral("KWin does not answer"));
+    }
 }
 
 KwinBackend::~KwinBackend() = default;
@@ -82,11 +103,16 @@ void KwinBackend::adopt(std::unique_ptr<KwinSession> session)
 void KwinBackend::onGone()
 {
     m_session.reset();
-    m_problem = QStringLiteral("KWin is gone");
-    qWarning() << "KWin is gone: waiting for the next one";
+    waitForKwin(QStringLiteral("KWin is gone"));
+    Q_EMIT layoutChanged();
+}
+
+void KwinBackend::waitForKwin(const QString &problem)
+{
+    m_problem = problem;
+    qWarning("%s: waiting for it", qPrintable(problem));
     m_lostAfter.setRemainingTime(m_absence);
     m_retry.start();
-    Q_EMIT layoutChanged();
 }
 
 void KwinBackend::tryAgain()

@@ -3,8 +3,9 @@
 // from KWin's screenshot interface, changes from its streams, the active window from its window
 // management; KWin serves all three to programs whose desktop file asks for them.
 //
-// KWin may end and be started again, which Plasma does when it crashes. Until it is back there are
-// no pictures and problem() says why; then all goes on by itself, on the whole screen anew.
+// KWin may end and be started again, which Plasma does when it crashes, or be too busy with its own
+// start to answer. Until it is back there are no pictures and problem() says why; then all goes on
+// by itself, on the whole screen anew.
 
 #include "desktopbridge/kwin/kwinscreenshots.h"
 #include "desktopbridge/kwin/kwinsession.h"
@@ -18,11 +19,13 @@ class KwinBackend : public ScreenBackend
 
 public:
     /// Null, with the reason in @p problem, if the session's compositor is no KWin or does not
-    /// serve this process.
+    /// serve this process. Where KWin runs and does not answer yet there is a backend with a
+    /// problem().
     static std::unique_ptr<KwinBackend>
     connectToSession(QString &problem, const QDBusConnection &bus = QDBusConnection::sessionBus());
 
-    /// @p session was opened before. @p absence: milliseconds for KWin to come back after its end.
+    /// @p session was opened before; null to wait for KWin. @p absence: milliseconds for KWin to
+    /// come back before it counts as lost.
     KwinBackend(std::unique_ptr<KwinSession> session, const QDBusConnection &bus,
                 int absence = 30000);
     ~KwinBackend() override;
@@ -44,6 +47,7 @@ public:
 private:
     void adopt(std::unique_ptr<KwinSession> session);
     void onGone();
+    void waitForKwin(const QString &problem);
     void tryAgain();
     bool canShow(const QRect &area);
 

@@ -13,10 +13,13 @@ KwinSession::KwinSession(std::shared_ptr<WaylandConnection> wayland, int retry)
 
 std::unique_ptr<KwinSession> KwinSession::open(QString &problem, int retry)
 {
-    std::shared_ptr<WaylandConnection> connection = WaylandConnection::connectToDisplay(problem);
-    if (!connection) {
-        return nullptr;
-    }
+    const auto connection = WaylandConnection::connectToDisplay(problem);
+    return connection ? over(connection, problem, retry) : nullptr;
+}
+
+std::unique_ptr<KwinSession> KwinSession::over(const std::shared_ptr<WaylandConnection> &connection,
+                                               QString &problem, int retry)
+{
     if (!connection->findGlobal(GLOBAL_OF_KWIN)) {
         problem = QStringLiteral("the Wayland compositor is not KWin");
         return nullptr;

@@ -11,6 +11,11 @@ struct KwinSession {
     static std::unique_ptr<KwinSession> open(QString &problem,
                                              int retry = KwinScreencast::RETRY_MS);
 
+    /// The same over a connection that is there.
+    static std::unique_ptr<KwinSession> over(const std::shared_ptr<WaylandConnection> &connection,
+                                             QString &problem,
+                                             int retry = KwinScreencast::RETRY_MS);
+
     KwinSession(std::shared_ptr<WaylandConnection> wayland, int retry);
 
     std::shared_ptr<WaylandConnection> connection;

@@ -45,6 +45,7 @@ private Q_SLOTS:
     void pictureHasTheOutputsOwnPixels();
     void twoOutputsAreOneVirtualScreen();
     void comesBackWithTheNextKwin();
+    void aKwinThatDoesNotAnswerYetIsWaitedFor();
     void aKwinThatStaysAwayIsToldOnce();
     void withoutKwinThereIsNoBackend();
 
@@ -146,6 +147,22 @@ void KwinOutputsTest::comesBackWithTheNextKwin()
                  quint32(QCoreApplication::applicationPid()));
     QCOMPARE(log.count(QtWarningMsg, QStringLiteral("KWin is gone")), 1);
     QCOMPARE(log.count(QtInfoMsg, QStringLiteral("KWin is back")), 1);
+}
+
+void KwinOutputsTest::aKwinThatDoesNotAnswerYetIsWaitedFor()
+{
+    KwinProcess kwin(sized(320, 200));
+    QVERIFY(kwin.start());
+    kwin.stop();
+    QString problem;
+    const auto backend = KwinBackend::connectToSession(problem, kwin.bus());
+    QVERIFY2(backend, qPrintable(problem));
+    QCOMPARE(backend->problem(), QStringLiteral("KWin does not answer"));
+    QVERIFY(!backend->fetch(QRect(0, 0, 320, 200)));
+    QVERIFY(backend->startWatching());
+    kwin.resume();
+    QTRY_COMPARE_WITH_TIMEOUT(backend->problem(), QString(), PATIENCE_MS);
+    QTRY_VERIFY(backend->fetch(QRect(0, 0, 320, 200)));
 }
 
 void KwinOutputsTest::aKwinThatStaysAwayIsToldOnce()

@@ -5,6 +5,8 @@
 #include <QStandardPaths>
 #include <QTest>
 
+#include <csignal>
+
 namespace
 {
 const QString SOCKET = QStringLiteral("wayland-of-the-test");
@@ -77,4 +79,14 @@ void KwinProcess::kill()
     m_process.kill();
     m_process.waitForFinished();
     QFile::remove(socketPath());
+}
+
+void KwinProcess::stop()
+{
+    ::kill(pid_t(m_process.processId()), SIGSTOP);
+}
+
+void KwinProcess::resume()
+{
+    ::kill(pid_t(m_process.processId()), SIGCONT);
 }

@@ -26,6 +26,10 @@ public:
     /// Without a chance to say good-bye.
     void kill();
 
+    /// Lets it do nothing until resume().
+    void stop();
+    void resume();
+
     const QDBusConnection &bus() const { return m_connection; }
 
 private:
