@@ -13,6 +13,7 @@
 namespace
 {
 QString g_reason = QStringLiteral("PrivateSystem::enter() was not called");
+bool g_isOrdinaryUser = false;
 
 QString failed(const char *doing)
 {
@@ -31,6 +32,7 @@ bool writeText(const char *path, const QByteArray &text)
 QString leaveCommonMounts()
 {
     const uid_t user = getuid();
+    g_isOrdinaryUser = user != 0;
     const gid_t group = getgid();
     if (unshare(user == 0 ? CLONE_NEWNS : CLONE_NEWNS | CLONE_NEWUSER) != 0) {
         return failed("make mounts of one's own");
@@ -75,4 +77,9 @@ QString PrivateSystem::enter(const char *tool)
 QString PrivateSystem::whyNot()
 {
     return g_reason;
+}
+
+bool PrivateSystem::wasEnteredByOrdinaryUser()
+{
+    return g_isOrdinaryUser;
 }

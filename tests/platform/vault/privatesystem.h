@@ -12,4 +12,8 @@ QString enter(const char *tool);
 
 /// What enter() gave.
 QString whyNot();
+
+/// Whether it was no root who called enter(). Such a user is root of a user namespace from then on:
+/// the session bus takes it for somebody else.
+bool wasEnteredByOrdinaryUser();
 } // namespace PrivateSystem
