@@ -38,20 +38,24 @@ std::optional<quint32> HyprlandIpc::activeWindowPid() const
     return processOf(socket.receiveAll());
 }
 
+// The variable may be left over from another session.
 QByteArray HyprlandIpc::findSocket(qint64 compositorProcess)
 {
     const QString told = qEnvironmentVariable("HYPRLAND_INSTANCE_SIGNATURE");
+    QByteArray socketOfTold;
     for (const QString &path : instanceFolders()) {
         const QStringList instances = QDir(path).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
         for (const QString &instance : instances) {
             const QString folder = path + QLatin1Char('/') + instance;
-            if (instance == told ||
-                isLockOf(folder + QStringLiteral("/hyprland.lock"), compositorProcess)) {
+            if (isLockOf(folder + QStringLiteral("/hyprland.lock"), compositorProcess)) {
                 return socketIn(folder);
+            }
+            if (instance == told) {
+                socketOfTold = socketIn(folder);
             }
         }
     }
-    return {};
+    return socketOfTold;
 }
 
 std::optional<quint32> HyprlandIpc::processOf(const QByteArray &window)

@@ -32,7 +32,7 @@ std::optional<QJsonObject> findFocused(const QJsonObject &node)
     for (const char *children : {"nodes", "floating_nodes"}) {
         const QJsonArray nodes = node.value(QLatin1String(children)).toArray();
         for (const QJsonValue &child : nodes) {
-            const std::optional<QJsonObject> found = findFocused(child.toObject());
+            std::optional<QJsonObject> found = findFocused(child.toObject());
             if (found) {
                 return found;
             }
@@ -54,19 +54,20 @@ std::optional<quint32> SwayIpc::activeWindowPid() const
     }
     quint32 length = 0;
     std::memcpy(&length, header.constData() + MAGIC.size(), sizeof(length));
-    return focusedProcess(socket.receive(int(length)));
+    const QByteArray tree = socket.receive(int(length));
+    return quint32(tree.size()) == length ? focusedProcess(tree) : std::nullopt;
 }
 
 // Names end with the compositor's process id; a variable may be left over from another session.
 QByteArray SwayIpc::findSocket(qint64 compositorProcess)
 {
-    const QByteArray own = qgetenv("XDG_RUNTIME_DIR") + "/sway-ipc." +
-                           QByteArray::number(uint(::getuid())) + '.' +
-                           QByteArray::number(compositorProcess) + ".sock";
+    QByteArray own = qgetenv("XDG_RUNTIME_DIR") + "/sway-ipc." +
+                     QByteArray::number(uint(::getuid())) + '.' +
+                     QByteArray::number(compositorProcess) + ".sock";
     if (QFile::exists(QFile::decodeName(own))) {
         return own;
     }
-    const QByteArray told = qgetenv("SWAYSOCK");
+    QByteArray told = qgetenv("SWAYSOCK");
     return QFile::exists(QFile::decodeName(told)) ? told : QByteArray();
 }
 

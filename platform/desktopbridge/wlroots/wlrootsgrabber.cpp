@@ -92,7 +92,7 @@ PicturePtr WlrootsGrabber::fetchPart(const WaylandOutput &output, const QRect &a
     }
     m_fetchedPart = m_fetchedPart || isPart;
     if (!isPart && shot.pixels.isPlain()) {
-        const PicturePtr picture = makePicture(area, pixelsOf(*shot.buffer));
+        PicturePtr picture = makePicture(area, pixelsOf(*shot.buffer));
         m_last.insert(output.global, picture);
         return picture;
     }
