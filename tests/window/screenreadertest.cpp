@@ -113,7 +113,9 @@ void ScreenReaderTest::check(const QString &window, const QStringList &controls)
             continue;
         }
         QVERIFY2(!node.name.isEmpty(), qPrintable(node.role));
-        if (!node.isFocusable && !node.name.startsWith("tavel")) {
+        // Newer releases of the toolkit tell every text as focusable.
+        const bool isControl = node.isFocusable && node.role != "label";
+        if (!isControl && !node.name.startsWith("tavel")) {
             continue;
         }
         const QString told = node.name + " is a " + node.role;
