@@ -38,8 +38,10 @@ public:
         sockaddr_un address = {};
         address.sun_family = AF_UNIX;
         std::memcpy(address.sun_path, path.constData(), size_t(path.size()));
-        ::bind(m_socket, reinterpret_cast<const sockaddr *>(&address), sizeof(address));
-        ::listen(m_socket, 1);
+        if (::bind(m_socket, reinterpret_cast<const sockaddr *>(&address), sizeof(address)) != 0 ||
+            ::listen(m_socket, 1) != 0) {
+            qFatal("no socket");
+        }
         m_thread = std::thread([this, answer] {
             const int peer = ::accept(m_socket, nullptr, nullptr);
             char question[64];

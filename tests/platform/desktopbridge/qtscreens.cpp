@@ -1,4 +1,4 @@
-// Prints where Qt's xcb platform sees the screens, in its order, one "x y width height" a line.
+// Prints where Qt sees the screens, in its order, one "x y width height" a line.
 
 #include <QGuiApplication>
 #include <QScreen>

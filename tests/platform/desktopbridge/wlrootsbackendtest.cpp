@@ -32,6 +32,14 @@ QImage imageOf(const PicturePtr &picture)
     return image.convertToFormat(QImage::Format_ARGB32).convertToFormat(QImage::Format_RGB32);
 }
 
+// The screens of a program of the session, which takes the first one for the primary screen.
+QByteArray screensOfQt()
+{
+    QProcess program;
+    program.start(QStringLiteral(QT_SCREENS_PROGRAM), QStringList());
+    program.waitForFinished();
+    return program.readAllStandardOutput();
+}
 } // namespace
 
 class WlrootsBackendTest : public QObject
@@ -234,6 +242,7 @@ void WlrootsBackendTest::outputsOfDifferentScale()
         QStringLiteral("output %1 resolution 800x600 scale 2 position 640 0").arg(SECOND)));
     const QRect second(1280, 0, 800, 600);
     QVERIFY(waitForScreens({SCREEN, second}));
+    QCOMPARE(screensOfQt(), QByteArray("0 0 640 480\n640 0 400 300\n")); // in its own units
     QCOMPARE(m_backend->virtualScreen(), QRect(0, 0, 2080, 600));
     QCOMPARE(m_backend->tileEdge(), 16);
 
