@@ -96,10 +96,15 @@ struct FakeCompositor::Requests {
     }
 };
 
-void FakeCompositor::DisplayDelete::operator()(wl_display *display) const
+void FakeCompositor::ServerDelete::operator()(wl_display *display) const
 {
     wl_display_destroy_clients(display);
     wl_display_destroy(display);
+}
+
+void FakeCompositor::ServerDelete::operator()(wl_event_source *source) const
+{
+    wl_event_source_remove(source);
 }
 
 FakeCompositor::FakeCompositor(const QSize &output)
@@ -113,8 +118,10 @@ FakeCompositor::FakeCompositor(const QSize &output)
     wl_global_create(m_display.get(), &zkde_screencast_unstable_v1_interface, 1, this,
                      Requests::bindScreencast);
     wl_event_loop *loop = wl_display_get_event_loop(m_display.get());
-    wl_event_loop_add_fd(loop, m_end.get(), WL_EVENT_READABLE, Requests::endStreams, this);
-    wl_event_loop_add_fd(loop, m_stop.get(), WL_EVENT_READABLE, Requests::stop, this);
+    m_endSource.reset(
+        wl_event_loop_add_fd(loop, m_end.get(), WL_EVENT_READABLE, Requests::endStreams, this));
+    m_stopSource.reset(
+        wl_event_loop_add_fd(loop, m_stop.get(), WL_EVENT_READABLE, Requests::stop, this));
     wl_display_add_socket(m_display.get(), SOCKET);
     qputenv("WAYLAND_DISPLAY", SOCKET);
     m_thread = std::thread([this] { wl_display_run(m_display.get()); });
@@ -124,7 +131,6 @@ FakeCompositor::~FakeCompositor()
 {
     ::eventfd_write(m_stop.get(), 1);
     m_thread.join();
-    m_display.reset();
     qputenv("WAYLAND_DISPLAY", m_formerDisplay);
 }
 

@@ -15,6 +15,7 @@
 
 struct wl_client;
 struct wl_display;
+struct wl_event_source;
 struct wl_resource;
 
 class FakeCompositor
@@ -38,8 +39,9 @@ public:
 
 private:
     struct Requests;
-    struct DisplayDelete {
+    struct ServerDelete {
         void operator()(wl_display *display) const;
+        void operator()(wl_event_source *source) const;
     };
 
     const QByteArray m_formerDisplay;
@@ -51,6 +53,8 @@ private:
     std::vector<wl_resource *> m_streams; // the thread's
     FileDescriptor m_end;                 // an event counter: end the streams
     FileDescriptor m_stop;                // another: end the thread
-    std::unique_ptr<wl_display, DisplayDelete> m_display;
+    std::unique_ptr<wl_display, ServerDelete> m_display;
+    std::unique_ptr<wl_event_source, ServerDelete> m_endSource;
+    std::unique_ptr<wl_event_source, ServerDelete> m_stopSource;
     std::thread m_thread;
 };

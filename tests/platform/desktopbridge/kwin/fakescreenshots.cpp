@@ -2,6 +2,7 @@
 
 #include <QDBusMessage>
 
+#include <csignal>
 #include <unistd.h>
 
 namespace
@@ -15,6 +16,7 @@ FakeScreenshots::FakeScreenshots(const FakeBehaviour &behaviour)
     : m_bus(QDBusConnection::connectToBus(QDBusConnection::SessionBus, CONNECTION))
     , m_behaviour(behaviour)
 {
+    std::signal(SIGPIPE, SIG_IGN); // KWin too survives a reader that closes early
     moveToThread(&m_thread);
     m_thread.start();
     m_bus.registerObject(PATH, this, QDBusConnection::ExportAllSlots);

@@ -250,7 +250,7 @@ void KwinBackendTest::signalsAroundTheThreshold()
     QVERIFY(watch.watch(90.0));
     QVERIFY(watch.takePicture(SCREEN));
     QVERIFY(painter->fill(QRect(TILE, TILE, 17 * TILE, TILE), 0xffffffff));
-    QVERIFY(!changed.wait(3000));
+    QVERIFY(!changed.wait(2000));
     QVERIFY(painter->fill(QRect(18 * TILE, TILE, 1, 1), 0xffffffff));
     QVERIFY(changed.wait(PATIENCE_MS));
     QCOMPARE(changed.first().first().toDouble(), 90.0);
@@ -266,7 +266,7 @@ void KwinBackendTest::takingPicturesDoesNotCountAsChange()
     ContentWatch watch(*backend);
     QSignalSpy changed(&watch, &ContentWatch::changed);
     QVERIFY(watch.watch(1.0));
-    for (int count = 0; count < 3; ++count) {
+    for (int count = 0; count < 2; ++count) {
         QVERIFY(watch.takePicture(SCREEN));
         QVERIFY(!changed.wait(1500));
     }
@@ -286,7 +286,7 @@ void KwinBackendTest::withoutPipeWireItLooksEverySoOften()
     m_pipewire->kill();
     QSignalSpy damaged(backend.get(), &ScreenBackend::damaged);
     QVERIFY(backend->startWatching());
-    for (int count = 0; count < 3; ++count) {
+    for (int count = 0; count < 2; ++count) {
         QVERIFY(damaged.wait(PATIENCE_MS));
         QCOMPARE(backend->takeDamage(), QVector<QRect>{SCREEN});
     }
