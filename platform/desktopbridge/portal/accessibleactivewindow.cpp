@@ -21,6 +21,7 @@ const QString LOCAL = QStringLiteral("org.freedesktop.DBus.Local");
 
 constexpr int RESTART_MS = 1000;
 constexpr int SEARCH_MS = 300;
+constexpr int MOST_SEARCHES = 4;          // within half a minute
 constexpr quint32 ACTIVE_STATE = 1U << 1; // of the first of the words that make up a state
 
 QDBusMessage call(const QString &service, const QString &path, const QString &interface,
@@ -66,8 +67,7 @@ AccessibleActiveWindow::AccessibleActiveWindow(const QDBusConnection &session)
     : m_session(session), m_name(QStringLiteral("accessibility of %1").arg(quintptr(this)))
 {
     m_search.setSingleShot(true);
-    m_search.setInterval(SEARCH_MS);
-    connect(&m_search, &QTimer::timeout, this, &AccessibleActiveWindow::findActive);
+    connect(&m_search, &QTimer::timeout, this, &AccessibleActiveWindow::search);
     m_programs.setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
     connect(&m_programs, &QDBusServiceWatcher::serviceUnregistered, this,
             [this](const QString &program) {
@@ -125,6 +125,7 @@ void AccessibleActiveWindow::join(const QString &address)
     m_programs.setConnection(bus);
     listen(true);
     registerEvents();
+    searchSoon();
     findActive();
 }
 
@@ -159,6 +160,8 @@ void AccessibleActiveWindow::listen(bool on)
     each(QStringLiteral("Destroy"), SLOT(onDeactivate(QDBusMessage)));
     ((*m_bus).*connectOrNot)(any, LOCAL_PATH, LOCAL, QStringLiteral("Disconnected"), this,
                              SLOT(onDisconnected()));
+    ((*m_bus).*connectOrNot)(BUS, BUS_PATH, BUS, QStringLiteral("NameOwnerChanged"), this,
+                             SLOT(onOwnerChanged(QString, QString, QString)));
 }
 
 // Toolkits send only what somebody has registered for.
@@ -241,7 +244,30 @@ void AccessibleActiveWindow::setActive(const Window &window)
 void AccessibleActiveWindow::clear()
 {
     m_window = Window();
-    m_search.start();
+    searchSoon();
+}
+
+void AccessibleActiveWindow::searchSoon()
+{
+    m_searches = 0;
+    m_search.start(SEARCH_MS);
+}
+
+void AccessibleActiveWindow::search()
+{
+    if (++m_searches < MOST_SEARCHES) {
+        m_search.start(SEARCH_MS << (2 * m_searches));
+    }
+    findActive();
+}
+
+// A program that has just joined may have its window active before it knows who listens.
+void AccessibleActiveWindow::onOwnerChanged(const QString &name, const QString & /*before*/,
+                                            const QString &now)
+{
+    if (name.startsWith(QLatin1Char(':')) && !now.isEmpty() && m_window.program.isEmpty()) {
+        searchSoon();
+    }
 }
 
 // Its launcher starts another one for whoever asks.

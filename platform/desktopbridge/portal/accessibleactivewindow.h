@@ -33,6 +33,7 @@ private Q_SLOTS:
     void onActivate(const QDBusMessage &event);
     void onDeactivate(const QDBusMessage &event);
     void onDisconnected();
+    void onOwnerChanged(const QString &name, const QString &before, const QString &now);
 
 private:
     struct Window {
@@ -50,6 +51,8 @@ private:
     void leave();
     void registerEvents();
     void listen(bool on);
+    void searchSoon();
+    void search();
     void findActive();
     void askWindowsOf(const QString &program, const QString &path, int search);
     void askWhetherActive(const Window &window, int search);
@@ -64,7 +67,8 @@ private:
     Window m_window;
     QHash<QString, quint32> m_processIds; // of programs that have had the active window
     bool m_running = false;
-    QTimer m_search;  // for the active window, where none has said that it is
-    int m_epoch = 0;  // an answer to a question of before the latest start or stop is stale
-    int m_events = 0; // told by programs so far
+    QTimer m_search;    // for the active window, where none has said that it is
+    int m_searches = 0; // in a row
+    int m_epoch = 0;    // an answer to a question of before the latest start or stop is stale
+    int m_events = 0;   // told by programs so far
 };
