@@ -38,11 +38,13 @@ set(depends
     qml-module-qtquick-layouts
     qml-module-qtquick-shapes
     qml-module-qtquick-window2
-    qml-module-qtquick2)
+    qml-module-qtquick2
+    qtwayland5)
 list(JOIN depends ", " CPACK_DEBIAN_PACKAGE_DEPENDS)
-# The encrypted box; help pages; text of the interface in either language; a Wayland session.
+# The active window where only the portal shows the screen; text of the interface in either language;
+# the encrypted box; the stream of pictures under Wayland; help pages.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
-    "gocryptfs, fonts-dejavu-core | fonts-noto-core, fonts-noto-cjk | fonts-wqy-microhei, qtwayland5, xdg-utils")
+    "at-spi2-core, fonts-dejavu-core | fonts-noto-core, fonts-noto-cjk | fonts-wqy-microhei, gocryptfs, pipewire, xdg-utils")
 # Where the box's key is kept; what reads where the models cannot; what the installer of models runs.
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS
     "gnome-keyring, tesseract-ocr-eng, tesseract-ocr-chi-sim, python3-pip")

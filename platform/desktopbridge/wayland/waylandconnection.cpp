@@ -55,7 +55,8 @@ const wl_registry_listener WaylandConnection::REGISTRY_LISTENER = {
         Q_EMIT self->globalRemoved(name);
     }};
 
-std::shared_ptr<WaylandConnection> WaylandConnection::connectToDisplay(QString &problem)
+std::shared_ptr<WaylandConnection> WaylandConnection::connectToDisplay(QString &problem,
+                                                                       int milliseconds)
 {
     WaylandPtr<wl_display> display = openDisplay();
     if (!display) {
@@ -63,7 +64,7 @@ std::shared_ptr<WaylandConnection> WaylandConnection::connectToDisplay(QString &
         return nullptr;
     }
     std::shared_ptr<WaylandConnection> connection(new WaylandConnection(display.release()));
-    if (!connection->roundTrip()) {
+    if (!connection->roundTrip(milliseconds)) {
         problem = QStringLiteral("the Wayland compositor does not answer");
         return nullptr;
     }

@@ -28,12 +28,18 @@ public:
     /// How long a compositor may take for an answer before it counts as silent, in milliseconds.
     static constexpr int ANSWER_TIME = 2000;
 
+    /// The same where nobody is served yet: a compositor that has just started on a busy machine
+    /// took more than two seconds. Two of these stay below the bus's 25 seconds for a service to
+    /// start.
+    static constexpr int FIRST_ANSWER_TIME = 10000;
+
     /// Connects to the display that the environment names or, where it names none, to the only
     /// socket "wayland-N" in the runtime directory: a process that the bus starts may lack the
     /// variable. Never beside an X display, unless the session says that it is a Wayland one. The
-    /// globals are known when this returns. Null on failure or silence, with the reason in @p
-    /// problem.
-    static std::shared_ptr<WaylandConnection> connectToDisplay(QString &problem);
+    /// globals are known when this returns. Null on failure or after @p milliseconds of silence,
+    /// with the reason in @p problem.
+    static std::shared_ptr<WaylandConnection> connectToDisplay(QString &problem,
+                                                               int milliseconds = ANSWER_TIME);
 
     ~WaylandConnection() override;
 

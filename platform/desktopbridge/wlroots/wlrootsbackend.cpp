@@ -3,7 +3,7 @@
 std::unique_ptr<WlrootsBackend> WlrootsBackend::connectToDisplay(QString &problem)
 {
     const std::shared_ptr<WaylandConnection> connection =
-        WaylandConnection::connectToDisplay(problem);
+        WaylandConnection::connectToDisplay(problem, WaylandConnection::FIRST_ANSWER_TIME);
     if (!connection) {
         return nullptr;
     }

@@ -72,6 +72,7 @@ private Q_SLOTS:
     void outputComesAndGoes();
     void endOfTheCompositorIsTold();
     void silentCompositorIsGivenUp();
+    void slowCompositorIsWaitedForAtTheStart();
 
     void processOfTheActiveWindow();
 
@@ -466,6 +467,25 @@ void WlrootsBackendTest::silentCompositorIsGivenUp()
     QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
     ::kill(pid_t(sway.processId()), SIGCONT);
     QTRY_VERIFY_WITH_TIMEOUT(m_backend->fetch(SCREEN), LONG);
+    cleanup();
+}
+
+void WlrootsBackendTest::slowCompositorIsWaitedForAtTheStart()
+{
+    const PrivateSway sway(PrivateSway::Headless, SCREEN_SIZE);
+    QVERIFY(sway.isRunning());
+    ::kill(pid_t(sway.processId()), SIGSTOP);
+    QElapsedTimer timer;
+    timer.start();
+    ChildProcess waker; // connecting holds this thread
+    waker.start(
+        QStringLiteral("sh"),
+        {QStringLiteral("-c"), QStringLiteral("sleep 3; kill -CONT %1").arg(sway.processId())});
+    QString problem;
+    m_backend = WlrootsBackend::connectToDisplay(problem);
+    QVERIFY2(m_backend, qPrintable(problem));
+    QVERIFY2(timer.elapsed() >= 2500, qPrintable(QString::number(timer.elapsed())));
+    QVERIFY(m_backend->fetch(SCREEN));
     cleanup();
 }
 
