@@ -66,10 +66,10 @@ void FramePixelsTest::formats_data()
     QTest::newRow("RGB888") << uint(WL_SHM_FORMAT_RGB888) << Bytes{0x56, 0x34, 0x12, 0} << colour;
     QTest::newRow("BGR888") << uint(WL_SHM_FORMAT_BGR888) << Bytes{0x12, 0x34, 0x56, 0} << colour;
     // 0x048 << 20 | 0x0d3 << 10 | 0x15a, each ten bits of which the upper eight count.
-    QTest::newRow("XRGB2101010") << uint(WL_SHM_FORMAT_XRGB2101010)
-                                 << Bytes{0x5a, 0x4d, 0x83, 0xc4} << colour;
-    QTest::newRow("XBGR2101010") << uint(WL_SHM_FORMAT_XBGR2101010)
-                                 << Bytes{0x48, 0x4c, 0xa3, 0xd5} << colour;
+    QTest::newRow("XRGB2101010") << uint(WL_SHM_FORMAT_XRGB2101010) << Bytes{0x5a, 0x4d, 0x83, 0xc4}
+                                 << colour;
+    QTest::newRow("XBGR2101010") << uint(WL_SHM_FORMAT_XBGR2101010) << Bytes{0x48, 0x4c, 0xa3, 0xd5}
+                                 << colour;
 }
 
 void FramePixelsTest::formats()
@@ -78,7 +78,7 @@ void FramePixelsTest::formats()
     QFETCH(Bytes, bytes);
     QFETCH(uint, colour);
     QVERIFY(isKnownFormat(format));
-    const FramePixels frame{bytes.constData(), QSize(1, 1), 4, format, false,
+    const FramePixels frame{bytes.constData(),      QSize(1, 1), 4, format, false,
                             OutputTransform::Normal};
     quint32 pixel = 0;
     copyFramePixels(frame, QRect(0, 0, 1, 1), &pixel, 1);
@@ -130,8 +130,7 @@ void FramePixelsTest::turns()
         QCOMPARE(seenArea(pixel, size, transform),
                  QRect(place % seenSize.width(), place / seenSize.width(), 1, 1));
     }
-    QCOMPARE(seenArea(QRect(QPoint(0, 0), size), size, transform),
-             QRect(QPoint(0, 0), seenSize));
+    QCOMPARE(seenArea(QRect(QPoint(0, 0), size), size, transform), QRect(QPoint(0, 0), seenSize));
 }
 
 void FramePixelsTest::rowsFromBelow()
