@@ -2,7 +2,6 @@
 
 #include <QDBusConnectionInterface>
 #include <QDBusReply>
-#include <QDir>
 #include <QFile>
 #include <QTest>
 
@@ -36,26 +35,6 @@ void killOwners()
         }
         QTRY_COMPARE(ownerOf(name), 0U);
     }
-}
-
-qint64 wakeUps(uint process)
-{
-    qint64 sum = 0;
-    const QString folder = QStringLiteral("/proc/%1/task").arg(process);
-    const QStringList tasks = QDir(folder).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
-    for (const QString &task : tasks) {
-        QFile file(folder + QLatin1Char('/') + task + QStringLiteral("/status"));
-        if (!file.open(QFile::ReadOnly)) {
-            continue;
-        }
-        const QList<QByteArray> lines = file.readAll().split('\n');
-        for (const QByteArray &line : lines) {
-            if (line.startsWith("voluntary_ctxt_switches:")) {
-                sum += line.split('\t').last().toLongLong();
-            }
-        }
-    }
-    return sum;
 }
 
 QString programOf(uint process)

@@ -22,9 +22,6 @@ uint ownerOf(const QString &name, const QDBusConnection &bus = QDBusConnection::
 /// Kills whoever owns one of the two names and waits until they are free.
 void killOwners();
 
-/// Times that any thread of the process gave up the processor by itself: each is a wake-up.
-qint64 wakeUps(uint process);
-
 /// Path of the program that the process runs.
 QString programOf(uint process);
 } // namespace Bridge

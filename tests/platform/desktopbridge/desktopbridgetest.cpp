@@ -6,6 +6,7 @@
 #include "fakelockers.h"
 #include "pipereader.h"
 #include "privatebus.h"
+#include "wakeups.h"
 #include "xclient.h"
 
 #include <QDBusConnectionInterface>
@@ -372,13 +373,13 @@ void DesktopBridgeTest::stillScreenCausesNoWakeUps()
     m_screen->fill(window, QRect(0, 0, 20, 20), 0xffffff);
     QTest::qWait(2500); // the last look at that change is over
     const uint process = Bridge::ownerOf(Bridge::WINDOW_MANAGER);
-    const qint64 before = Bridge::wakeUps(process);
+    const qint64 before = wakeUps(process);
     QVERIFY(before > 0);
     QTest::qWait(4000);
-    QCOMPARE(Bridge::wakeUps(process), before);
+    QCOMPARE(wakeUps(process), before);
     // The measure does see a wake-up.
     m_screen->fill(window, QRect(0, 0, 20, 20), 0x808080);
-    QTRY_VERIFY(Bridge::wakeUps(process) > before);
+    QTRY_VERIFY(wakeUps(process) > before);
 }
 
 void DesktopBridgeTest::noWakeUpsOnceTheCallerHasLeft()
@@ -394,12 +395,12 @@ void DesktopBridgeTest::noWakeUpsOnceTheCallerHasLeft()
     caller = QDBusConnection(QString());
     QTest::qWait(1500);
     m_rates.clear();
-    const qint64 before = Bridge::wakeUps(process);
+    const qint64 before = wakeUps(process);
     for (quint32 colour = 0; colour < 20; ++colour) {
         m_screen->fill(window, QRect(0, 0, 640, 320), colour * 1000);
         QTest::qWait(50);
     }
-    QCOMPARE(Bridge::wakeUps(process), before);
+    QCOMPARE(wakeUps(process), before);
     QVERIFY(m_rates.isEmpty());
 }
 

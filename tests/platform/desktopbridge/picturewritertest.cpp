@@ -1,6 +1,7 @@
 // Pictures into real pipes: the bytes, and readers that are slow, stuck or gone.
 
 #include "desktopbridge/picturewriter.h"
+#include "imageof.h"
 #include "pipereader.h"
 #include "support/logcapture.h"
 
@@ -26,17 +27,6 @@ PicturePtr pattern(const QRect &area, quint32 topByte = 0)
     }
     return std::make_shared<const Picture>(
         Picture{area, std::shared_ptr<const quint32>(memory, memory->data())});
-}
-
-QImage expected(const PicturePtr &picture)
-{
-    QImage image(picture->area.size(), QImage::Format_RGB32);
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            image.setPixel(x, y, 0xff000000 | picture->row(y)[x]);
-        }
-    }
-    return image;
 }
 
 FileDescriptor writeEndOf(PipeReader &reader)
@@ -90,7 +80,7 @@ void PictureWriterTest::writesHeaderAndPixels()
     QCOMPARE(fields[0], area.width());
     QCOMPARE(fields[1], area.height());
     QCOMPARE(fields[2], qint32(QImage::Format_RGB32));
-    QCOMPARE(PipeReader::image(bytes), expected(picture));
+    QCOMPARE(PipeReader::image(bytes), imageOf(picture));
     QTRY_COMPARE(writer.underWay(), 0);
 }
 
@@ -159,7 +149,7 @@ void PictureWriterTest::slowReaderIsNotGivenUp()
         bytes.append(part.constData(), int(count));
         QTest::qWait(100); // all in all far more than the patience
     }
-    QCOMPARE(PipeReader::image(bytes), expected(picture));
+    QCOMPARE(PipeReader::image(bytes), imageOf(picture));
 }
 
 void PictureWriterTest::readerThatClosesEarlyEndsTheWriting()
@@ -186,7 +176,7 @@ void PictureWriterTest::threePicturesAtOnceAndNoMore()
     writer.write(writeEndOf(readers[3]), picture);
     QCOMPARE(readers[3].readAll(), QByteArray());
     QVERIFY(readers[3].sawEnd());
-    QCOMPARE(PipeReader::image(readers[1].readAll()), expected(picture));
+    QCOMPARE(PipeReader::image(readers[1].readAll()), imageOf(picture));
     QVERIFY(writer.hasRoom());
 }
 
@@ -200,7 +190,7 @@ void PictureWriterTest::twoReadersDoNotWaitForEachOther()
     writer.write(writeEndOf(quick), picture);
     QElapsedTimer timer;
     timer.start();
-    QCOMPARE(PipeReader::image(quick.readAll()), expected(picture));
+    QCOMPARE(PipeReader::image(quick.readAll()), imageOf(picture));
     QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
 }
 

@@ -4,6 +4,7 @@
 #include "desktopbridge/wlroots/wlrootsbackend.h"
 #include "desktopbridge/backendloader.h"
 #include "desktopbridge/contentwatch.h"
+#include "imageof.h"
 #include "swaysession.h"
 #include "waylandpainter.h"
 
@@ -20,17 +21,6 @@ const QRect SCREEN(QPoint(0, 0), SCREEN_SIZE);
 const QString OUTPUT = QStringLiteral("HEADLESS-1");
 const QString SECOND = QStringLiteral("HEADLESS-2");
 constexpr int LONG = 10000;
-
-QImage imageOf(const PicturePtr &picture)
-{
-    if (!picture) {
-        return {};
-    }
-    const QImage image(reinterpret_cast<const uchar *>(picture->pixels.get()),
-                       picture->area.width(), picture->area.height(), picture->area.width() * 4,
-                       QImage::Format_RGB32);
-    return image.convertToFormat(QImage::Format_ARGB32).convertToFormat(QImage::Format_RGB32);
-}
 
 // The screens of a program of the session, which takes the first one for the primary screen.
 QByteArray screensOfQt()

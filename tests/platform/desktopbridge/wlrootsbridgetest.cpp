@@ -4,6 +4,7 @@
 #include "bridgeprocess.h"
 #include "pipereader.h"
 #include "swaysession.h"
+#include "wakeups.h"
 #include "waylandpainter.h"
 
 #include <QDBusError>
@@ -166,11 +167,11 @@ void WlrootsBridgeTest::stillScreenCostsNothing()
     QTest::qWait(SILENCE);
     const uint process = Bridge::ownerOf(Bridge::WINDOW_MANAGER);
     const qint64 ticks = processorTicks(process);
-    const qint64 wakeUps = Bridge::wakeUps(process);
+    const qint64 before = wakeUps(process);
     QVERIFY(ticks >= 0);
     QTest::qWait(4000);
     QCOMPARE(processorTicks(process), ticks);
-    QCOMPARE(Bridge::wakeUps(process), wakeUps);
+    QCOMPARE(wakeUps(process), before);
 }
 
 void WlrootsBridgeTest::startedByTheBusWithoutTheVariables()

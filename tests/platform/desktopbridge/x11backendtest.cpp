@@ -3,6 +3,7 @@
 
 #include "desktopbridge/x11/x11backend.h"
 #include "desktopbridge/backendloader.h"
+#include "imageof.h"
 #include "xclient.h"
 
 #include <QProcess>
@@ -11,17 +12,6 @@
 
 namespace
 {
-QImage imageOf(const PicturePtr &picture)
-{
-    QImage image(picture->area.size(), QImage::Format_RGB32);
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            image.setPixel(x, y, 0xff000000 | picture->row(y)[x]);
-        }
-    }
-    return image;
-}
-
 // The server reports the whole screen when watching begins.
 void startAndSettle(X11Backend &backend)
 {

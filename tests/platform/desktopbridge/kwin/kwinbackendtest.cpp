@@ -11,6 +11,7 @@
 #include "pipereader.h"
 #include "pipewire/pipewiredaemon.h"
 #include "support/logcapture.h"
+#include "wakeups.h"
 
 #include <QDBusError>
 #include <QProcess>
@@ -333,9 +334,9 @@ void KwinBackendTest::theBridgeDoesNothingOnAStillScreen()
     const auto process = uint(bridge.process().processId());
     QTRY_VERIFY_WITH_TIMEOUT(
         [process] {
-            const qint64 before = Bridge::wakeUps(process);
+            const qint64 before = wakeUps(process);
             QTest::qWait(2000);
-            return Bridge::wakeUps(process) == before;
+            return wakeUps(process) == before;
         }(),
         PATIENCE_MS);
 }

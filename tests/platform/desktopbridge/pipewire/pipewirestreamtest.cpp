@@ -3,10 +3,9 @@
 #include "desktopbridge/pipewire/pipewirestream.h"
 #include "pipewire/pipewiredaemon.h"
 #include "pipewire/videosource.h"
+#include "wakeups.h"
 
-#include <QDir>
 #include <QEventLoop>
-#include <QFile>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
@@ -18,17 +17,6 @@
 namespace
 {
 constexpr QSize SCREEN(320, 200);
-
-QImage pattern(const QSize &size, int seed)
-{
-    QImage picture(size, QImage::Format_RGB32);
-    for (int y = 0; y < picture.height(); ++y) {
-        for (int x = 0; x < picture.width(); ++x) {
-            picture.setPixel(x, y, QRgb(0xff000000 | ((x * 7919 + y * 104729 + seed) & 0xffffff)));
-        }
-    }
-    return picture;
-}
 
 QImage pictureOf(const PipeWireStream &stream, const QRect &area)
 {
@@ -50,24 +38,6 @@ QImage pictureOf(const PipeWireStream &stream)
     return pictureOf(stream, QRect(QPoint(), stream.size()));
 }
 
-// Times that a thread of this process slept.
-qint64 wakeUps()
-{
-    qint64 sum = 0;
-    const QDir tasks(QStringLiteral("/proc/self/task"));
-    for (const QString &task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        QFile file(tasks.filePath(task + QStringLiteral("/status")));
-        if (!file.open(QFile::ReadOnly)) {
-            continue;
-        }
-        for (const QByteArray &line : file.readAll().split('\n')) {
-            if (line.startsWith("voluntary_ctxt_switches:")) {
-                sum += line.split('\t').last().toLongLong();
-            }
-        }
-    }
-    return sum;
-}
 } // namespace
 
 class PipeWireStreamTest : public QObject
@@ -434,12 +404,13 @@ void PipeWireStreamTest::aStillProducerCostsNoWakeUps()
     startStream();
     QVERIFY(show(pattern(SCREEN, 0)));
     QTest::qWait(200); // what is still under way
-    const qint64 before = wakeUps();
+    const qint64 before = wakeUps(QCoreApplication::applicationPid());
     QEventLoop loop;
     QTimer::singleShot(2000, &loop, &QEventLoop::quit);
     loop.exec();
     // The loop's own sleep until its timer, and what precision of timers makes of it.
-    QVERIFY2(wakeUps() - before <= 4, qPrintable(QString::number(wakeUps() - before)));
+    QVERIFY2(wakeUps(QCoreApplication::applicationPid()) - before <= 4,
+             qPrintable(QString::number(wakeUps(QCoreApplication::applicationPid()) - before)));
 }
 
 QTEST_GUILESS_MAIN(PipeWireStreamTest)

@@ -93,6 +93,17 @@ const spa_pod *metaOffer(spa_pod_builder &builder, quint32 type, size_t size)
 }
 } // namespace
 
+QImage pattern(const QSize &size, int seed)
+{
+    QImage picture(size, QImage::Format_RGB32);
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            picture.setPixel(x, y, QRgb(0xff000000 | ((x * 7919 + y * 104729 + seed) & 0xffffff)));
+        }
+    }
+    return picture;
+}
+
 struct VideoSource::Events {
     static void state(void *self, pw_stream_state /*before*/, pw_stream_state now, const char *)
     {

@@ -7,6 +7,9 @@
 
 #include <QImage>
 
+/// Pixels that look like no others, the same for the same @p seed.
+QImage pattern(const QSize &size, int seed);
+
 class VideoSource : public QObject
 {
     Q_OBJECT

@@ -5,12 +5,13 @@
 #include "desktopbridge/contentwatch.h"
 #include "fakecastportal.h"
 #include "fakelockers.h"
+#include "imageof.h"
 #include "pipewire/pipewiredaemon.h"
 #include "pipewire/videosource.h"
 #include "privatebus.h"
 #include "support/logcapture.h"
+#include "wakeups.h"
 
-#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QSignalSpy>
@@ -27,49 +28,6 @@ const QString SHOWS = QStringLiteral("The desktop shows the screen");
 constexpr int PATIENCE_MS = 20000;
 constexpr int FIRST_RETRY_MS = 10;
 
-QImage pattern(const QSize &size, int seed)
-{
-    QImage picture(size, QImage::Format_RGB32);
-    for (int y = 0; y < picture.height(); ++y) {
-        for (int x = 0; x < picture.width(); ++x) {
-            picture.setPixel(x, y, QRgb(0xff000000 | ((x * 7919 + y * 104729 + seed) & 0xffffff)));
-        }
-    }
-    return picture;
-}
-
-QImage imageOf(const PicturePtr &picture)
-{
-    if (!picture) {
-        return {};
-    }
-    QImage image(picture->area.size(), QImage::Format_RGB32);
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            image.setPixel(x, y, 0xff000000 | picture->row(y)[x]);
-        }
-    }
-    return image;
-}
-
-// Times that a thread of this process slept.
-qint64 wakeUps()
-{
-    qint64 sum = 0;
-    const QDir tasks(QStringLiteral("/proc/self/task"));
-    for (const QString &task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        QFile file(tasks.filePath(task + QStringLiteral("/status")));
-        if (!file.open(QFile::ReadOnly)) {
-            continue;
-        }
-        for (const QByteArray &line : file.readAll().split('\n')) {
-            if (line.startsWith("voluntary_ctxt_switches:")) {
-                sum += line.split('\t').last().toLongLong();
-            }
-        }
-    }
-    return sum;
-}
 } // namespace
 
 class PortalBackendTest : public QObject
@@ -617,11 +575,12 @@ void PortalBackendTest::aStillScreenCostsNoWakeUps()
 {
     start();
     QTest::qWait(700); // what is still under way
-    const qint64 before = wakeUps();
+    const qint64 before = wakeUps(QCoreApplication::applicationPid());
     QEventLoop loop;
     QTimer::singleShot(2000, &loop, &QEventLoop::quit);
     loop.exec();
-    QVERIFY2(wakeUps() - before <= 4, qPrintable(QString::number(wakeUps() - before)));
+    QVERIFY2(wakeUps(QCoreApplication::applicationPid()) - before <= 4,
+             qPrintable(QString::number(wakeUps(QCoreApplication::applicationPid()) - before)));
     QVERIFY(m_backend->fetch(QRect(QPoint(), SCREEN)));
 }
 

@@ -3,6 +3,7 @@
 
 #include "realportal.h"
 #include "desktopbridge/portal/portalbackend.h"
+#include "imageof.h"
 #include "pipewire/pipewiredaemon.h"
 #include "pipewire/videosource.h"
 #include "support/logcapture.h"
@@ -15,27 +16,6 @@ namespace
 constexpr QSize SCREEN(320, 200);
 constexpr int PATIENCE_MS = 15000;
 
-QImage pattern(int seed)
-{
-    QImage picture(SCREEN, QImage::Format_RGB32);
-    for (int y = 0; y < picture.height(); ++y) {
-        for (int x = 0; x < picture.width(); ++x) {
-            picture.setPixel(x, y, QRgb(0xff000000 | ((x * 7919 + y * 104729 + seed) & 0xffffff)));
-        }
-    }
-    return picture;
-}
-
-QImage imageOf(const PicturePtr &picture)
-{
-    if (!picture) {
-        return {};
-    }
-    const QImage image(reinterpret_cast<const uchar *>(picture->pixels.get()),
-                       picture->area.width(), picture->area.height(), picture->area.width() * 4,
-                       QImage::Format_RGB32);
-    return image.convertToFormat(QImage::Format_ARGB32).convertToFormat(QImage::Format_RGB32);
-}
 } // namespace
 
 class RealPortalTest : public QObject
@@ -116,7 +96,7 @@ void RealPortalTest::makeSource()
 
 bool RealPortalTest::shows(int seed)
 {
-    const QImage picture = pattern(seed);
+    const QImage picture = pattern(SCREEN, seed);
     return QTest::qWaitFor(
         [&] {
             m_source->send(picture);
