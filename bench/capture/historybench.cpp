@@ -111,9 +111,11 @@ void measureParts(ScreenHistoryTracker &tracker, DataHandler &handler)
 int main(int argc, char **argv)
 {
     QGuiApplication application(argc, argv);
+    QStringList arguments = QCoreApplication::arguments();
     YearStore::Options options;
     options.withVectors = true;
-    options.cacheFolder = QCoreApplication::arguments().value(1);
+    options = YearStore::chosen(&arguments, options);
+    options.cacheFolder = arguments.value(1);
     YearStore::make(QDir::homePath(), options);
 
     ScreenHistoryTracker tracker;

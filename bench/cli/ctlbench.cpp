@@ -112,17 +112,18 @@ int main(int argc, char **argv)
     const QCoreApplication application(argc, argv);
     const QTemporaryDir home;
     qputenv("HOME", QFile::encodeName(home.path()));
+    QStringList arguments = QCoreApplication::arguments();
     YearStore::Options options;
     options.videoKinds = 0;
-    options.cacheFolder = QCoreApplication::arguments().value(1);
+    options = YearStore::chosen(&arguments, options);
+    options.cacheFolder = arguments.value(1);
     const YearStore::Facts facts = YearStore::make(home.path(), options);
 
     const double start = medianOf({QStringLiteral("--version")}, 0);
     const QString startName = QStringLiteral("start and end of the process");
-    const QString rows = QStringLiteral(", %1 rows").arg(facts.rows);
-    print(QStringLiteral("search, rare word") + rows, medianOf({"search", facts.rareWord}, 0),
+    print(QStringLiteral("search, rare word"), medianOf({"search", facts.rareWord}, 0),
           SEARCH_GOAL_MS, start, startName);
-    print(QStringLiteral("search, no hit") + rows, medianOf({"search", facts.absentWord}, 1),
+    print(QStringLiteral("search, no hit"), medianOf({"search", facts.absentWord}, 1),
           SEARCH_GOAL_MS, start, startName);
     std::vector<double> spent;
     for (int round = 0; round < ROUNDS; ++round) {
@@ -130,12 +131,12 @@ int main(int argc, char **argv)
         run({"search", facts.absentWord});
         spent.push_back(processorOfChildren() - before);
     }
-    print(QStringLiteral("search, no hit, processor") + rows, Bench::median(spent), 0.0, 0.0, {});
-    print(QStringLiteral("search, common word, 100 hits") + rows,
+    print(QStringLiteral("search, no hit, processor"), Bench::median(spent), 0.0, 0.0, {});
+    print(QStringLiteral("search, common word, 100 hits"),
           medianOf({"search", "--limit", "100", facts.commonWord}, 0), SEARCH_GOAL_MS, start,
           startName);
-    print(QStringLiteral("days") + rows, medianOf({"days"}, 0), 0.0, start, startName);
-    print(QStringLiteral("status") + rows, medianOf({"status"}, 0), 0.0, start, startName);
+    print(QStringLiteral("days"), medianOf({"days"}, 0), 0.0, start, startName);
+    print(QStringLiteral("status"), medianOf({"status"}, 0), 0.0, start, startName);
     measureInserts(facts);
     return 0;
 }

@@ -202,9 +202,11 @@ int main(int argc, char **argv)
     const QCoreApplication application(argc, argv);
     const QTemporaryDir home;
     qputenv("HOME", QFile::encodeName(home.path()));
+    QStringList arguments = QCoreApplication::arguments();
     YearStore::Options options;
     options.videoKinds = 0;
-    options.cacheFolder = QCoreApplication::arguments().value(1);
+    options = YearStore::chosen(&arguments, options);
+    options.cacheFolder = arguments.value(1);
     const YearStore::Facts facts = YearStore::make(home.path(), options);
 
     qInstallMessageHandler(discard);

@@ -26,7 +26,6 @@
 
 namespace
 {
-constexpr int FRAMES = 150000;
 constexpr int FIRST_HITS = 40;
 constexpr int PAGES = 8;
 constexpr int PAGE = 36;
@@ -255,10 +254,11 @@ void awaitRuntime()
 int main(int argc, char **argv)
 {
     const QGuiApplication application(argc, argv);
+    QStringList arguments = QGuiApplication::arguments();
     YearStore::Options options;
-    options.rows = FRAMES;
     options.withVectors = true;
-    options.cacheFolder = QGuiApplication::arguments().value(1);
+    options = YearStore::chosen(&arguments, options);
+    options.cacheFolder = arguments.value(1);
     const YearStore::Facts facts = YearStore::make(QDir::homePath(), options);
 
     qInstallMessageHandler(discard);
@@ -276,7 +276,7 @@ int main(int argc, char **argv)
     measureTyping(&program, QStringLiteral("a rare word"), facts.rareWord);
     measureTyping(&program, QStringLiteral("a common word"), facts.commonWord);
     measureTyping(&program, QStringLiteral("5000 hits by meaning"), COMMON_MEANING);
-    if (QGuiApplication::arguments().value(2) != QLatin1String("--ours")) {
+    if (arguments.value(2) != QLatin1String("--ours")) {
         measureOthers(&program, facts);
     }
     return 0;

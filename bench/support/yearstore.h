@@ -14,7 +14,7 @@ struct Options {
     int rows = 150000; ///< frames, 100 a video, the last video takes the rest
     quint32 seed = 1;
     QDate lastDay{2024, 12, 31}; ///< the store spans the working days of the year that ends here
-    int days = 0; ///< frames only on so many of the last working days; 0: on all of them
+    int days = 0; ///< frames on so many working days up to the last; 0: on those of a year
     /// Different videos, shared by hard links among all names. They are encoded in the size of the
     /// primary screen, about two seconds each at 1920x1080; without a QGuiApplication there is no
     /// screen, and only 0 may be asked for: then there are rows alone.
@@ -47,6 +47,11 @@ struct Facts {
     QString commonWord; ///< in most of the rows
     QString absentWord; ///< nowhere, though its beginnings are frequent
 };
+
+/// Takes "--rows N" out of @p arguments: a store of so many frames, over as many working days as
+/// leave a day as long as that of @p usual. Without it gives @p usual. Ends the program with a
+/// message if N is no number of frames.
+Options chosen(QStringList *arguments, const Options &usual);
 
 /// Makes the store below @p home, in `.cache/tavel-ai-yestermark`, whose `screenshots`,
 /// `traditional_database` and `vector_database` it replaces. Ends the program with a message if it

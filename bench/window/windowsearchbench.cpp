@@ -23,7 +23,6 @@
 
 namespace
 {
-constexpr int framesOfYear = 150000;
 constexpr int nearFrames = 40;
 constexpr int rounds = 20;
 constexpr int pages = 8;
@@ -197,10 +196,11 @@ int main(int argc, char **argv)
 {
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
     const QApplication application(argc, argv);
+    QStringList arguments = QCoreApplication::arguments();
     YearStore::Options options;
-    options.rows = framesOfYear;
     options.withVectors = true;
-    options.cacheFolder = QCoreApplication::arguments().value(1);
+    options = YearStore::chosen(&arguments, options);
+    options.cacheFolder = arguments.value(1);
     const YearStore::Facts facts = YearStore::make(QDir::homePath(), options);
     {
         ConfigManager settings;

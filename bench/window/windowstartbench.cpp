@@ -24,7 +24,6 @@ using RecordedSession::Program;
 
 namespace
 {
-constexpr int frames = 150000;
 constexpr int warmStarts = 7;
 constexpr int defaultSeconds = 60;
 constexpr int startLimitMs = 30000;
@@ -122,7 +121,7 @@ void measureStarts()
         cpu.push_back(start.cpuMs);
         end(&program);
     }
-    printStart(QStringLiteral("start over %1 frames, median").arg(frames),
+    printStart(QStringLiteral("start, median"),
                {Bench::median(painted), Bench::median(picture), Bench::median(cpu)});
 }
 
@@ -208,10 +207,9 @@ void recordOnce()
 int main(int argc, char **argv)
 {
     const QGuiApplication application(argc, argv);
-    const QStringList arguments = QCoreApplication::arguments();
+    QStringList arguments = QCoreApplication::arguments();
+    YearStore::Options options = YearStore::chosen(&arguments, {});
     const int seconds = arguments.size() > 1 ? arguments.at(1).toInt() : defaultSeconds;
-    YearStore::Options options;
-    options.rows = frames;
     options.lastDay = QDate::currentDate().addDays(-1);
     options.cacheFolder = arguments.value(2);
     YearStore::make(QDir::homePath(), options);

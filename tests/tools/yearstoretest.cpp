@@ -93,6 +93,7 @@ private Q_SLOTS:
     void sameSeedGivesTheSameStore();
     void keptStoreIsTakenAgain();
     void otherOptionsReplaceTheKeptStore();
+    void chosenSizeKeepsTheLengthOfADay();
 
 private:
     QTemporaryDir m_home;
@@ -237,6 +238,21 @@ void TestYearStore::otherOptionsReplaceTheKeptStore()
     QCOMPARE(YearStore::make(home.path(), options).rows, 300);
     QCOMPARE(countRows(home.path(), "1"), 300);
     QVERIFY(!QDir(home.path() + screenshots).exists());
+}
+
+void TestYearStore::chosenSizeKeepsTheLengthOfADay()
+{
+    QStringList arguments{QStringLiteral("bench"), QStringLiteral("--rows"),
+                          QStringLiteral("500000"), QStringLiteral("folder")};
+    const YearStore::Options usual;
+    const YearStore::Options options = YearStore::chosen(&arguments, usual);
+    QCOMPARE(arguments, QStringList({QStringLiteral("bench"), QStringLiteral("folder")}));
+    const YearStore::Facts year = YearStore::facts(usual);
+    const YearStore::Facts years = YearStore::facts(options);
+    QCOMPARE(years.rows, 500000);
+    QCOMPARE(years.lastDay, year.lastDay);
+    QCOMPARE(years.rows / years.days.size() / 10, year.rows / year.days.size() / 10);
+    QCOMPARE(YearStore::chosen(&arguments, usual).rows, usual.rows);
 }
 
 QTEST_MAIN(TestYearStore)

@@ -18,12 +18,15 @@ constexpr int workingHour = 9;
 constexpr int workingSeconds = 9 * 3600;
 constexpr int meanFramesOfRun = 25;
 
-QVector<QDate> workingDays(const QDate &lastDay)
+/// The last @p count of them, ascending; 0 for those of a year.
+QVector<QDate> workingDays(const QDate &lastDay, int count)
 {
+    const QDate yearBefore = lastDay.addYears(-1);
     QVector<QDate> days;
-    for (QDate day = lastDay.addYears(-1).addDays(1); day <= lastDay; day = day.addDays(1)) {
+    for (QDate day = lastDay; count > 0 ? days.size() < count : day > yearBefore;
+         day = day.addDays(-1)) {
         if (day.dayOfWeek() <= Qt::Friday) {
-            days.append(day);
+            days.prepend(day);
         }
     }
     return days;
@@ -137,10 +140,7 @@ Plan plan(const Options &options)
 {
     Q_ASSERT(options.rows > 0);
     QRandomGenerator random(options.seed);
-    QVector<QDate> days = workingDays(options.lastDay);
-    if (options.days > 0) {
-        days = days.mid(std::max(0, days.size() - options.days));
-    }
+    const QVector<QDate> days = workingDays(options.lastDay, options.days);
     const int videos = (options.rows + framesPerVideo - 1) / framesPerVideo;
     const QVector<int> counts = videosOfDays(days.size(), videos, random);
     Plan plan;
@@ -155,6 +155,23 @@ Plan plan(const Options &options)
     markSome(plan.frames, 40, 0.25, [](PlannedFrame &frame) { frame.hasRareWord = true; });
     markSome(plan.frames, 24, 0.8, [](PlannedFrame &frame) { frame.hasRareChineseWord = true; });
     return plan;
+}
+
+Options chosen(QStringList *arguments, const Options &usual)
+{
+    const int place = arguments->indexOf(QStringLiteral("--rows"));
+    if (place < 0) {
+        return usual;
+    }
+    Options options = usual;
+    options.rows = arguments->value(place + 1).toInt();
+    if (options.rows <= 0) {
+        qFatal("--rows wants a number of frames");
+    }
+    arguments->erase(arguments->begin() + place, arguments->begin() + place + 2);
+    const double usualDays = workingDays(usual.lastDay, usual.days).size();
+    options.days = std::max(1, int(std::lround(usualDays * options.rows / usual.rows)));
+    return options;
 }
 
 Facts facts(const Options &options)
