@@ -153,24 +153,24 @@ void copyPixels(const FramePixels &frame, const QRect &area, quint32 *target, in
 
 struct KnownFormat {
     quint32 format;
+    int pixelBytes;
     void (*copy)(const FramePixels &, const QRect &, quint32 *, int);
 };
 
+template <typename Format>
+constexpr KnownFormat readAs(quint32 format)
+{
+    return {format, Format::BYTES, copyPixels<Format>};
+}
+
 const KnownFormat KNOWN_FORMATS[] = {
-    {WL_SHM_FORMAT_XRGB8888, copyPixels<XRgb8>},
-    {WL_SHM_FORMAT_ARGB8888, copyPixels<XRgb8>},
-    {WL_SHM_FORMAT_XBGR8888, copyPixels<XBgr8>},
-    {WL_SHM_FORMAT_ABGR8888, copyPixels<XBgr8>},
-    {WL_SHM_FORMAT_RGBX8888, copyPixels<RgbX8>},
-    {WL_SHM_FORMAT_RGBA8888, copyPixels<RgbX8>},
-    {WL_SHM_FORMAT_BGRX8888, copyPixels<BgrX8>},
-    {WL_SHM_FORMAT_BGRA8888, copyPixels<BgrX8>},
-    {WL_SHM_FORMAT_XRGB2101010, copyPixels<XRgb10>},
-    {WL_SHM_FORMAT_ARGB2101010, copyPixels<XRgb10>},
-    {WL_SHM_FORMAT_XBGR2101010, copyPixels<XBgr10>},
-    {WL_SHM_FORMAT_ABGR2101010, copyPixels<XBgr10>},
-    {WL_SHM_FORMAT_RGB888, copyPixels<Rgb24>},
-    {WL_SHM_FORMAT_BGR888, copyPixels<Bgr24>},
+    readAs<XRgb8>(WL_SHM_FORMAT_XRGB8888),     readAs<XRgb8>(WL_SHM_FORMAT_ARGB8888),
+    readAs<XBgr8>(WL_SHM_FORMAT_XBGR8888),     readAs<XBgr8>(WL_SHM_FORMAT_ABGR8888),
+    readAs<RgbX8>(WL_SHM_FORMAT_RGBX8888),     readAs<RgbX8>(WL_SHM_FORMAT_RGBA8888),
+    readAs<BgrX8>(WL_SHM_FORMAT_BGRX8888),     readAs<BgrX8>(WL_SHM_FORMAT_BGRA8888),
+    readAs<XRgb10>(WL_SHM_FORMAT_XRGB2101010), readAs<XRgb10>(WL_SHM_FORMAT_ARGB2101010),
+    readAs<XBgr10>(WL_SHM_FORMAT_XBGR2101010), readAs<XBgr10>(WL_SHM_FORMAT_ABGR2101010),
+    readAs<Rgb24>(WL_SHM_FORMAT_RGB888),       readAs<Bgr24>(WL_SHM_FORMAT_BGR888),
 };
 
 const KnownFormat *find(quint32 format)
@@ -189,9 +189,11 @@ bool FramePixels::isPlain() const
            transform == OutputTransform::Normal;
 }
 
-bool isKnownFormat(quint32 format)
+bool isReadable(quint32 format, const QSize &size, int stride)
 {
-    return find(format) != nullptr;
+    const KnownFormat *known = find(format);
+    return known != nullptr && !size.isEmpty() &&
+           qint64(size.width()) * known->pixelBytes <= stride;
 }
 
 void copyFramePixels(const FramePixels &frame, const QRect &area, quint32 *target, int targetWidth)

@@ -21,11 +21,12 @@ struct FramePixels {
     bool isPlain() const;
 };
 
-/// True for the formats that are understood: 8 bits a colour in 24 or 32 bits, 10 bits in 32.
-bool isKnownFormat(quint32 format);
+/// True for the formats that are understood (8 bits a colour in 24 or 32 bits, 10 bits in 32) if a
+/// row of @p stride bytes holds its pixels.
+bool isReadable(quint32 format, const QSize &size, int stride);
 
 /// Copies @p area, in pixels as seen, to @p target, whose rows are @p targetWidth pixels apart, as
-/// 0x00RRGGBB. The area must lie inside and the format be known.
+/// 0x00RRGGBB. The area must lie inside and the frame be readable.
 void copyFramePixels(const FramePixels &frame, const QRect &area, quint32 *target, int targetWidth);
 
 /// An area of the buffer as the user sees it.

@@ -29,7 +29,7 @@ ScreencopyFrame::ScreencopyFrame(zwlr_screencopy_frame_v1 *frame, std::function<
 
 void ScreencopyFrame::noteOffer(quint32 format, const QSize &size, int stride)
 {
-    if (m_size.isEmpty() && isKnownFormat(format)) {
+    if (m_size.isEmpty() && isReadable(format, size, stride)) {
         m_format = format;
         m_size = size;
         m_stride = stride;

@@ -34,7 +34,7 @@ public:
         Offered, ///< size and format are known, a buffer is wanted
         Copying,
         Ready,
-        Failed ///< no output, no picture, or no format that is known
+        Failed ///< no output, no picture, or no offer that can be read
     };
 
     /// Takes over @p frame. @p changed is called from the dispatching of events for each of

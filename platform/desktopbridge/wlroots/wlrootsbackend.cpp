@@ -1,6 +1,6 @@
 #include "desktopbridge/wlroots/wlrootsbackend.h"
 
-std::unique_ptr<WlrootsBackend> WlrootsBackend::connectToDisplay(QString &problem)
+std::unique_ptr<WlrootsBackend> WlrootsBackend::connectToDisplay(QString &problem, int retry)
 {
     const std::shared_ptr<WaylandConnection> connection =
         WaylandConnection::connectToDisplay(problem, WaylandConnection::FIRST_ANSWER_TIME);
@@ -12,14 +12,14 @@ std::unique_ptr<WlrootsBackend> WlrootsBackend::connectToDisplay(QString &proble
         problem = QStringLiteral("the Wayland compositor has no wlr-screencopy");
         return nullptr;
     }
-    return std::unique_ptr<WlrootsBackend>(new WlrootsBackend(connection));
+    return std::unique_ptr<WlrootsBackend>(new WlrootsBackend(connection, retry));
 }
 
-WlrootsBackend::WlrootsBackend(const std::shared_ptr<WaylandConnection> &connection)
+WlrootsBackend::WlrootsBackend(const std::shared_ptr<WaylandConnection> &connection, int retry)
     : m_connection(connection)
     , m_outputs(connection)
     , m_grabber(connection, m_outputs)
-    , m_damage(connection, m_outputs, m_grabber)
+    , m_damage(connection, m_outputs, m_grabber, retry)
     , m_ipc(findCompositorIpc(connection->compositorProcess()))
 {
     connect(m_connection.get(), &WaylandConnection::lost, this, &ScreenBackend::lost);

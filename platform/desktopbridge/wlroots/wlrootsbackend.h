@@ -14,7 +14,9 @@ class WlrootsBackend : public ScreenBackend
 
 public:
     /// Connects to the compositor of the session. Null on failure, with the reason in @p problem.
-    static std::unique_ptr<WlrootsBackend> connectToDisplay(QString &problem);
+    /// For @p retry see WlrootsDamage.
+    static std::unique_ptr<WlrootsBackend> connectToDisplay(QString &problem,
+                                                            int retry = WlrootsDamage::RETRY_TIME);
 
     QString problem() const override { return {}; }
     QVector<QRect> screens() override { return m_outputs.screens(); }
@@ -27,7 +29,7 @@ public:
     std::optional<quint32> activeWindowPid() override;
 
 private:
-    explicit WlrootsBackend(const std::shared_ptr<WaylandConnection> &connection);
+    WlrootsBackend(const std::shared_ptr<WaylandConnection> &connection, int retry);
 
     std::shared_ptr<WaylandConnection> m_connection;
     WaylandOutputs m_outputs;

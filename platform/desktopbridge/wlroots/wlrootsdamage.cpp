@@ -5,9 +5,6 @@
 
 namespace
 {
-// No event tells that an output is on again; until it is, nothing on it changes.
-constexpr int RETRY_TIME = 5000;
-
 // While a window covers the whole output, compositors until wlroots 0.16 hand its buffer to the
 // hardware and report everything as drawn whenever they are asked.
 constexpr int TIME_AFTER_NOTHING = 1000;
@@ -20,13 +17,15 @@ struct WlrootsDamage::Watch {
 };
 
 WlrootsDamage::WlrootsDamage(const std::shared_ptr<WaylandConnection> &connection,
-                             const WaylandOutputs &outputs, const WlrootsGrabber &grabber)
+                             const WaylandOutputs &outputs, const WlrootsGrabber &grabber,
+                             int retry)
     : m_connection(connection)
     , m_outputs(outputs)
     , m_grabber(grabber)
     , m_shm(connection->bindFirst<wl_shm>(wl_shm_interface, 1))
     , m_manager(connection->bindFirst<zwlr_screencopy_manager_v1>(
           zwlr_screencopy_manager_v1_interface, SCREENCOPY_VERSION))
+    , m_retryTime(retry)
 {
     m_retry.setSingleShot(true);
     connect(&m_retry, &QTimer::timeout, this, &WlrootsDamage::armAll);
@@ -121,7 +120,7 @@ void WlrootsDamage::onFrameChanged(quint32 global)
     }
     watch.frame.reset();
     if (!isDifferent) {
-        m_retry.start(isReady ? TIME_AFTER_NOTHING : RETRY_TIME);
+        m_retry.start(isReady ? TIME_AFTER_NOTHING : m_retryTime);
     } else if (!m_isTold) {
         m_isTold = true;
         Q_EMIT damaged();

@@ -17,9 +17,14 @@ class WlrootsDamage : public QObject
     Q_OBJECT
 
 public:
+    /// How often an output that gives no frame is asked again, in milliseconds: no event tells that
+    /// it is on again.
+    static constexpr int RETRY_TIME = 5000;
+
     /// @p outputs and @p grabber must outlive this object.
     WlrootsDamage(const std::shared_ptr<WaylandConnection> &connection,
-                  const WaylandOutputs &outputs, const WlrootsGrabber &grabber);
+                  const WaylandOutputs &outputs, const WlrootsGrabber &grabber,
+                  int retry = RETRY_TIME);
     ~WlrootsDamage() override;
 
     /// False if the compositor cannot tell. At first everything counts as drawn but for what the
@@ -56,5 +61,6 @@ private:
     QVector<QRect> m_areas;
     bool m_isWatching = false;
     bool m_isTold = false;
+    const int m_retryTime;
     QTimer m_retry; // for outputs that are not watched at the moment: off, or nothing is new
 };

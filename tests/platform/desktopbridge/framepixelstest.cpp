@@ -34,6 +34,7 @@ private Q_SLOTS:
     void formats_data();
     void formats();
     void unknownFormat();
+    void rowsMustHoldTheirPixels();
     void turns_data();
     void turns();
     void rowsFromBelow();
@@ -77,7 +78,7 @@ void FramePixelsTest::formats()
     QFETCH(uint, format);
     QFETCH(Bytes, bytes);
     QFETCH(uint, colour);
-    QVERIFY(isKnownFormat(format));
+    QVERIFY(isReadable(format, QSize(1, 1), 4));
     const FramePixels frame{bytes.constData(),      QSize(1, 1), 4, format, false,
                             OutputTransform::Normal};
     quint32 pixel = 0;
@@ -87,8 +88,19 @@ void FramePixelsTest::formats()
 
 void FramePixelsTest::unknownFormat()
 {
-    QVERIFY(!isKnownFormat(WL_SHM_FORMAT_RGB565));
-    QVERIFY(!isKnownFormat(WL_SHM_FORMAT_C8));
+    QVERIFY(!isReadable(WL_SHM_FORMAT_RGB565, QSize(1, 1), 4));
+    QVERIFY(!isReadable(WL_SHM_FORMAT_C8, QSize(1, 1), 4));
+}
+
+void FramePixelsTest::rowsMustHoldTheirPixels()
+{
+    const quint32 four = WL_SHM_FORMAT_XRGB8888;
+    const quint32 three = WL_SHM_FORMAT_RGB888;
+    QVERIFY(isReadable(four, QSize(10, 2), 40) && !isReadable(four, QSize(10, 2), 39));
+    QVERIFY(isReadable(three, QSize(10, 2), 30) && !isReadable(three, QSize(10, 2), 29));
+    QVERIFY(!isReadable(four, QSize(0x40000001, 1), 4)); // four times that is four, to 32 bits
+    QVERIFY(!isReadable(four, QSize(-1, 1), 4) && !isReadable(four, QSize(1, 0), 4));
+    QVERIFY(!isReadable(four, QSize(1, 1), -4));
 }
 
 void FramePixelsTest::turns_data()
