@@ -1,14 +1,18 @@
 // yestermark-ai-engines: the engines of the AI runtime, which starts it with a socket as
-// descriptor 3, and ends it to get the memory back.
+// descriptor 3, and ends it to get the memory back. It meets what windows showed, so it can do
+// nothing but compute.
 
 #include "coreai/engines/meaning/meaningloader.h"
 #include "coreai/engines/reading/loadlinerecognizer.h"
 #include "coreai/protocol/channelprocess.h"
+#include "coreai/runtime/confinedrights.h"
 #include "coreai/runtime/enginehost.h"
 
 #include <QCoreApplication>
+#include <QDir>
 
 #include <pthread.h>
+#include <unistd.h>
 
 using namespace coreai;
 
@@ -17,7 +21,13 @@ int main(int argc, char **argv)
     QCoreApplication application(argc, argv); // for the folders of the models
     pthread_setname_np(pthread_self(), "ai engines");
     const ModelFolders models =
-        argc > 1 ? ModelFolders({QString::fromLocal8Bit(argv[1])}) : ModelFolders::standard();
+        argc > 1 ? ModelFolders({QDir(QString::fromLocal8Bit(argv[1])).absolutePath()})
+                 : ModelFolders::standard();
+    // Away from the folder that the program was started in: OpenVINO looks for plug-ins there too.
+    if (::chdir("/") != 0) {
+        return 1;
+    }
+    confinement::confine(rightsOfEngines(models));
     EngineHost host(Channel(Descriptor(ChannelProcess::channelDescriptor)),
                     {[&models] { return loadLineRecognizer(models); },
                      [&models] { return loadTextMeaning(models); },

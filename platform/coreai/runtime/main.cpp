@@ -1,11 +1,13 @@
 // yestermark-ai-runtime: reads and embeds for one program, whose client libraries start it with
 // their socket as descriptor 3, and ends with it. Its own work, some hundredths of a second a
 // frame, is done at the usual priority, since the recorder waits for it; the engines', which takes
-// a hundred times as long, at the lowest. The options are for tests and benchmarks.
+// a hundred times as long, at the lowest. It can start the engines, read models, and else only
+// compute. The options are for tests and benchmarks.
 
 #include "coreai/engines/modelavailability.h"
 #include "coreai/engines/modelfiles.h"
 #include "coreai/protocol/channelprocess.h"
+#include "coreai/runtime/confinedrights.h"
 #include "coreai/runtime/descriptorlimit.h"
 #include "coreai/runtime/engineprocess.h"
 #include "coreai/runtime/runtimeservice.h"
@@ -65,14 +67,15 @@ int main(int argc, char **argv)
     const ModelFolders models = parser.isSet(options.models)
                                     ? ModelFolders({parser.value(options.models)})
                                     : ModelFolders::standard();
+    const std::vector<std::string> engines = engineCommand(parser, options);
+    confinement::confine(rightsOfRuntime(models, engines, parser.value(options.power)));
     Worker::Settings settings;
     settings.idleTime = std::chrono::milliseconds(parser.value(options.idle).toInt());
     settings.power = PowerState(parser.value(options.power));
     settings.pictureModel = !models.find(pictureMeaningFile).isEmpty();
     RuntimeService service(Channel(Descriptor(ChannelProcess::channelDescriptor)),
                            {lineRecognizerAvailable(models), textMeaningAvailable(models)},
-                           std::make_unique<EngineProcess>(engineCommand(parser, options)),
-                           std::move(settings));
+                           std::make_unique<EngineProcess>(engines), std::move(settings));
     service.run();
     // Not by the destructors: a line may still be read, and nobody waits for it. The engines'
     // process ends with this one.
