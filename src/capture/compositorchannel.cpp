@@ -5,6 +5,7 @@
 
 #include "appinfo/appinfohelper.h"
 #include "capture/busnames.h"
+#include "capture/picturepipe.h"
 #include "capture/uniquefd.h"
 
 #include <QCoreApplication>
@@ -19,109 +20,14 @@
 #include <QScreen>
 
 #include <array>
-#include <cerrno>
-#include <cstring>
 #include <fcntl.h>
-#include <sys/select.h>
 
 namespace
 {
 // The compositor's own scale: the share of the screen that has to differ before it tells.
 constexpr double contentChangeThreshold = 90.0;
-constexpr int firstByteTimeoutSeconds = 5;
 // A compositor that dies right after its start is asked, and so started by the bus, no oftener.
 constexpr int compositorRestartMs = 1000;
-
-struct PipeHeader {
-    qint32 width;
-    qint32 height;
-    qint32 format; ///< a QImage::Format value
-};
-static_assert(sizeof(PipeHeader) == 12, "the compositor sends three 32-bit integers unpadded");
-
-enum class ReadResult { Complete, EndOfFile, Error };
-
-ReadResult readFully(int fd, void *buffer, qint64 size)
-{
-    qint64 done = 0;
-    while (done < size) {
-        const ssize_t got =
-            ::read(fd, static_cast<char *>(buffer) + done, static_cast<size_t>(size - done));
-        if (got == -1 && errno == EAGAIN) {
-            continue;
-        }
-        if (got == -1) {
-            return ReadResult::Error;
-        }
-        if (got == 0) {
-            return ReadResult::EndOfFile;
-        }
-        done += got;
-    }
-    return ReadResult::Complete;
-}
-
-bool waitForFirstByte(int fd)
-{
-    fd_set readable;
-    FD_ZERO(&readable);
-    FD_SET(fd, &readable);
-    timeval timeout{firstByteTimeoutSeconds, 0};
-    const int ready = ::select(fd + 1, &readable, nullptr, nullptr, &timeout);
-    if (ready == -1) {
-        qWarning() << "select() failed: " << strerror(errno);
-    } else if (ready == 0) {
-        qWarning() << "select() timeout, no data available";
-    }
-    return ready > 0;
-}
-
-bool readHeader(int fd, PipeHeader *header)
-{
-    if (!waitForFirstByte(fd)) {
-        return false;
-    }
-    switch (readFully(fd, header, sizeof(*header))) {
-    case ReadResult::Complete:
-        return true;
-    case ReadResult::Error:
-        qWarning() << "Error reading metadata: " << strerror(errno);
-        return false;
-    case ReadResult::EndOfFile:
-        qWarning() << "Reached EOF before reading all metadata.";
-        return false;
-    }
-    return false;
-}
-
-// Null for what no image can have. QImage itself divides by the depth of the format, which is 0 for
-// a number that is none.
-QImage emptyImage(const PipeHeader &header)
-{
-    if (header.format <= QImage::Format_Invalid || header.format >= QImage::NImageFormats) {
-        return {};
-    }
-    return {header.width, header.height, static_cast<QImage::Format>(header.format)};
-}
-
-QImage readImage(int fd, const PipeHeader &header)
-{
-    QImage image = emptyImage(header);
-    switch (readFully(fd, image.bits(), image.sizeInBytes())) {
-    case ReadResult::Complete:
-        break;
-    case ReadResult::Error:
-        qWarning() << "Error reading image data: " << strerror(errno);
-        return {};
-    case ReadResult::EndOfFile:
-        qWarning() << "Reached EOF before reading all image data.";
-        return {};
-    }
-    if (image.isNull()) {
-        qWarning() << "Failed to create QImage.";
-    }
-    return image;
-}
 } // namespace
 
 void ScreenHistoryTracker::connectCompositor()
@@ -188,12 +94,7 @@ QImage ScreenHistoryTracker::getScreenShotFromWM()
                     screenIndex(QGuiApplication::screens(), QGuiApplication::primaryScreen()));
     writeEnd.reset();
 
-    PipeHeader header{};
-    if (!readHeader(readEnd.get(), &header)) {
-        qWarning() << "Failed to load image metadata.";
-        return {};
-    }
-    return readImage(readEnd.get(), header);
+    return PicturePipe::read(readEnd.get());
 }
 
 QString ScreenHistoryTracker::getAppDesktopEntry() const
