@@ -76,6 +76,14 @@ bool MonthRows::hasTable()
     return has;
 }
 
+bool MonthRows::firstBehind(qint64 id, qint64 *next)
+{
+    return m_database.forEach(
+        "SELECT min(id) FROM screenshots WHERE id > ?1",
+        [next](const Statement &row) { *next = row.int64(0); },
+        [id](Statement &statement) { statement.bindInt64(1, id); });
+}
+
 bool MonthRows::forEach(const Wanted &wanted, const Use &use)
 {
     if (!hasTable()) {
@@ -89,10 +97,20 @@ bool MonthRows::forEach(const Wanted &wanted, const Use &use)
     const QByteArray sql = selectOf(wanted);
     const QString pattern = patternOf(wanted.text);
     ScreenshotRow::Dates dates;
-    for (qint64 after = 0; after < last; after += ROWS_OF_PART) {
+    qint64 upTo = 0;
+    while (upTo < last) {
+        qint64 next = 0;
+        if (!firstBehind(upTo, &next)) {
+            return false;
+        }
+        if (next <= upTo || next > last) {
+            break; // a damaged file, or somebody deletes
+        }
+        const qint64 after = next - 1;
+        upTo = last - after > ROWS_OF_PART ? after + ROWS_OF_PART : last;
         const auto bind = [&](Statement &statement) {
             statement.bindInt64(AFTER, after);
-            statement.bindInt64(UP_TO, std::min(after + ROWS_OF_PART, last));
+            statement.bindInt64(UP_TO, upTo);
             if (wanted.from) {
                 statement.bindInt64(FROM, *wanted.from);
             }

@@ -45,6 +45,8 @@ public:
 
 private:
     bool hasTable();
+    /// The next row's number, 0 for none: a damaged file has gaps of any width between them.
+    bool firstBehind(qint64 id, qint64 *next);
     std::optional<ScreenShotData> first(const char *sql, const ReadOnlyDatabase::Bind &bind);
 
     ReadOnlyDatabase m_database;

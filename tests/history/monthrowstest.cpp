@@ -97,6 +97,7 @@ private Q_SLOTS:
     void copyIsInNobodysWay();
     void copyIsAsLongAsTheFile();
     void rowsThatCameSinceAreFound();
+    void gapsOfAnyWidthArePassedOver();
     void monthsComeInTheirOrder();
     void scanCanBeGivenUp();
     void missingMonthIsUnreadable();
@@ -174,6 +175,19 @@ void TestMonthRows::rowsThatCameSinceAreFound()
     QCOMPARE(run(openDatabase(file(MONTH)), ONE_MORE), SQLITE_OK);
     QVERIFY(month.forEach({"LATE", {}, {}, true}, [&](const ScreenShotData &) { ++seen; }));
     QCOMPARE(seen, 1);
+}
+
+// A damaged file may hold any number: part after part up to it would take for ever.
+void TestMonthRows::gapsOfAnyWidthArePassedOver()
+{
+    const Handle handle = openDatabase(file(MONTH));
+    QCOMPARE(run(handle, "INSERT INTO screenshots VALUES (9223372036854775000, 'v', 't', 1, 1, 0, "
+                         "'a'), (9223372036854775807, 'v', 't', 2, 2, 0, 'a')"),
+             SQLITE_OK);
+    MonthRows month(m_folder->path(), MONTH);
+    int seen = 0;
+    QVERIFY(month.forEach({}, [&seen](const ScreenShotData &) { ++seen; }));
+    QCOMPARE(seen, ROWS + 2);
 }
 
 void TestMonthRows::monthsComeInTheirOrder()
