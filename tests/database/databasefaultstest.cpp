@@ -6,6 +6,7 @@
 #include "storetest.h"
 #include "support/fakeclock.h"
 #include "support/logcapture.h"
+#include "support/testfiles.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -17,7 +18,6 @@
 #include <memory>
 #include <optional>
 #include <sys/mount.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 using TestStore::frame;
@@ -92,35 +92,11 @@ private:
     bool m_mounted = false;
 };
 
-// Writes beyond this size fail, for the whole process.
-class FileSizeLimit
-{
-public:
-    explicit FileSizeLimit(rlim_t bytes)
-    {
-        std::signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &m_former);
-        const rlimit limit{bytes, m_former.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &m_former); }
-    Q_DISABLE_COPY_MOVE(FileSizeLimit)
-
-private:
-    rlimit m_former{};
-};
-
 ScreenShotData numberedFrame(quint32 number)
 {
     ScreenShotData data = frame(DAY + QStringLiteral(" 08:00:00"), number, "/a.desktop");
     data.realTime += number;
     return data;
-}
-
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 // Saves frames until it is killed and tells the number of each that was saved.

@@ -5,6 +5,7 @@
 
 #include "storetest.h"
 #include "support/logcapture.h"
+#include "support/testfiles.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -73,12 +74,6 @@ public:
 private:
     QProcess m_process;
 };
-
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 QStringList days(const QVector<ScreenShotData> &found)
 {

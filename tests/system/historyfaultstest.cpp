@@ -5,6 +5,7 @@
 #include "capture/capturefixture.h"
 #include "history/historychecker.h"
 #include "support/fakeclock.h"
+#include "support/testfiles.h"
 #include "system/recorderrun.h"
 
 #include <QFile>
@@ -83,12 +84,6 @@ private:
     std::unique_ptr<sqlite3, decltype(&sqlite3_close)> m_handle{nullptr, &sqlite3_close};
     bool m_isHeld;
 };
-
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
-}
 } // namespace
 
 Q_DECLARE_METATYPE(Damage)

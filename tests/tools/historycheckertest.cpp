@@ -5,6 +5,7 @@
 
 #include "history/historychecker.h"
 #include "support/fakeclock.h"
+#include "support/testfiles.h"
 
 #include <QDir>
 #include <QFile>
@@ -30,12 +31,6 @@ QStringList summary(const QVector<HistoryChecker::Finding> &findings)
         lines.append(count.key() + QLatin1Char(' ') + QString::number(*count));
     }
     return lines;
-}
-
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 /// In a new file: the old one is shared with other names.

@@ -2,20 +2,14 @@
 #include "samplevideos.h"
 #include "support/logcapture.h"
 #include "support/pictures.h"
+#include "support/testfiles.h"
 #include "video/frameextractor.h"
 
-#include <QDir>
 #include <QTemporaryDir>
 #include <QtTest>
 
 namespace
 {
-int openDescriptors()
-{
-    return QDir(QStringLiteral("/proc/self/fd"))
-        .entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System)
-        .size();
-}
 } // namespace
 
 class ExtractorFailuresTest : public QObject

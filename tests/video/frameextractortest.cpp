@@ -5,6 +5,7 @@
 #include "samplevideos.h"
 #include "support/logcapture.h"
 #include "support/pictures.h"
+#include "support/testfiles.h"
 #include "video/nv12frame.h"
 #include "video/videocomposer.h"
 #include "videofacts.h"
@@ -76,18 +77,6 @@ bool copyOver(const QString &source, const QString &target)
 {
     QFile::remove(target);
     return QFile::copy(source, target);
-}
-
-bool overwrite(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
-}
-
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 } // namespace
 

@@ -5,6 +5,7 @@
 #include "samplevideos.h"
 #include "support/logcapture.h"
 #include "support/pictures.h"
+#include "support/testfiles.h"
 #include "video/videocomposer.h"
 #include "videofacts.h"
 
@@ -26,12 +27,6 @@ QVector<int> numbersUpTo(int last)
     QVector<int> numbers(last);
     std::iota(numbers.begin(), numbers.end(), 1);
     return numbers;
-}
-
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 /// Everything below a directory, by name.

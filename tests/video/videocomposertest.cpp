@@ -2,6 +2,7 @@
 #include "libraryfaults.h"
 #include "support/logcapture.h"
 #include "support/pictures.h"
+#include "support/testfiles.h"
 #include "video/avhandles.h"
 #include "videofacts.h"
 
@@ -70,13 +71,6 @@ double psnr(const QImage &left, const QImage &right)
     }
     const double mean = squares / (3.0 * left.width() * left.height());
     return mean == 0.0 ? 100.0 : 10.0 * std::log10(255.0 * 255.0 / mean);
-}
-
-int openDescriptors()
-{
-    return QDir(QStringLiteral("/proc/self/fd"))
-        .entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System)
-        .size();
 }
 } // namespace
 

@@ -2,6 +2,7 @@
 #include "samplevideos.h"
 #include "support/logcapture.h"
 #include "support/pictures.h"
+#include "support/testfiles.h"
 #include "video/avhandles.h"
 #include "video/videocomposer.h"
 #include "videofacts.h"
@@ -30,18 +31,6 @@ QVector<double> secondsUpTo(int count)
     QVector<double> seconds(count);
     std::iota(seconds.begin(), seconds.end(), 0.0);
     return seconds;
-}
-
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool overwrite(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
 }
 
 bool shorten(const QString &file, unsigned int frames)

@@ -1,5 +1,6 @@
 // What is left of a store whose files are damaged, old, missing or on a full disk.
 
+#include "support/testfiles.h"
 #include "vectorworld.h"
 
 #include <QDir>
@@ -7,9 +8,7 @@
 #include <QTest>
 
 #include <algorithm>
-#include <csignal>
 #include <sys/mount.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -37,12 +36,6 @@ std::vector<Row> rowsFrom(long first, long last)
     return rows;
 }
 
-QByteArray content(const QString &path)
-{
-    QFile file(path);
-    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 void write(const QString &path, const QByteArray &bytes)
 {
     QFile file(path);
@@ -53,7 +46,7 @@ void write(const QString &path, const QByteArray &bytes)
 
 void flip(const QString &path, qint64 position, qint64 bytes)
 {
-    QByteArray all = content(path);
+    QByteArray all = contentOf(path);
     for (qint64 i = position; i < position + bytes; ++i) {
         all[static_cast<int>(i)] = static_cast<char>(all[static_cast<int>(i)] ^ 0x5a);
     }
@@ -147,7 +140,7 @@ void DamagedFilesTest::aDamagedMatrixIsBuiltAnew()
     QFETCH(qint64, bytes);
     fill();
     const QString path = matrixFile(m_directory->path());
-    const QByteArray before = content(path);
+    const QByteArray before = contentOf(path);
     QCOMPARE(before.size(), HEAD + 2 * (CARDS + CODES + FLOATS));
     if (bytes < 0) {
         QVERIFY(QFile::remove(path));
@@ -162,7 +155,7 @@ void DamagedFilesTest::aDamagedMatrixIsBuiltAnew()
 void DamagedFilesTest::anOlderMatrixIsBuiltAnew()
 {
     fill();
-    const QByteArray old = content(matrixFile(m_directory->path()));
+    const QByteArray old = contentOf(matrixFile(m_directory->path()));
     {
         const auto database = open(m_directory->path(), DIMENSION);
         QVERIFY(insert(*database, rowsFrom(ROWS + 1, ROWS + 10)).IsOk());
@@ -174,7 +167,7 @@ void DamagedFilesTest::anOlderMatrixIsBuiltAnew()
 void DamagedFilesTest::aMatrixWithDeletedRowsDoesNotBringThemBack()
 {
     fill();
-    const QByteArray old = content(matrixFile(m_directory->path()));
+    const QByteArray old = contentOf(matrixFile(m_directory->path()));
     {
         const auto database = open(m_directory->path(), DIMENSION);
         QCOMPARE(erase(*database, 101, ROWS), static_cast<int>(ROWS) - 100);
@@ -193,7 +186,7 @@ void DamagedFilesTest::theMatrixOfAnotherStoreIsBuiltAnew()
         std::reverse(rows.begin(), rows.end());
         QVERIFY(insert(*database, rows).IsOk());
     }
-    write(matrixFile(m_directory->path()), content(matrixFile(other.path())));
+    write(matrixFile(m_directory->path()), contentOf(matrixFile(other.path())));
     check(rowsFrom(1, ROWS));
 }
 
@@ -245,13 +238,13 @@ void DamagedFilesTest::damagedRowsAreRefusedAndLeftAlone()
     } else {
         flip(path, position, bytes);
     }
-    const QByteArray damaged = content(path);
+    const QByteArray damaged = contentOf(path);
     Status status;
     QVERIFY(!open(m_directory->path(), DIMENSION, &status));
     QCOMPARE(status.Code(), code(StatusCode::STORE_DAMAGED));
     QVERIFY2(status.Message().find(path.toStdString()) != std::string::npos,
              status.Message().c_str());
-    QVERIFY(content(path) == damaged);
+    QVERIFY(contentOf(path) == damaged);
 }
 
 void DamagedFilesTest::deletedRowsAreWipedFromEveryFile_data()
@@ -280,7 +273,7 @@ void DamagedFilesTest::deletedRowsAreWipedFromEveryFile()
         int count = 0;
         const QDir directory(m_directory->path());
         for (const QString &file : directory.entryList(QDir::Files)) {
-            const QByteArray all = content(directory.filePath(file));
+            const QByteArray all = contentOf(directory.filePath(file));
             count += all.count(vector) + all.count("marked-for-deletion");
         }
         return count;
@@ -341,21 +334,17 @@ void DamagedFilesTest::aLimitOnFilesStoresNothingByHalves()
 {
     const auto database = open(m_directory->path(), DIMENSION);
     QVERIFY(database && insert(*database, rowsFrom(1, 20)).IsOk());
-    rlimit former{};
-    getrlimit(RLIMIT_FSIZE, &former);
-    rlimit small = former;
-    small.rlim_cur = 300000; // below what the log of the rows comes to
-    const auto handler = signal(SIGXFSZ, SIG_IGN);
-    setrlimit(RLIMIT_FSIZE, &small);
     Status status;
     std::size_t stored = 20;
-    for (long number = 21; status.IsOk() && number < 5000; number += 20) {
-        status = insert(*database, rowsFrom(number, number + 19));
-        stored += status.IsOk() ? 20 : 0;
+    std::size_t found = 0;
+    {
+        const FileSizeLimit limit(300000); // below what the log of the rows comes to
+        for (long number = 21; status.IsOk() && number < 5000; number += 20) {
+            status = insert(*database, rowsFrom(number, number + 19));
+            stored += status.IsOk() ? 20 : 0;
+        }
+        found = search(*database, randomVector(DIMENSION, 5), 10000).ids.size();
     }
-    const std::size_t found = search(*database, randomVector(DIMENSION, 5), 10000).ids.size();
-    setrlimit(RLIMIT_FSIZE, &former);
-    signal(SIGXFSZ, handler);
     QVERIFY2(status.Code() == code(StatusCode::STORE_FULL), status.Message().c_str());
     QCOMPARE(found, stored);
     QVERIFY(insert(*database, rowsFrom(9000, 9001)).IsOk()); // room again
