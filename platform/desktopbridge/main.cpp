@@ -2,6 +2,7 @@
 // desktops that do not, and keeps the settings current that the program follows. Started by the
 // session bus when the first call comes, which the program's start is.
 
+#include "confinement/withheldmemory.h"
 #include "desktopbridge/desktopbridge.h"
 
 #include <QCommandLineParser>
@@ -9,9 +10,13 @@
 #include <QDebug>
 
 #include <csignal>
+#include <sys/stat.h>
 
 int main(int argc, char **argv)
 {
+    // Compositors and the portal look at the executable of who asks, so it is not closed.
+    confinement::withholdMemory(confinement::Memory::WithoutDumps);
+    ::umask(0077);
     // A reader that closes its pipe early is no reason to end.
     std::signal(SIGPIPE, SIG_IGN);
     QCoreApplication application(argc, argv);

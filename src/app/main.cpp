@@ -4,6 +4,7 @@
 #include "app/subsystemunavailablewindow.h"
 #include "app/yestermarkbackend.h"
 
+#include "confinement/withheldmemory.h"
 #include "coreai/aisubsystem.h"
 #include "log/vesklog4qt.h"
 #include "singleapplication/qtsingleapplication.h"
@@ -33,6 +34,8 @@ int main(int argc, char **argv)
 {
     initVeskLog4qt(QStringLiteral("tavel-ai-yestermark"));
     ::umask(0077); // what is recorded is nobody else's to read
+    // Not closed: KWin lets the program see and raise windows by its executable.
+    confinement::withholdMemory(confinement::Memory::WithoutDumps);
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
     QtSingleApplication application(argc, argv, true);
     addPrivatePluginPath();

@@ -39,6 +39,12 @@ Program::~Program()
     }
 }
 
+void Program::runUnder(const QStringList &command)
+{
+    m_process.setProgram(command.first());
+    m_before = command.mid(1) + QStringList{QStringLiteral(PROGRAM)};
+}
+
 bool Program::start(const QStringList &arguments)
 {
     return startInFront(arguments) && giveWay();
@@ -72,7 +78,7 @@ bool Program::isInFront() const
 void Program::launch(const QStringList &arguments)
 {
     m_output.clear();
-    m_process.setArguments(arguments);
+    m_process.setArguments(m_before + arguments);
     m_process.start();
     m_process.waitForStarted();
 }

@@ -17,6 +17,9 @@ public:
     ~Program(); ///< kills it if it still runs
     Q_DISABLE_COPY(Program)
 
+    /// From now on it is started by another command, which keeps its process and its arguments.
+    void runUnder(const QStringList &command);
+
     /// Starts it, waits until its settings are in force and minimises its window, in front of which
     /// nothing is recorded. False if it ended or took too long.
     bool start(const QStringList &arguments = {});
@@ -48,6 +51,7 @@ public:
 
 private:
     QProcess m_process;
+    QStringList m_before; // the program's own arguments
     QByteArray m_output;
 };
 

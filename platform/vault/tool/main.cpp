@@ -1,10 +1,10 @@
 // vaultsm: makes, opens, closes and checks the user's encrypted boxes. Status 0 on success, 1 with
 // a sentence on standard error if not, 2 for arguments that it does not know.
 
+#include "confinement/withheldmemory.h"
 #include "vault/boxes/boxes.h"
 #include "vault/tool/vaultloader.h"
 
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -83,8 +83,7 @@ int run(int count, char **arguments)
 
 int main(int argc, char **argv)
 {
-    const rlimit noCore = {0, 0}; // it would hold a key
-    setrlimit(RLIMIT_CORE, &noCore);
+    confinement::withholdMemory(confinement::Memory::Closed); // it holds a key
     umask(077);
     alarm(LIMIT_S);
     try {
