@@ -65,8 +65,11 @@ std::pair<Places::const_iterator, Places::const_iterator> placesOf(const Stateme
     const auto isBefore = [&wanted](int place, qint64 number) {
         return indexOf(wanted.frames.at(place)) < number;
     };
+    const auto isBehind = [&wanted](qint64 number, int place) {
+        return number < indexOf(wanted.frames.at(place));
+    };
     const auto first = std::lower_bound(wanted.first, wanted.last, index, isBefore);
-    return {first, std::lower_bound(first, wanted.last, index + 1, isBefore)};
+    return {first, std::upper_bound(first, wanted.last, index, isBehind)};
 }
 
 void readRows(Statement &rows, const Wanted &wanted, RowTexts texts, Frames &found)

@@ -4,6 +4,7 @@
 #include "models/videoreader.h"
 
 #include "database/datahandler.h"
+#include "models/wholepixels.h"
 
 #include <QDebug>
 
@@ -46,9 +47,9 @@ VideoReader::Day VideoReader::dayAt(int dateIndex) const
 }
 
 // Pixels count from 1 here, and pixel 0 of a bar belongs to its first frame too.
-int VideoReader::frameWithin(int length) const
+int VideoReader::frameWithin(qint64 length) const
 {
-    return static_cast<int>(std::ceil(length / static_cast<double>(m_framePixelWidth)));
+    return static_cast<int>(std::ceil(static_cast<double>(length) / m_framePixelWidth));
 }
 
 // Nothing in a gap, and in the 7 pixels after the last bar. Beyond those it is the last frame.
@@ -99,7 +100,8 @@ int VideoReader::getLengthByDayFrameNumber(const QString &day, int frameNumber) 
         rest = frameNumber - passed;
     }
     if (rest > 0) {
-        return width + (rest - 1) * m_framePixelWidth + m_framePixelWidth / 2;
+        // A damaged row may have any number.
+        return wholePixels(width + (rest - 0.5) * m_framePixelWidth);
     }
     return width - m_appSpacing - m_framePixelWidth / 2; // the last frame of the run before
 }
@@ -140,7 +142,8 @@ VideoPreviewImageItem VideoReader::getVideoPreviewImgItem(int dateIndex, int app
     if (day == m_dayAppItems.constEnd()) {
         return {};
     }
-    const int total = widthOfRuns(*day, appIndex) + (lengthOfApp == 0 ? 1 : lengthOfApp);
+    // A page may tell any length.
+    const qint64 total = qint64{widthOfRuns(*day, appIndex)} + (lengthOfApp == 0 ? 1 : lengthOfApp);
     return showPreview(day.key(), frameWithin(total), imageId);
 }
 

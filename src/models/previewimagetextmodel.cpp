@@ -1,6 +1,7 @@
 #include "models/previewimagetextmodel.h"
 
 #include "models/previewimagetextitem.h"
+#include "models/wholepixels.h"
 
 #include <QDebug>
 #include <QPolygonF>
@@ -29,10 +30,10 @@ PreviewImageTextItem *PreviewImageTextModel::makeItem(const OCRTextData &textDat
 {
     const QRectF bounds = QPolygonF(textData.cornerPoints).boundingRect();
     auto *textItem = new PreviewImageTextItem(this);
-    textItem->setX(static_cast<int>(bounds.left()));
-    textItem->setY(static_cast<int>(bounds.top()));
-    textItem->setTextWidth(static_cast<int>(bounds.width()));
-    textItem->setTextHeight(static_cast<int>(bounds.height()));
+    textItem->setX(wholePixels(bounds.left()));
+    textItem->setY(wholePixels(bounds.top()));
+    textItem->setTextWidth(wholePixels(bounds.width()));
+    textItem->setTextHeight(wholePixels(bounds.height()));
     textItem->setText(textData.text);
     // The item's address, never its text: what stands on a screen is nothing for the log.
     qDebug() << " text  " << textItem;

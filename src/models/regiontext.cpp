@@ -2,6 +2,7 @@
 
 #include "models/videoinfo.h"
 #include "models/videoreader.h"
+#include "models/wholepixels.h"
 
 #include <QDebug>
 
@@ -41,8 +42,8 @@ void VideoInfo::recognizingTextInImage(int type, const QString &imageId, float s
     const float height = endy - starty;
     qDebug() << "Recognizing text in image" << startx << starty << width << height;
     OCRTask task;
-    task.image = image.copy(static_cast<int>(startx), static_cast<int>(starty),
-                            static_cast<int>(width), static_cast<int>(height));
+    task.image = image.copy(wholePixels(startx), wholePixels(starty), wholePixels(width),
+                            wholePixels(height));
     task.taskID = taskID;
     m_videoReader->requestOcrResult(task);
 }

@@ -164,7 +164,7 @@ private:
     Day dayAt(int dateIndex) const;
     int widthOfRuns(const QList<AppItemInfo> &appInfos, int count) const;
     std::optional<int> frameAt(const QList<AppItemInfo> &appInfos, int x) const;
-    int frameWithin(int length) const;
+    int frameWithin(qint64 length) const;
     VideoPreviewImageItem showPreview(const QString &day, int frameNumber, int imageId);
     VideoPreviewImageItem showNoPreview();
     VideoPreviewImageItem showFrame(const QString &day, int frameNumber, const QString &source,
