@@ -7,6 +7,7 @@
 #include <opencv2/core/mat.hpp>
 
 #include <string>
+#include <vector>
 
 namespace coreai
 {
@@ -20,15 +21,22 @@ class LineRecognizer
 public:
     virtual ~LineRecognizer() = default;
 
-    // `line` is CV_8UC4 (blue, green, red, ignored) of any size but empty.
+    // `line` is CV_8UC4 (blue, green, red, ignored) of any size but empty. Keeps to one core.
     virtual LineText read(const cv::Mat &line) = 0;
+
+    // The texts of several lines in their order, each as read() gives it. An engine that can read
+    // side by side takes two cores for them.
+    virtual std::vector<LineText> readAll(const std::vector<cv::Mat> &lines)
+    {
+        std::vector<LineText> texts;
+        texts.reserve(lines.size());
+        for (const cv::Mat &line : lines) {
+            texts.push_back(read(line));
+        }
+        return texts;
+    }
 
     // For the log and the benchmarks, such as "PP-OCRv6 small".
     virtual std::string name() const = 0;
-
-    // How many threads a call of read() may use, 1 at first; the text does not depend on it. An
-    // engine that cannot be told keeps its own. What was made ready for another number is made
-    // anew.
-    virtual void setThreads(int /*threads*/) {}
 };
 } // namespace coreai

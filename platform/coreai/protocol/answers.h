@@ -43,6 +43,7 @@ std::optional<std::vector<float>> decodeFloats(std::string_view bytes);
 std::string encodeVectors(const std::vector<std::vector<float>> &vectors);
 std::optional<std::vector<std::vector<float>>> decodeVectors(std::string_view bytes);
 
+// Texts, or other strings of bytes.
 std::string encodeTexts(const std::vector<std::string> &texts);
 std::optional<std::vector<std::string>> decodeTexts(std::string_view bytes);
 

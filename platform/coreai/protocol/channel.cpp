@@ -62,8 +62,8 @@ bool isKnown(std::uint16_t type)
     };
     return within(MessageType::OpenSession, MessageType::EmbedText) ||
            within(MessageType::SessionOpened, MessageType::Vector) ||
-           within(MessageType::EngineSetThreads, MessageType::EngineOfPicture) ||
-           within(MessageType::EngineLine, MessageType::EngineVectors);
+           within(MessageType::EngineLoadReader, MessageType::EngineOfPicture) ||
+           within(MessageType::EngineLines, MessageType::EngineVectors);
 }
 } // namespace
 

@@ -25,16 +25,16 @@ enum class MessageType : std::uint16_t {
     Vector,             // payload: encodeFloats(); empty on failure
 
     // runtime to engines, each but the first answered with the same number
-    EngineSetThreads = 64, // request: the number; loads the recogniser
-    EngineReadLine,        // payload: encodeBitmap()
+    EngineLoadReader = 64, // loads the recogniser
+    EngineReadLines,       // payload: encodeTexts() of encodeBitmap(); several on two cores
     EngineOfPassages,      // payload: encodeTexts()
     EngineOfQuery,         // payload: UTF-8
     EngineOfPictureText,
     EngineOfPicture, // payload: encodeBitmap()
 
     // engines to runtime
-    EngineLine = 96, // payload: encodeLine()
-    EngineVectors,   // payload: encodeVectors(), one for each text or picture
+    EngineLines = 96, // payload: encodeTexts() of encodeLine(), one for each line
+    EngineVectors,    // payload: encodeVectors(), one for each text or picture
 };
 
 enum class SessionKind : std::uint32_t { TextRecognition = 1, Embedding = 2 };

@@ -3,14 +3,10 @@
 #include "coreai/protocol/answers.h"
 #include "coreai/runtime/processpriority.h"
 
-#include <algorithm>
-
 namespace coreai
 {
 namespace
 {
-constexpr int mostThreads = 16;
-
 // A header over the pixels; engines only read them.
 cv::Mat matOf(const BitmapView &bitmap)
 {
@@ -71,12 +67,12 @@ void EngineHost::answer(const Message &question)
     Message message;
     message.request = question.request;
     switch (question.type) {
-    case MessageType::EngineSetThreads:
-        lines().setThreads(int(std::clamp<std::uint64_t>(question.request, 1, mostThreads)));
+    case MessageType::EngineLoadReader:
+        lines();
         return;
-    case MessageType::EngineReadLine:
-        message.type = MessageType::EngineLine;
-        message.payload = Payload::of(readLine(view.bytes()));
+    case MessageType::EngineReadLines:
+        message.type = MessageType::EngineLines;
+        message.payload = Payload::of(readLines(view.bytes()));
         break;
     default:
         message.type = MessageType::EngineVectors;
@@ -86,11 +82,23 @@ void EngineHost::answer(const Message &question)
     send(message);
 }
 
-std::string EngineHost::readLine(std::string_view bytes)
+std::string EngineHost::readLines(std::string_view bytes)
 {
-    const std::optional<BitmapView> bitmap = decodeBitmap(bytes);
-    const LineText line = bitmap ? lines().read(matOf(*bitmap)) : LineText();
-    return encodeLine(line.text, line.confidence);
+    const auto encoded = decodeTexts(bytes).value_or(std::vector<std::string>());
+    std::vector<cv::Mat> bitmaps;
+    bitmaps.reserve(encoded.size());
+    for (const std::string &line : encoded) {
+        const std::optional<BitmapView> bitmap = decodeBitmap(line);
+        bitmaps.push_back(bitmap ? matOf(*bitmap) : cv::Mat());
+    }
+    const std::vector<LineText> read =
+        bitmaps.size() == 1 ? std::vector{lines().read(bitmaps.front())} : lines().readAll(bitmaps);
+    std::vector<std::string> texts;
+    texts.reserve(read.size());
+    for (const LineText &line : read) {
+        texts.push_back(encodeLine(line.text, line.confidence));
+    }
+    return encodeTexts(texts);
 }
 
 std::vector<std::vector<float>> EngineHost::vectorsFor(MessageType type, std::string_view bytes)

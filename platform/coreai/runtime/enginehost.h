@@ -31,7 +31,7 @@ public:
 
 private:
     void answer(const Message &question);
-    std::string readLine(std::string_view bytes);
+    std::string readLines(std::string_view bytes);
     std::vector<std::vector<float>> vectorsFor(MessageType type, std::string_view bytes);
     void send(const Message &message);
 

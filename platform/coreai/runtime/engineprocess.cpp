@@ -16,8 +16,6 @@ using Clock = std::chrono::steady_clock;
 constexpr int patienceWithoutCpu = 15;
 constexpr std::chrono::milliseconds waitingSlice = 40ms;
 
-constexpr int tries = 2; // of one call, each with a process of its own if the first dies
-
 // Engines that fail twice in a row are left alone for a while: a picture has hundreds of lines, and
 // each would start two processes.
 constexpr int mostFailures = 2;
@@ -43,11 +41,13 @@ void EngineProcess::setWhileWaiting(std::function<void()> whileWaiting)
     m_whileWaiting = std::move(whileWaiting);
 }
 
-void EngineProcess::prepareReading(int threads)
+// Whoever only searches does without the recogniser.
+void EngineProcess::prepareReading()
 {
-    m_threads = threads;
-    if (startIfNeeded()) {
-        tellThreads();
+    if (startIfNeeded() && !m_toldToLoad) {
+        Message message;
+        message.type = MessageType::EngineLoadReader;
+        m_toldToLoad = send(message);
     }
 }
 
@@ -56,21 +56,8 @@ bool EngineProcess::startIfNeeded()
     if (m_process.isRunning() && m_process.channel().isOpen()) {
         return true;
     }
-    m_toldThreads = 0;
+    m_toldToLoad = false;
     return Clock::now() >= m_pauseUntil && m_process.start(m_command);
-}
-
-// The recogniser is loaded by this; whoever only searches does without.
-bool EngineProcess::tellThreads()
-{
-    if (m_toldThreads == m_threads) {
-        return true;
-    }
-    m_toldThreads = m_threads;
-    Message message;
-    message.type = MessageType::EngineSetThreads;
-    message.request = std::uint64_t(m_threads);
-    return send(message);
 }
 
 bool EngineProcess::send(const Message &message)
@@ -88,8 +75,7 @@ bool EngineProcess::send(const Message &message)
 
 std::optional<Message> EngineProcess::tryCall(const Message &question, MessageType type)
 {
-    const bool reads = question.type == MessageType::EngineReadLine;
-    if (!startIfNeeded() || (reads && !tellThreads()) || !send(question)) {
+    if (!startIfNeeded() || !send(question)) {
         return std::nullopt;
     }
     const Clock::time_point asked = Clock::now();
@@ -125,7 +111,7 @@ bool EngineProcess::isStuck(Clock::time_point asked, std::chrono::nanoseconds cp
 }
 
 std::optional<Message> EngineProcess::call(MessageType type, std::string_view bytes,
-                                           MessageType answerType)
+                                           MessageType answerType, int tries)
 {
     Message question;
     question.type = type;
@@ -142,22 +128,56 @@ std::optional<Message> EngineProcess::call(MessageType type, std::string_view by
         m_process.end(0);
         qWarning("AI runtime: the engines' process ended in a call");
     }
-    if (++m_failures >= mostFailures) {
+    m_failures += tries == usualTries ? 1 : 0;
+    if (m_failures >= mostFailures) {
         m_failures = 0;
         m_pauseUntil = Clock::now() + pauseAfterFailures;
     }
     return std::nullopt;
 }
 
-std::optional<LineText> EngineProcess::readLine(const cv::Mat &line)
+// Lines that fail together are read once more, each alone, so that they lose nothing by the one at
+// which the engines die.
+EngineSet::Lines EngineProcess::readLines(const std::vector<cv::Mat> &lines)
 {
+    if (lines.size() > 1) {
+        if (std::optional<Lines> texts = readTogether(lines, 1)) {
+            return *texts;
+        }
+    }
+    Lines texts;
+    for (const cv::Mat &line : lines) {
+        texts.push_back(readTogether({line}, usualTries).value_or(Lines(1)).front());
+    }
+    return texts;
+}
+
+std::optional<EngineSet::Lines> EngineProcess::readTogether(const std::vector<cv::Mat> &lines,
+                                                            int tries)
+{
+    std::vector<std::string> bitmaps;
+    bitmaps.reserve(lines.size());
+    for (const cv::Mat &line : lines) {
+        bitmaps.push_back(bitmapBytes(line));
+    }
     const auto answer =
-        call(MessageType::EngineReadLine, bitmapBytes(line), MessageType::EngineLine);
-    LineText text;
-    if (!answer || !decodeLine(answer->payload.view().bytes(), text.text, text.confidence)) {
+        call(MessageType::EngineReadLines, encodeTexts(bitmaps), MessageType::EngineLines, tries);
+    if (!answer) {
         return std::nullopt;
     }
-    return text;
+    const Payload::View view = answer->payload.view();
+    const auto encoded = decodeTexts(view.bytes());
+    if (!encoded || encoded->size() != lines.size()) {
+        return std::nullopt;
+    }
+    Lines texts(lines.size());
+    for (std::size_t index = 0; index < lines.size(); ++index) {
+        LineText text;
+        if (decodeLine((*encoded)[index], text.text, text.confidence)) {
+            texts[index] = std::move(text);
+        }
+    }
+    return texts;
 }
 
 EngineSet::Vectors EngineProcess::ofPassages(const std::vector<std::string> &texts)

@@ -18,26 +18,32 @@ public:
     // and killed. One that uses none, as a busy machine may leave it at the lowest priority, is
     // given 15 times as long.
     static constexpr std::chrono::milliseconds usualPatience{20000};
+    // Of one call, each with a process of its own if the one before died.
+    static constexpr int usualTries = 2;
 
     // `command` starts the process: an absolute path and arguments.
     explicit EngineProcess(std::vector<std::string> command,
                            std::chrono::milliseconds patience = usualPatience);
 
     void setWhileWaiting(std::function<void()> whileWaiting) override;
-    void prepareReading(int threads) override;
-    std::optional<LineText> readLine(const cv::Mat &line) override;
+    void prepareReading() override;
+    Lines readLines(const std::vector<cv::Mat> &lines) override;
     Vectors ofPassages(const std::vector<std::string> &texts) override;
     std::vector<float> ofQuery(const std::string &utf8) override;
     std::vector<float> ofPictureText(const std::string &utf8) override;
     std::vector<float> ofPicture(const cv::Mat &picture) override;
     void unload() override;
 
+    // Of the engines; -1 where none run.
+    pid_t processId() const { return m_process.processId(); }
+
 private:
-    std::optional<Message> call(MessageType type, std::string_view bytes, MessageType answer);
+    std::optional<Message> call(MessageType type, std::string_view bytes, MessageType answer,
+                                int tries = usualTries);
     std::optional<Message> tryCall(const Message &question, MessageType answer);
     std::vector<float> vectorFor(MessageType type, std::string_view bytes);
+    std::optional<Lines> readTogether(const std::vector<cv::Mat> &lines, int tries);
     bool startIfNeeded();
-    bool tellThreads();
     bool isStuck(std::chrono::steady_clock::time_point asked, std::chrono::nanoseconds cpu) const;
     bool send(const Message &message);
 
@@ -46,9 +52,8 @@ private:
     std::function<void()> m_whileWaiting;
     ChannelProcess m_process;
     std::uint64_t m_calls = 0;
-    int m_threads = 1;
-    int m_toldThreads = 0; // to the present process
-    int m_failures = 0;    // calls in a row that failed
+    bool m_toldToLoad = false; // the present process
+    int m_failures = 0;        // calls in a row that failed
     std::chrono::steady_clock::time_point m_pauseUntil;
 };
 } // namespace coreai

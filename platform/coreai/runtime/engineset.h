@@ -17,6 +17,7 @@ class EngineSet
 {
 public:
     using Vectors = std::vector<std::vector<float>>;
+    using Lines = std::vector<std::optional<LineText>>;
 
     virtual ~EngineSet() = default;
 
@@ -24,11 +25,13 @@ public:
     // long on a busy machine. It must not call an engine.
     virtual void setWhileWaiting(std::function<void()> whileWaiting) = 0;
 
-    // Lines will be read soon, by so many threads: loads what can be loaded meanwhile. Returns at
-    // once.
-    virtual void prepareReading(int threads) = 0;
+    // Lines will be read soon: loads what can be loaded meanwhile. Returns at once.
+    virtual void prepareReading() = 0;
 
-    virtual std::optional<LineText> readLine(const cv::Mat &line) = 0;
+    // As many texts as lines, in their order. A line alone is read on one core, several on two.
+    virtual Lines readLines(const std::vector<cv::Mat> &lines) = 0;
+
+    std::optional<LineText> readLine(const cv::Mat &line) { return readLines({line}).front(); }
 
     // A vector for each text, empty for one without meaning; no vectors at all on failure.
     virtual Vectors ofPassages(const std::vector<std::string> &texts) = 0;

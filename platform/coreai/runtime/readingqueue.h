@@ -20,6 +20,7 @@ struct ReadingJob {
     cv::Size size; // 0x0 where it holds no picture
     std::shared_ptr<FrameReader> reader;
     bool begun = false;
+    bool mayTakeTwoCores = false;
 };
 using ReadingJobPtr = std::shared_ptr<ReadingJob>;
 

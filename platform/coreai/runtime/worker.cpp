@@ -17,8 +17,8 @@ constexpr auto dropInterval = 5min;             // between looks for lines not s
 constexpr std::size_t vectorsAtOnce = 4;        // lines of a background step: 40 to 80 ms
 constexpr std::size_t mostVectorless = 4000;    // more than the cache would keep for long
 constexpr std::size_t mostTextBytes = 16 << 10; // the model looks at 2000 characters
-constexpr int manyLines = 24; // new ones of a small picture, for which a second thread pays
 constexpr int smallerDivisor = 4;
+constexpr int smallestScreen = 1024 * 768; // pixels
 
 std::vector<Corner> cornersOf(const cv::Rect &box)
 {
@@ -191,7 +191,7 @@ void Worker::answerEmbedding(const std::vector<float> &vector)
 std::vector<float> Worker::vectorOfPicture()
 {
     if (m_rested && !m_servesOverdue) {
-        m_engines->prepareReading(1); // loads while the picture is decoded
+        m_engines->prepareReading(); // loads while the picture is decoded
     }
     const Payload::View view = m_embedding->question.message.payload.view();
     const cv::Mat smaller = decodeSmaller(view.bytes(), smallerDivisor);
@@ -262,7 +262,7 @@ bool Worker::readOn()
         begin(*job);
         cut(*job);
     } else if (!job->reader->isComplete()) {
-        job->reader->readNext([this](const cv::Mat &line) { return m_engines->readLine(line); });
+        readLines(*job);
     }
     if (job->reader->isComplete()) {
         finish(job);
@@ -284,18 +284,27 @@ void Worker::cut(ReadingJob &job)
     const cv::Mat picture = decodePicture(view.bytes());
     job.reader->cut(picture);
     m_recent.add(job.size, RecentFrames::thumbnailOf(picture), job.reader);
+    job.mayTakeTwoCores = !m_settings.power.onBattery();
     if (!job.reader->isComplete() && !m_servesOverdue) {
-        m_engines->prepareReading(threadsFor(job));
+        m_engines->prepareReading();
     }
 }
 
-// A second thread only where somebody waits, which is where a small picture overtakes, and the
-// gain outweighs that the recogniser is made ready anew.
-int Worker::threadsFor(const ReadingJob &job) const
+void Worker::readLines(const ReadingJob &job)
 {
-    const bool overtakes = m_reading.sessionCount() > 1;
-    const bool pays = job.reader->unreadCount() >= manyLines;
-    return overtakes && pays && !m_settings.power.onBattery() ? 2 : 1;
+    if (job.mayTakeTwoCores && isWaitedFor(job)) {
+        job.reader->readNextTogether(
+            [this](const std::vector<cv::Mat> &lines) { return m_engines->readLines(lines); });
+    } else {
+        job.reader->readNext([this](const cv::Mat &line) { return m_engines->readLine(line); });
+    }
+}
+
+// The recorder's pictures are whole screens, whose reading nobody should feel. What is smaller
+// than any, or overtakes them, was cut out by somebody.
+bool Worker::isWaitedFor(const ReadingJob &job) const
+{
+    return job.size.area() < smallestScreen || m_reading.sessionCount() > 1;
 }
 
 void Worker::finish(const ReadingJobPtr &job)

@@ -1,4 +1,5 @@
-// The runtime's one thread that computes. It works in steps of a line, and after each step does
+// The runtime's one thread that computes. It works in steps of a line, or of a few that are read
+// side by side where somebody waits for the picture, and after each step does
 // what is most urgent: embeddings of queries, of pictures, reading (shortest queue first), vectors
 // of new lines. Answers of a session come in the order of its requests of one kind.
 // Owner: RuntimeService. Thread: post() and the constructor on the owner's, the rest on its own.
@@ -71,7 +72,8 @@ private:
     std::vector<float> vectorOfPicture();
     std::vector<float> knownVector(FrameReader &frame);
     std::shared_ptr<FrameReader> frameOf(std::string_view picture, const cv::Mat &smaller);
-    int threadsFor(const ReadingJob &job) const;
+    void readLines(const ReadingJob &job);
+    bool isWaitedFor(const ReadingJob &job) const;
     void tell(MessageType type, std::uint32_t session, std::uint64_t request,
               std::string_view bytes);
     void rest();

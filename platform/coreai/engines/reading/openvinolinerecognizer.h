@@ -19,8 +19,8 @@ public:
     ~OpenVinoLineRecognizer() override;
 
     LineText read(const cv::Mat &line) override;
+    std::vector<LineText> readAll(const std::vector<cv::Mat> &lines) override;
     std::string name() const override;
-    void setThreads(int threads) override;
 
 private:
     struct Network;

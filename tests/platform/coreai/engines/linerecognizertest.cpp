@@ -40,7 +40,9 @@ private Q_SLOTS:
     void linesAreReadRight();
     void aSureLineSaysSo();
     void theSameBitmapGivesTheSameTextWhateverWasReadBetween();
-    void theNumberOfThreadsDoesNotChangeTheText();
+    void linesReadSideBySideHaveTheTextOfEachAlone();
+    void theSameLineSideBySideWithItselfHasItsText();
+    void noLinesAreReadAsNone();
     void theIgnoredByteDoesNotChangeTheText();
     void aLineOfTheBitmapOfAnotherIsReadAsItsCopy();
     void blankColumnsAroundALineDoNotChangeTheText();
@@ -137,18 +139,49 @@ void LineRecognizerTest::theSameBitmapGivesTheSameTextWhateverWasReadBetween()
     QCOMPARE(fresh->read(english16()).confidence, first.confidence);
 }
 
-void LineRecognizerTest::theNumberOfThreadsDoesNotChangeTheText()
+void LineRecognizerTest::linesReadSideBySideHaveTheTextOfEachAlone()
 {
-    const auto other = loadLineRecognizer(ModelFolders::standard());
-    other->setThreads(2);
+    std::vector<cv::Mat> lines;
     for (const int size : {11, 14, 19, 32}) {
-        for (const QString &text : {english, chinese, english.left(9)}) {
-            const cv::Mat line = bitmapOf(drawn({text, size}));
-            QCOMPARE(other->read(line).text, m_engine->read(line).text);
+        for (const QString &text : {english, chinese, english.left(9), english.repeated(4)}) {
+            lines.push_back(bitmapOf(drawn({text, size})));
         }
     }
-    other->setThreads(0); // at least one
-    QCOMPARE(told(other->read(english16())), english);
+    lines.emplace_back();                                                // no line
+    lines.emplace_back(20, 300, CV_8UC4, cv::Scalar(20, 120, 220, 255)); // no ink
+    std::vector<LineText> alone;
+    for (const cv::Mat &line : lines) {
+        alone.push_back(m_engine->read(line));
+    }
+    std::mt19937 random(3);
+    for (int round = 0; round < 4; ++round) {
+        const std::vector<LineText> together = m_engine->readAll(lines);
+        QCOMPARE(together.size(), lines.size());
+        for (std::size_t index = 0; index < lines.size(); ++index) {
+            QCOMPARE(together[index].text, alone[index].text);
+            QCOMPARE(together[index].confidence, alone[index].confidence);
+        }
+        // Others beside each, and in another order.
+        for (std::size_t index = lines.size() - 1; index > 0; --index) {
+            const std::size_t other = random() % (index + 1);
+            std::swap(lines[index], lines[other]);
+            std::swap(alone[index], alone[other]);
+        }
+    }
+}
+
+void LineRecognizerTest::theSameLineSideBySideWithItselfHasItsText()
+{
+    const LineText alone = m_engine->read(english16());
+    for (const LineText &line : m_engine->readAll(std::vector<cv::Mat>(12, english16()))) {
+        QCOMPARE(line.text, alone.text);
+        QCOMPARE(line.confidence, alone.confidence);
+    }
+}
+
+void LineRecognizerTest::noLinesAreReadAsNone()
+{
+    QVERIFY(m_engine->readAll({}).empty());
 }
 
 void LineRecognizerTest::theIgnoredByteDoesNotChangeTheText()

@@ -35,6 +35,7 @@ private Q_SLOTS:
     void whatHoldsNoLineGivesNoText_data();
     void whatHoldsNoLineGivesNoText();
     void noiseIsSurvived();
+    void severalLinesAreReadAsEachAlone();
 
 private:
     std::unique_ptr<LineRecognizer> m_engine;
@@ -100,6 +101,19 @@ void TesseractLineRecognizerTest::noiseIsSurvived()
         random.fill(noise, cv::RNG::UNIFORM, 0, 256);
         const LineText read = m_engine->read(noise);
         QVERIFY(read.confidence >= 0.0F && read.confidence <= 1.0F);
+    }
+}
+
+void TesseractLineRecognizerTest::severalLinesAreReadAsEachAlone()
+{
+    const std::vector<cv::Mat> lines{bitmapOf(drawn({QStringLiteral("The first line"), 20})),
+                                     cv::Mat(),
+                                     bitmapOf(drawn({QStringLiteral("and another one"), 14}))};
+    const std::vector<LineText> texts = m_engine->readAll(lines);
+    QCOMPARE(texts.size(), lines.size());
+    QVERIFY(!texts[0].text.empty());
+    for (std::size_t index = 0; index < lines.size(); ++index) {
+        QCOMPARE(texts[index].text, m_engine->read(lines[index]).text);
     }
 }
 

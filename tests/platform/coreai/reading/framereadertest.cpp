@@ -3,7 +3,11 @@
 #include "coreai/reading/framereader.h"
 #include "drawnsession.h"
 
+#include <QFont>
+#include <QPainter>
 #include <QTest>
+
+#include <algorithm>
 
 using namespace coreai;
 
@@ -24,17 +28,19 @@ struct Recognizer {
         const LineKey key = LineKey::of(line);
         return LineText{std::to_string(key.high) + '-' + std::to_string(key.low), 1};
     }
+    std::vector<std::optional<LineText>> all(const std::vector<cv::Mat> &lines)
+    {
+        std::vector<std::optional<LineText>> texts;
+        for (const cv::Mat &line : lines) {
+            texts.push_back((*this)(line));
+        }
+        return texts;
+    }
     int reads = 0;
 };
 
-QStringList read(LineCache &cache, const QImage &screen, int *reads = nullptr)
+QStringList textsOf(const FrameReader &reader)
 {
-    Recognizer recognizer;
-    FrameReader reader(cache);
-    reader.cut(matOf(screen));
-    while (!reader.isComplete()) {
-        reader.readNext(std::ref(recognizer));
-    }
     QStringList texts;
     for (const FrameReader::Line &line : reader.lines()) {
         texts << QStringLiteral("%1,%2 %3x%4 ")
@@ -44,10 +50,49 @@ QStringList read(LineCache &cache, const QImage &screen, int *reads = nullptr)
                          .arg(line.box.height) +
                      QString::fromStdString(line.text->text);
     }
+    return texts;
+}
+
+QStringList read(LineCache &cache, const QImage &screen, int *reads = nullptr)
+{
+    Recognizer recognizer;
+    FrameReader reader(cache);
+    reader.cut(matOf(screen));
+    while (!reader.isComplete()) {
+        reader.readNext(std::ref(recognizer));
+    }
     if (reads) {
         *reads = recognizer.reads;
     }
-    return texts;
+    return textsOf(reader);
+}
+
+QStringList readTogether(LineCache &cache, const QImage &screen, int *reads)
+{
+    Recognizer recognizer;
+    FrameReader reader(cache);
+    reader.cut(matOf(screen));
+    while (!reader.isComplete()) {
+        reader.readNextTogether(
+            [&](const std::vector<cv::Mat> &lines) { return recognizer.all(lines); });
+    }
+    *reads = recognizer.reads;
+    return textsOf(reader);
+}
+
+// So many lines of this size, no two alike.
+void drawLines(QImage &page, const QSize &size, int count)
+{
+    QFont font(QStringLiteral("DejaVu Sans"));
+    font.setPixelSize(size.height());
+    QPainter painter(&page);
+    painter.setFont(font);
+    for (int number = 0; number < count; ++number) {
+        const QRect place(QPoint(50, 20 + 40 * number), size);
+        painter.setClipRect(place);
+        painter.drawText(place.bottomLeft(),
+                         QStringLiteral("%1 HkbE %1 dMfT ").arg(number + 100).repeated(20));
+    }
 }
 
 QStringList readWithEmptyCache(const QImage &screen)
@@ -73,6 +118,11 @@ private Q_SLOTS:
     void aLineReadForAnotherPictureIsTaken();
     void canBeCutAgainAfterItsBitmapsWereDropped();
     void aLineMayBeReadOutOfOrder();
+    void linesReadTogetherEqualLinesReadAlone();
+    void linesReadTogetherAreFewAndNeverOneAlone_data();
+    void linesReadTogetherAreFewAndNeverOneAlone();
+    void aLineThatStandsThereTwiceIsReadOnce();
+    void ofLinesReadTogetherOnlyTheFailedAreForgotten();
     void picturesWithoutLinesAreComplete_data();
     void picturesWithoutLinesAreComplete();
 };
@@ -200,6 +250,113 @@ void FrameReaderTest::aLineMayBeReadOutOfOrder()
         reader.readNext(std::ref(recognizer));
     }
     QCOMPARE(std::size_t(recognizer.reads), cache.count());
+}
+
+void FrameReaderTest::linesReadTogetherEqualLinesReadAlone()
+{
+    DrawnSession session({1280, 800});
+    LineCache alone;
+    LineCache together;
+    for (int step = 0; step < 4; ++step) {
+        const QImage screen = session.screen();
+        int reads = 0;
+        const QStringList expected = read(alone, screen, &reads);
+        int readsTogether = 0;
+        QCOMPARE(readTogether(together, screen, &readsTogether), expected);
+        QCOMPARE(readsTogether, reads);
+        QCOMPARE(together.count(), alone.count());
+        session.typeLine();
+        session.switchTo(step % 3);
+    }
+}
+
+void FrameReaderTest::linesReadTogetherAreFewAndNeverOneAlone_data()
+{
+    QTest::addColumn<QSize>("line");
+    QTest::addColumn<int>("count");
+    QTest::addColumn<int>("calls");
+    QTest::newRow("none") << QSize(60, 12) << 0 << 0;
+    QTest::newRow("one") << QSize(60, 12) << 1 << 1;
+    QTest::newRow("two wider than together") << QSize(1200, 10) << 2 << 1;
+    QTest::newRow("three wider than together") << QSize(1200, 10) << 3 << 1;
+    QTest::newRow("seven wider than together") << QSize(1200, 10) << 7 << 3;
+    QTest::newRow("nine usual ones") << QSize(600, 12) << 9 << 3;
+    QTest::newRow("short ones") << QSize(96, 12) << 64 << 4;
+}
+
+void FrameReaderTest::linesReadTogetherAreFewAndNeverOneAlone()
+{
+    QFETCH(QSize, line);
+    QFETCH(int, count);
+    QFETCH(int, calls);
+    QImage page(1400, 40 * (count + 1), QImage::Format_RGB32);
+    page.fill(Qt::white);
+    drawLines(page, line, count);
+    LineCache cache;
+    FrameReader reader(cache);
+    reader.cut(matOf(page));
+    QCOMPARE(reader.unreadCount(), count);
+    Recognizer recognizer;
+    int called = 0;
+    bool asRuled = true;
+    while (!reader.isComplete()) {
+        reader.readNextTogether([&](const std::vector<cv::Mat> &lines) {
+            ++called;
+            double widths = 0;
+            for (const cv::Mat &one : lines) {
+                widths += double(one.cols) / one.rows;
+            }
+            const cv::Mat &last = lines.back();
+            const bool ends = recognizer.reads + int(lines.size()) == count;
+            const double withoutLast = widths - double(last.cols) / last.rows;
+            const double left = ends ? double(last.cols) / last.rows : 0; // may join them
+            asRuled = asRuled && (lines.size() >= 2 || count == 1) &&
+                      (lines.size() <= 2 || withoutLast - left < FrameReader::mostTogether) &&
+                      (ends || widths >= FrameReader::mostTogether);
+            return recognizer.all(lines);
+        });
+    }
+    QVERIFY(asRuled);
+    QCOMPARE(called, calls);
+    QCOMPARE(recognizer.reads, count);
+    reader.cut(matOf(page));
+    QVERIFY(reader.isComplete());
+}
+
+void FrameReaderTest::aLineThatStandsThereTwiceIsReadOnce()
+{
+    DrawnSession session({640, 480});
+    const QImage screen = session.screen();
+    QImage twice(640, 960, QImage::Format_RGB32);
+    QPainter painter(&twice);
+    painter.drawImage(0, 0, screen);
+    painter.drawImage(0, 480, screen);
+    painter.end();
+    LineCache cache;
+    int reads = 0;
+    const QStringList lines = readTogether(cache, twice, &reads);
+    QCOMPARE(std::size_t(reads), cache.count());
+    QVERIFY(reads < lines.size());
+}
+
+void FrameReaderTest::ofLinesReadTogetherOnlyTheFailedAreForgotten()
+{
+    DrawnSession session({640, 480});
+    LineCache cache;
+    FrameReader reader(cache);
+    reader.cut(matOf(session.screen()));
+    Recognizer recognizer;
+    int failed = 0;
+    while (!reader.isComplete()) {
+        reader.readNextTogether([&](const std::vector<cv::Mat> &lines) {
+            auto texts = recognizer.all(lines);
+            texts.front().reset();
+            ++failed;
+            return texts;
+        });
+    }
+    QVERIFY(failed > 0 && recognizer.reads > failed);
+    QCOMPARE(cache.count(), std::size_t(recognizer.reads - failed));
 }
 
 void FrameReaderTest::picturesWithoutLinesAreComplete_data()

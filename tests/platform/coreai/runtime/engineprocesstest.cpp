@@ -7,6 +7,8 @@
 #include <QElapsedTimer>
 #include <QTest>
 
+#include <csignal>
+
 using namespace coreai;
 
 namespace
@@ -24,7 +26,10 @@ class EngineProcessTest : public QObject
 private Q_SLOTS:
     void answersAsTheEnginesDo();
     void takesBitmapsThatAreParts();
+    void severalLinesAreReadAsEachAlone();
     void aDeathCostsOneLineAtMost();
+    void aDeathAmongSeveralLinesCostsOnlyTheOne();
+    void oneThatDiedAmongSeveralLinesIsAskedAgain();
     void unloadsAndLoadsAgain();
     void aMissingProgramFailsQuickly();
     void aStuckProcessIsGivenUp();
@@ -34,8 +39,8 @@ private Q_SLOTS:
 void EngineProcessTest::answersAsTheEnginesDo()
 {
     EngineProcess engines({ENGINE_PROGRAM});
-    engines.prepareReading(1);
-    engines.prepareReading(2);
+    engines.prepareReading();
+    engines.prepareReading();
     const auto text = engines.readLine(line(300));
     QVERIFY(text.has_value());
     QCOMPARE(text->text, TestEngines::textOf(line(300)));
@@ -67,6 +72,61 @@ void EngineProcessTest::aDeathCostsOneLineAtMost()
     QVERIFY(!engines.readLine(line(123)).has_value());
     QVERIFY(engines.readLine(line(100)).has_value());
     QVERIFY(log.contains(QtWarningMsg, QStringLiteral("the engines' process ended")));
+}
+
+void EngineProcessTest::severalLinesAreReadAsEachAlone()
+{
+    EngineProcess engines({ENGINE_PROGRAM});
+    QVERIFY(engines.readLines({}).empty());
+    std::vector<cv::Mat> lines;
+    for (int width = 30; width < 60; ++width) {
+        lines.push_back(line(width));
+    }
+    lines.push_back(line(5000)); // too long for the message itself
+    const EngineSet::Lines texts = engines.readLines(lines);
+    QCOMPARE(texts.size(), lines.size());
+    for (std::size_t index = 0; index < lines.size(); ++index) {
+        QVERIFY(texts[index].has_value());
+        QCOMPARE(texts[index]->text, TestEngines::textOf(lines[index]));
+        QCOMPARE(texts[index]->text, engines.readLine(lines[index])->text);
+    }
+}
+
+void EngineProcessTest::aDeathAmongSeveralLinesCostsOnlyTheOne()
+{
+    LogCapture log;
+    EngineProcess engines({ENGINE_PROGRAM, "0", "123"});
+    const std::vector<cv::Mat> lines{line(100), line(123), line(140), line(150)};
+    for (int round = 0; round < 2; ++round) {
+        const EngineSet::Lines texts = engines.readLines(lines);
+        QCOMPARE(texts.size(), lines.size());
+        for (std::size_t index = 0; index < lines.size(); ++index) {
+            QCOMPARE(texts[index].has_value(), index != 1);
+        }
+    }
+    QVERIFY(log.contains(QtWarningMsg, QStringLiteral("the engines' process ended")));
+}
+
+void EngineProcessTest::oneThatDiedAmongSeveralLinesIsAskedAgain()
+{
+    LogCapture log;
+    EngineProcess engines({ENGINE_PROGRAM, "300"});
+    QVERIFY(engines.readLine(line(100)).has_value());
+    const pid_t first = engines.processId();
+    bool killed = false;
+    engines.setWhileWaiting([&] {
+        if (!killed) {
+            killed = ::kill(first, SIGKILL) == 0;
+        }
+    });
+    const std::vector<cv::Mat> lines{line(110), line(120), line(130)};
+    const EngineSet::Lines texts = engines.readLines(lines);
+    QVERIFY(killed);
+    QVERIFY(engines.processId() != first);
+    for (std::size_t index = 0; index < lines.size(); ++index) {
+        QVERIFY(texts[index].has_value());
+        QCOMPARE(texts[index]->text, TestEngines::textOf(lines[index]));
+    }
 }
 
 void EngineProcessTest::unloadsAndLoadsAgain()
@@ -101,6 +161,10 @@ void EngineProcessTest::aStuckProcessIsGivenUp()
     QVERIFY(!engines.readLine(line(100)).has_value());
     QVERIFY(timer.elapsed() < 30000);
     QVERIFY(log.contains(QtWarningMsg, QStringLiteral("do not answer")));
+    for (const auto &text : engines.readLines({line(100), line(110)})) {
+        QVERIFY(!text.has_value());
+    }
+    QVERIFY(timer.elapsed() < 60000);
 }
 
 void EngineProcessTest::aSilentEndIsNoHang()

@@ -131,7 +131,7 @@ void RuntimeServiceTest::messagesThatNoClientSendsEndTheConnection_data()
     QTest::addColumn<int>("type");
     QTest::newRow("an answer") << int(MessageType::Lines);
     QTest::newRow("a notice") << int(MessageType::Begun);
-    QTest::newRow("a question to the engines") << int(MessageType::EngineReadLine);
+    QTest::newRow("a question to the engines") << int(MessageType::EngineReadLines);
     QTest::newRow("an answer of the engines") << int(MessageType::EngineVectors);
 }
 

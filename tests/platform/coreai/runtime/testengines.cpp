@@ -36,25 +36,23 @@ std::vector<float> vectorOf(const std::string &text)
     return vector;
 }
 
-void CountingSet::prepareReading(int threads)
+coreai::EngineSet::Lines CountingSet::readLines(const std::vector<cv::Mat> &lines)
 {
-    m_counts.mostThreads = std::max(m_counts.mostThreads.load(), threads);
-}
-
-std::optional<coreai::LineText> CountingSet::readLine(const cv::Mat &line)
-{
-    ++m_counts.reads;
+    const int count = int(lines.size());
+    m_counts.reads += count;
+    m_counts.mostTogether = std::max(m_counts.mostTogether.load(), count);
     constexpr int slice = 20; // in which one that waits for another process looks about
-    int left = m_counts.readMilliseconds;
+    int left = m_counts.readMilliseconds * ((count + 1) / 2);
     for (; left > slice; left -= slice) {
         wait(slice);
         m_whileWaiting();
     }
     wait(left);
-    if (m_counts.fails) {
-        return std::nullopt;
+    Lines texts(lines.size());
+    for (std::size_t index = 0; index < lines.size() && !m_counts.fails; ++index) {
+        texts[index] = coreai::LineText{textOf(lines[index]), 1};
     }
-    return coreai::LineText{textOf(line), 1};
+    return texts;
 }
 
 coreai::EngineSet::Vectors CountingSet::ofPassages(const std::vector<std::string> &texts)

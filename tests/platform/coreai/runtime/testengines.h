@@ -24,8 +24,8 @@ struct Counts {
     std::atomic<int> passages{0};
     std::atomic<int> queries{0};
     std::atomic<int> unloads{0};
-    std::atomic<int> mostThreads{0};
-    std::atomic<int> readMilliseconds{0}; ///< how long a line takes
+    std::atomic<int> mostTogether{0};     ///< lines of one call
+    std::atomic<int> readMilliseconds{0}; ///< how long a line takes, or two read together
     std::atomic<bool> fails{false};       ///< every call fails
 };
 
@@ -38,8 +38,8 @@ public:
     {
         m_whileWaiting = std::move(whileWaiting);
     }
-    void prepareReading(int threads) override;
-    std::optional<coreai::LineText> readLine(const cv::Mat &line) override;
+    void prepareReading() override {}
+    Lines readLines(const std::vector<cv::Mat> &lines) override;
     Vectors ofPassages(const std::vector<std::string> &texts) override;
     std::vector<float> ofQuery(const std::string &utf8) override;
     std::vector<float> ofPictureText(const std::string &) override { return {}; }

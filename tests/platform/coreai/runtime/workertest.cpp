@@ -146,8 +146,11 @@ private Q_SLOTS:
     void failedLinesAreLeftOutAndReadLater();
     void unloadsWhenIdleAndReadsOn();
     void closedSessionsAreNotReadOn();
-    void oneThreadOnBattery_data();
-    void oneThreadOnBattery();
+    void linesReadTogetherAreNotReadOnAfterAClose();
+    void linesAreReadTogetherOnlyWhereSomebodyWaits_data();
+    void linesAreReadTogetherOnlyWhereSomebodyWaits();
+    void aRegionReadTogetherHasTheTextOfOneReadLineByLine();
+    void anEmbeddingDoesNotWaitForLinesReadTogether();
     void textsOfAllKinds_data();
     void textsOfAllKinds();
 };
@@ -460,38 +463,118 @@ void WorkerTest::closedSessionsAreNotReadOn()
     QVERIFY(bench.counts.reads <= reads + 1);
 }
 
-void WorkerTest::oneThreadOnBattery_data()
+void WorkerTest::linesReadTogetherAreNotReadOnAfterAClose()
 {
-    QTest::addColumn<bool>("battery");
-    QTest::addColumn<bool>("waits");
-    QTest::addColumn<int>("threads");
-    QTest::newRow("battery, somebody waits") << true << true << 1;
-    QTest::newRow("battery, nobody waits") << true << false << 1;
-    QTest::newRow("mains, nobody waits") << false << false << 1;
-    QTest::newRow("mains, somebody waits") << false << true << 2;
+    Bench bench;
+    bench.counts.readMilliseconds = 30;
+    DrawnSession session({900, 800});
+    bench.read(Bench::region, 1, encoded(session.screen()));
+    QTRY_VERIFY(bench.counts.reads > 0);
+    QVERIFY(bench.counts.mostTogether > 1);
+    bench.worker.post({MessageType::CloseSession, Bench::region, 0, Payload()});
+    bench.ask(2, "query");
+    QTRY_COMPARE(bench.answers.count(), 1);
+    QCOMPARE(bench.answers.requests().front(), std::uint64_t(2));
+    const int reads = bench.counts.reads;
+    LineCache cache;
+    FrameReader all(cache);
+    const QImage screen = session.screen();
+    all.cut(
+        cv::Mat(screen.height(), screen.width(), CV_8UC4, const_cast<uchar *>(screen.constBits())));
+    QVERIFY2(reads < all.unreadCount(), qPrintable(QString::number(reads)));
+    QTest::qWait(100);
+    QCOMPARE(bench.counts.reads.load(), reads);
+    QCOMPARE(bench.answers.count(), 1);
 }
 
-void WorkerTest::oneThreadOnBattery()
+void WorkerTest::linesAreReadTogetherOnlyWhereSomebodyWaits_data()
+{
+    QTest::addColumn<bool>("battery");
+    QTest::addColumn<bool>("frames");
+    QTest::addColumn<QRect>("region");
+    QTest::addColumn<bool>("together");
+    const QRect small(300, 200, 800, 200);
+    const QRect large(0, 0, 1000, 1000);
+    QTest::newRow("battery, frames, large region") << true << true << large << false;
+    QTest::newRow("battery, small region") << true << false << small << false;
+    QTest::newRow("battery, frames") << true << true << QRect() << false;
+    QTest::newRow("mains, frames") << false << true << QRect() << false;
+    QTest::newRow("mains, frames, large region") << false << true << large << true;
+    QTest::newRow("mains, frames, small region") << false << true << small << true;
+    QTest::newRow("mains, small region") << false << false << small << true;
+    // Nothing tells it from a frame.
+    QTest::newRow("mains, large region") << false << false << large << false;
+}
+
+void WorkerTest::linesAreReadTogetherOnlyWhereSomebodyWaits()
 {
     QFETCH(bool, battery);
-    QFETCH(bool, waits);
-    QFETCH(int, threads);
+    QFETCH(bool, frames);
+    QFETCH(QRect, region);
+    QFETCH(bool, together);
     const QTemporaryDir folder;
     Worker::Settings settings;
     settings.power = PowerState(battery ? batteryFolder(folder) : folder.path());
     Bench bench(settings);
     bench.counts.readMilliseconds = 2;
     DrawnSession session;
-    for (std::uint64_t request = 1; request <= 3; ++request) {
+    for (std::uint64_t request = 1; frames && request <= 3; ++request) {
         session.openFile();
         bench.read(Bench::recorder, request, encoded(session.screen()));
     }
-    if (waits) {
+    if (!region.isNull()) {
         session.openFile();
-        bench.read(Bench::region, 4, encoded(session.screen().copy(0, 0, 1000, 1000)));
+        bench.read(Bench::region, 4, encoded(session.screen().copy(region)));
     }
-    QTRY_COMPARE_WITH_TIMEOUT(bench.answers.count(), waits ? 4 : 3, 20000);
-    QCOMPARE(bench.counts.mostThreads.load(), threads);
+    const int expected = (frames ? 3 : 0) + (region.isNull() ? 0 : 1);
+    QTRY_COMPARE_WITH_TIMEOUT(bench.answers.count(), expected, 20000);
+    QCOMPARE(bench.counts.mostTogether > 1, together);
+}
+
+void WorkerTest::aRegionReadTogetherHasTheTextOfOneReadLineByLine()
+{
+    const QTemporaryDir folder;
+    Worker::Settings onBattery;
+    onBattery.power = PowerState(batteryFolder(folder));
+    Bench byLine(onBattery);
+    Bench together;
+    DrawnSession session;
+    const std::string region = encoded(session.screen().copy(200, 100, 900, 600));
+    for (Bench *bench : {&byLine, &together}) {
+        bench->read(Bench::region, 1, region);
+        QTRY_COMPARE(bench->answers.count(), 1);
+    }
+    QCOMPARE(byLine.counts.mostTogether.load(), 1);
+    QVERIFY(together.counts.mostTogether > 1);
+    QCOMPARE(together.counts.reads.load(), byLine.counts.reads.load());
+    const Message one = byLine.answers.at(0);
+    const Message other = together.answers.at(0);
+    QCOMPARE(std::string(other.payload.view().bytes()), std::string(one.payload.view().bytes()));
+    together.read(Bench::recorder, 2, encoded(session.screen().copy(200, 100, 900, 600)));
+    QTRY_COMPARE(together.answers.count(), 2);
+    QCOMPARE(together.counts.reads.load(), byLine.counts.reads.load());
+}
+
+void WorkerTest::anEmbeddingDoesNotWaitForLinesReadTogether()
+{
+    Bench bench;
+    DrawnSession session({640, 480});
+    bench.read(Bench::recorder, 1, encoded(session.screen()));
+    QTRY_COMPARE(bench.answers.count(), 1);
+    const QImage known = session.screen();
+    bench.counts.readMilliseconds = 3000;
+    session.switchTo(1);
+    const int before = bench.counts.reads;
+    bench.read(Bench::region, 2, encoded(session.screen()));
+    QTRY_VERIFY(bench.counts.reads > before + 1);
+    QElapsedTimer asked;
+    asked.start();
+    bench.embed(3, encoded(known, "JPEG"));
+    QTRY_COMPARE(bench.answers.count(), 2);
+    QVERIFY(asked.elapsed() < 2000); // the lines take at least three seconds
+    QCOMPARE(bench.answers.at(1).request, std::uint64_t(3));
+    QCOMPARE(bench.answers.vector(1).size(), std::size_t(1024));
+    bench.worker.post({MessageType::CloseSession, Bench::region, 0, Payload()});
 }
 
 void WorkerTest::textsOfAllKinds_data()
