@@ -64,3 +64,36 @@ function(yestermark_bench name)
         RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bench")
     target_link_libraries(${name} PRIVATE bench_support ${arg_LIBRARIES})
 endfunction()
+
+# yestermark_fuzzer(NAME SOURCES ... LIBRARIES ... [MUTATOR target] [LONGEST bytes])
+# A harness below fuzz/, which defines LLVMFuzzerTestOneInput(). With the preset "fuzz" it becomes the
+# program NAME of libFuzzer, for inputs of so many bytes at most (4096), which the objects of MUTATOR
+# change where it is given; with all others the test fuzzcorpustest-NAME, over the inputs kept below
+# corpus/NAME and found/NAME beside it.
+function(yestermark_fuzzer name)
+    cmake_parse_arguments(arg "" "LONGEST;MUTATOR" "SOURCES;LIBRARIES" ${ARGN})
+    if(NOT arg_LONGEST)
+        set(arg_LONGEST 4096)
+    endif()
+    add_library(${name}_harness OBJECT ${arg_SOURCES})
+    target_link_libraries(${name}_harness PUBLIC fuzz_support ${arg_LIBRARIES})
+    if(YESTERMARK_SANITIZERS MATCHES "fuzzer-no-link")
+        add_executable(${name})
+        target_link_libraries(${name} PRIVATE ${name}_harness ${arg_MUTATOR})
+        target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+        set_target_properties(${name} PROPERTIES
+            RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/fuzz")
+        set_property(GLOBAL APPEND_STRING PROPERTY YESTERMARK_FUZZERS
+            "${name} ${CMAKE_CURRENT_SOURCE_DIR} ${arg_LONGEST}\n")
+        return()
+    endif()
+    add_executable(${name}_replay)
+    target_link_libraries(${name}_replay PRIVATE ${name}_harness fuzz_replay)
+    set_target_properties(${name}_replay PROPERTIES
+        RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests")
+    add_test(NAME fuzzcorpustest-${name}
+        COMMAND "${PROJECT_SOURCE_DIR}/scripts/virtual-desktop" --build "${PROJECT_BINARY_DIR}" --
+            $<TARGET_FILE:${name}_replay> "${CMAKE_CURRENT_SOURCE_DIR}/corpus/${name}"
+            "${CMAKE_CURRENT_SOURCE_DIR}/found/${name}")
+    set_tests_properties(fuzzcorpustest-${name} PROPERTIES TIMEOUT 120)
+endfunction()
