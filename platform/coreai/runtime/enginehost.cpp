@@ -89,7 +89,10 @@ std::string EngineHost::readLines(std::string_view bytes)
     bitmaps.reserve(encoded.size());
     for (const std::string &line : encoded) {
         const std::optional<BitmapView> bitmap = decodeBitmap(line);
-        bitmaps.push_back(bitmap ? matOf(*bitmap) : cv::Mat());
+        if (!bitmap) {
+            return {}; // fewer texts than lines count as a failure
+        }
+        bitmaps.push_back(matOf(*bitmap));
     }
     const std::vector<LineText> read =
         bitmaps.size() == 1 ? std::vector{lines().read(bitmaps.front())} : lines().readAll(bitmaps);
