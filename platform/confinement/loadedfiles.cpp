@@ -19,9 +19,9 @@ int findLinker(dl_phdr_info *program, std::size_t, void *data)
     for (int index = 0; index < program->dlpi_phnum; ++index) {
         const ElfW(Phdr) &header = program->dlpi_phdr[index];
         if (header.p_type == PT_INTERP) {
-            // The linker itself made a pointer of this sum.
-            *static_cast<std::string *>(data) =
-                reinterpret_cast<const char *>(program->dlpi_addr + header.p_vaddr); // NOLINT
+            // NOLINTNEXTLINE(performance-no-int-to-ptr): the sum is what the linker loaded it at
+            const auto *path = reinterpret_cast<const char *>(program->dlpi_addr + header.p_vaddr);
+            *static_cast<std::string *>(data) = path;
         }
     }
     return 1; // the main program comes first
