@@ -29,7 +29,7 @@ QString path(const QString &name)
 
 QString write(const QString &name, std::string_view bytes)
 {
-    const QString file = path(name);
+    QString file = path(name);
     QFile target(file);
     require(target.open(QFile::WriteOnly | QFile::Truncate) &&
                 target.write(bytes.data(), static_cast<qint64>(bytes.size())) ==

@@ -3,15 +3,16 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
-/// @p value without what stands behind the point. The nearest int for one beyond all ints and 0 for
-/// what is no number, which a plain conversion leaves undefined.
+/// Nothing lies further away, so that the sum of any three fits an int.
+constexpr int FARTHEST_PIXEL = 1 << 29;
+
+/// @p value without what stands behind the point, within the farthest pixel to either side; 0 for
+/// what is no number.
 inline int wholePixels(double value)
 {
     if (std::isnan(value)) {
         return 0;
     }
-    return static_cast<int>(std::clamp<double>(value, std::numeric_limits<int>::min(),
-                                               std::numeric_limits<int>::max()));
+    return static_cast<int>(std::clamp<double>(value, -FARTHEST_PIXEL, FARTHEST_PIXEL));
 }

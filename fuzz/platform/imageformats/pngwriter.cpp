@@ -108,8 +108,9 @@ void writeAndCompare(InputBytes &input, const QImage &image)
     QImageReader reader(&buffer, "png");
     const QImage back = reader.read();
     Scratch::require(!back.isNull(), "a file that can be read");
-    // A profile may move colours when it is applied; sixteen bits are compared as eight.
-    if (!image.colorSpace().isValid()) {
+    // A profile may move colours when it is applied; sixteen bits are compared as eight. Colours
+    // above their alpha, which no picture has, come out differently by each way to eight bits.
+    if (!image.colorSpace().isValid() && image.format() != QImage::Format_RGBA64_Premultiplied) {
         Scratch::require(isSame(comparable(image), comparable(back)), "every pixel back");
     }
 }
