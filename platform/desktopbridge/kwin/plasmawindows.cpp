@@ -1,33 +1,14 @@
 #include "desktopbridge/kwin/plasmawindows.h"
 
 #include <algorithm>
-
-namespace
-{
-constexpr quint32 KNOWN_VERSION = 16;
-
-template <typename... Arguments>
-void ignore(void * /*self*/, Arguments... /*arguments*/)
-{
-}
-} // namespace
-
-void PlasmaWindowDelete::operator()(org_kde_plasma_window *window) const
-{
-    if (org_kde_plasma_window_get_version(window) >= ORG_KDE_PLASMA_WINDOW_DESTROY_SINCE_VERSION) {
-        org_kde_plasma_window_destroy(window);
-    } else {
-        wl_proxy_destroy(reinterpret_cast<wl_proxy *>(window));
-    }
-}
+#include <plasma-window-management-client-protocol.h>
 
 struct PlasmaWindows::Window {
     PlasmaWindows &owner;
-    std::unique_ptr<org_kde_plasma_window, PlasmaWindowDelete> proxy;
+    PlasmaPtr<org_kde_plasma_window> proxy;
     quint32 process = 0;
 };
 
-// The library ends the program for an event that nobody takes, so there is a function for each.
 struct PlasmaWindows::Events {
     static void added(void *self, org_kde_plasma_window_management *management, uint32_t id)
     {
@@ -72,11 +53,8 @@ struct PlasmaWindows::Events {
 const org_kde_plasma_window_management_listener &PlasmaWindows::Events::managementTable()
 {
     static const org_kde_plasma_window_management_listener table = [] {
-        org_kde_plasma_window_management_listener all{};
-        all.show_desktop_changed = ignore;
+        org_kde_plasma_window_management_listener all = quietPlasmaManagementListener();
         all.window = &Events::added;
-        all.stacking_order_changed = ignore;
-        all.stacking_order_uuid_changed = ignore;
         all.window_with_uuid = &Events::addedByName;
         return all;
     }();
@@ -86,24 +64,10 @@ const org_kde_plasma_window_management_listener &PlasmaWindows::Events::manageme
 const org_kde_plasma_window_listener &PlasmaWindows::Events::windowTable()
 {
     static const org_kde_plasma_window_listener table = [] {
-        org_kde_plasma_window_listener all{};
-        all.title_changed = ignore;
-        all.app_id_changed = ignore;
+        org_kde_plasma_window_listener all = quietPlasmaWindowListener();
         all.state_changed = &Events::state;
-        all.virtual_desktop_changed = ignore;
-        all.themed_icon_name_changed = ignore;
         all.unmapped = &Events::unmapped;
-        all.initial_state = ignore;
-        all.parent_window = ignore;
-        all.geometry = ignore;
-        all.icon_changed = ignore;
         all.pid_changed = &Events::process;
-        all.virtual_desktop_entered = ignore;
-        all.virtual_desktop_left = ignore;
-        all.application_menu = ignore;
-        all.activity_entered = ignore;
-        all.activity_left = ignore;
-        all.resource_name_changed = ignore;
         return all;
     }();
     return table;
@@ -111,7 +75,7 @@ const org_kde_plasma_window_listener &PlasmaWindows::Events::windowTable()
 
 PlasmaWindows::PlasmaWindows(WaylandConnection &connection)
     : m_management(connection.bindFirst<org_kde_plasma_window_management>(
-          org_kde_plasma_window_management_interface, KNOWN_VERSION))
+          org_kde_plasma_window_management_interface, PLASMA_WINDOWS_VERSION))
 {
     if (m_management) {
         org_kde_plasma_window_management_add_listener(m_management.get(),

@@ -2,18 +2,10 @@
 // The windows of a Plasma session, as far as it takes to know whose is active. Owned by
 // KwinBackend; main thread. Nothing is asked: KWin tells each change.
 
+#include "desktopbridge/wayland/plasmahandles.h"
 #include "desktopbridge/wayland/waylandconnection.h"
 
-#include <plasma-window-management-client-protocol.h>
 #include <vector>
-
-struct PlasmaWindowDelete {
-    void operator()(org_kde_plasma_window_management *management) const
-    {
-        org_kde_plasma_window_management_destroy(management);
-    }
-    void operator()(org_kde_plasma_window *window) const;
-};
 
 class PlasmaWindows
 {
@@ -37,7 +29,7 @@ private:
     void add(org_kde_plasma_window *proxy);
     void remove(const Window *window);
 
-    std::unique_ptr<org_kde_plasma_window_management, PlasmaWindowDelete> m_management;
+    PlasmaPtr<org_kde_plasma_window_management> m_management;
     std::vector<std::unique_ptr<Window>> m_windows;
     const Window *m_active = nullptr;
 };

@@ -2,20 +2,6 @@
 
 #include <plasma-window-management-client-protocol.h>
 
-namespace
-{
-// What is told and not needed here: a missing function would end the process with its event.
-template <typename... Arguments>
-void ignore(void * /*window*/, org_kde_plasma_window * /*handle*/, Arguments... /*told*/)
-{
-}
-} // namespace
-
-void PlasmaWindowDelete::operator()(org_kde_plasma_window *window) const
-{
-    org_kde_plasma_window_destroy(window);
-}
-
 PlasmaWindow::PlasmaWindow(org_kde_plasma_window *handle, Listener listener)
     : m_handle(handle), m_listener(std::move(listener))
 {
@@ -24,11 +10,10 @@ PlasmaWindow::PlasmaWindow(org_kde_plasma_window *handle, Listener listener)
 
 PlasmaWindow::~PlasmaWindow() = default;
 
-// The events of later versions of the protocol are never sent: see the version that is bound.
 const org_kde_plasma_window_listener &PlasmaWindow::events()
 {
     static const org_kde_plasma_window_listener listener = [] {
-        org_kde_plasma_window_listener events{};
+        org_kde_plasma_window_listener events = quietPlasmaWindowListener();
         events.title_changed = [](void *window, org_kde_plasma_window *, const char *title) {
             static_cast<PlasmaWindow *>(window)->m_title = QString::fromUtf8(title);
         };
@@ -42,16 +27,6 @@ const org_kde_plasma_window_listener &PlasmaWindow::events()
             const auto gone = static_cast<PlasmaWindow *>(window)->m_listener.gone;
             gone(); // a copy, for the window may be deleted in it
         };
-        events.app_id_changed = ignore;
-        events.state_changed = ignore;
-        events.virtual_desktop_changed = ignore;
-        events.themed_icon_name_changed = ignore;
-        events.parent_window = ignore;
-        events.geometry = ignore;
-        events.icon_changed = ignore;
-        events.virtual_desktop_entered = ignore;
-        events.virtual_desktop_left = ignore;
-        events.application_menu = ignore;
         return events;
     }();
     return listener;

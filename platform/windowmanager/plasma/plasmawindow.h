@@ -1,17 +1,11 @@
 #pragma once
 // One window as KWin's window management tells of it. Owner: PlasmaWindowBackend; main thread.
 
+#include "desktopbridge/wayland/plasmahandles.h"
+
 #include <QString>
 
 #include <functional>
-#include <memory>
-
-struct org_kde_plasma_window;
-struct org_kde_plasma_window_listener;
-
-struct PlasmaWindowDelete {
-    void operator()(org_kde_plasma_window *window) const;
-};
 
 class PlasmaWindow
 {
@@ -36,7 +30,7 @@ public:
 private:
     static const org_kde_plasma_window_listener &events();
 
-    std::unique_ptr<org_kde_plasma_window, PlasmaWindowDelete> m_handle;
+    PlasmaPtr<org_kde_plasma_window> m_handle;
     Listener m_listener;
     QString m_title;
     int m_processId = 0;

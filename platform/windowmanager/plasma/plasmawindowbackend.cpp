@@ -6,32 +6,19 @@
 
 namespace
 {
-// initial_state, behind which a window's title and process id are known, came with version 4. The
-// last version whose events are listened to is 13: window_with_uuid.
-constexpr quint32 oldestVersion = 4;
-constexpr quint32 newestVersion = 13;
-
-template <typename... Arguments>
-void ignore(void * /*backend*/, org_kde_plasma_window_management * /*management*/,
-            Arguments... /*told*/)
-{
-}
+// initial_state, behind which a window's title and process id are known, came with it.
+constexpr quint32 OLDEST_VERSION = 4;
 } // namespace
-
-void PlasmaManagementDelete::operator()(org_kde_plasma_window_management *management) const
-{
-    org_kde_plasma_window_management_destroy(management);
-}
 
 std::unique_ptr<PlasmaWindowBackend>
 PlasmaWindowBackend::over(const std::shared_ptr<WaylandConnection> &connection)
 {
     const auto global = connection->findGlobal(org_kde_plasma_window_management_interface.name);
-    if (!global || global->version < oldestVersion) {
+    if (!global || global->version < OLDEST_VERSION) {
         return nullptr;
     }
     auto *management = connection->bind<org_kde_plasma_window_management>(
-        *global, org_kde_plasma_window_management_interface, newestVersion);
+        *global, org_kde_plasma_window_management_interface, PLASMA_WINDOWS_VERSION);
     return std::unique_ptr<PlasmaWindowBackend>(new PlasmaWindowBackend(connection, management));
 }
 
@@ -48,7 +35,7 @@ PlasmaWindowBackend::~PlasmaWindowBackend() = default;
 const org_kde_plasma_window_management_listener &PlasmaWindowBackend::events()
 {
     static const org_kde_plasma_window_management_listener listener = [] {
-        org_kde_plasma_window_management_listener events{};
+        org_kde_plasma_window_management_listener events = quietPlasmaManagementListener();
         events.window = [](void *backend, org_kde_plasma_window_management *management,
                            uint32_t number) {
             static_cast<PlasmaWindowBackend *>(backend)->add(
@@ -59,9 +46,6 @@ const org_kde_plasma_window_management_listener &PlasmaWindowBackend::events()
             static_cast<PlasmaWindowBackend *>(backend)->add(
                 org_kde_plasma_window_management_get_window_by_uuid(management, uuid));
         };
-        events.show_desktop_changed = ignore;
-        events.stacking_order_changed = ignore;
-        events.stacking_order_uuid_changed = ignore;
         return events;
     }();
     return listener;

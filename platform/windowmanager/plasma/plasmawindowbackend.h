@@ -10,12 +10,6 @@
 #include <memory>
 
 class WaylandConnection;
-struct org_kde_plasma_window_management;
-struct org_kde_plasma_window_management_listener;
-
-struct PlasmaManagementDelete {
-    void operator()(org_kde_plasma_window_management *management) const;
-};
 
 class PlasmaWindowBackend : public WindowBackend
 {
@@ -42,7 +36,7 @@ private:
     PlasmaWindow *find(const QVariant &id) const;
 
     std::shared_ptr<WaylandConnection> m_connection; ///< goes after all that is bound on it
-    std::unique_ptr<org_kde_plasma_window_management, PlasmaManagementDelete> m_management;
+    PlasmaPtr<org_kde_plasma_window_management> m_management;
     std::map<uint, std::unique_ptr<PlasmaWindow>> m_windows;
     uint m_lastId = 0;
 };
