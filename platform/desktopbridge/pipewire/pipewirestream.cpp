@@ -1,5 +1,6 @@
 #include "desktopbridge/pipewire/pipewirestream.h"
 
+#include "desktopbridge/peerarea.h"
 #include "desktopbridge/pipewire/streamparameters.h"
 
 #include <spa/buffer/meta.h>
@@ -19,9 +20,23 @@ const Meta *metaOf(const pw_buffer *buffer, quint32 type)
     return static_cast<const Meta *>(spa_buffer_find_meta_data(buffer->buffer, type, sizeof(Meta)));
 }
 
-int rowBytesOf(const spa_chunk &chunk, int width)
+// The producer shares the memory that it tells this in and may write there at any time, so each
+// number is read once.
+spa_chunk copyOf(const spa_data &data)
 {
-    return chunk.stride > 0 ? chunk.stride : width * PIXEL_BYTES;
+    const volatile spa_chunk *shared = data.chunk;
+    spa_chunk chunk{};
+    chunk.offset = shared->offset;
+    chunk.size = shared->size;
+    chunk.stride = shared->stride;
+    chunk.flags = shared->flags;
+    return chunk;
+}
+
+QRect areaOf(const spa_region &region, const QSize &whole)
+{
+    return PeerArea{region.position.x, region.position.y, region.size.width, region.size.height}
+        .within(whole);
 }
 } // namespace
 
@@ -100,10 +115,7 @@ bool PipeWireStream::copy(const QRect &area, quint32 *target, int targetWidth) c
     if (!isLive() || area.isEmpty() || !QRect(QPoint(), size()).contains(area)) {
         return false;
     }
-    const spa_data &data = m_held->buffer->datas[FIRST_DATA];
-    const FrameMemory memory{static_cast<const quint8 *>(data.data) + data.chunk->offset,
-                             rowBytesOf(*data.chunk, m_layout.bufferSize.width())};
-    copyUpright(m_layout, memory, area, target, targetWidth);
+    copyUpright(m_layout, m_memory, area, target, targetWidth);
     return true;
 }
 
@@ -132,7 +144,8 @@ void PipeWireStream::onParameter(uint32_t id, const spa_pod *parameter)
     drop(true);
     m_format = 0;
     spa_video_info_raw info{};
-    if (parameter == nullptr || spa_format_video_raw_parse(parameter, &info) < 0) {
+    if (parameter == nullptr || spa_format_video_raw_parse(parameter, &info) < 0 ||
+        info.size.width - 1 >= LONGEST_EDGE || info.size.height - 1 >= LONGEST_EDGE) {
         return;
     }
     m_format = info.format;
@@ -145,8 +158,10 @@ void PipeWireStream::onParameter(uint32_t id, const spa_pod *parameter)
 void PipeWireStream::onProcess()
 {
     pw_buffer *newest = nullptr;
+    FrameMemory newestMemory;
     while (pw_buffer *buffer = pw_stream_dequeue_buffer(m_stream.get())) {
-        if (!isUsable(buffer)) {
+        const std::optional<FrameMemory> memory = memoryOf(buffer);
+        if (!memory) {
             pw_stream_queue_buffer(m_stream.get(), buffer);
             continue;
         }
@@ -155,9 +170,10 @@ void PipeWireStream::onProcess()
             pw_stream_queue_buffer(m_stream.get(), newest);
         }
         newest = buffer;
+        newestMemory = *memory;
     }
     if (newest != nullptr) {
-        hold(newest);
+        hold(newest, newestMemory);
     }
 }
 
@@ -169,23 +185,27 @@ void PipeWireStream::onBufferRemoved(const pw_buffer *buffer)
 }
 
 // A frame that carries only a pointer, or that the producer knows to be broken, is no picture.
-bool PipeWireStream::isUsable(const pw_buffer *buffer) const
+std::optional<FrameMemory> PipeWireStream::memoryOf(const pw_buffer *buffer) const
 {
     const auto *header = metaOf<spa_meta_header>(buffer, SPA_META_Header);
     if (m_format == 0 || buffer->buffer->n_datas == 0 ||
         (header != nullptr && (header->flags & SPA_META_HEADER_FLAG_CORRUPTED) != 0)) {
-        return false;
+        return std::nullopt;
     }
     const spa_data &data = buffer->buffer->datas[FIRST_DATA];
-    if (data.data == nullptr || data.chunk->size == 0 || data.chunk->offset % PIXEL_BYTES != 0 ||
-        (data.chunk->flags & SPA_CHUNK_FLAG_CORRUPTED) != 0) {
-        return false;
+    const spa_chunk chunk = copyOf(data);
+    if (data.data == nullptr || chunk.size == 0 || chunk.offset % PIXEL_BYTES != 0 ||
+        (chunk.flags & SPA_CHUNK_FLAG_CORRUPTED) != 0) {
+        return std::nullopt;
     }
-    const qint64 rowBytes = rowBytesOf(*data.chunk, m_bufferSize.width());
-    const qint64 needed = rowBytes * (m_bufferSize.height() - 1) +
-                          qint64(m_bufferSize.width()) * PIXEL_BYTES + data.chunk->offset;
-    return rowBytes % PIXEL_BYTES == 0 && rowBytes >= qint64(m_bufferSize.width()) * PIXEL_BYTES &&
-           needed <= qint64(data.maxsize);
+    const int pixelBytes = m_bufferSize.width() * PIXEL_BYTES; // of a row
+    const int rowBytes = chunk.stride > 0 ? chunk.stride : pixelBytes;
+    const qint64 needed =
+        qint64(rowBytes) * (m_bufferSize.height() - 1) + pixelBytes + chunk.offset;
+    if (rowBytes % PIXEL_BYTES != 0 || rowBytes < pixelBytes || needed > qint64(data.maxsize)) {
+        return std::nullopt;
+    }
+    return FrameMemory{static_cast<const quint8 *>(data.data) + chunk.offset, rowBytes};
 }
 
 FrameLayout PipeWireStream::layoutOf(const pw_buffer *buffer) const
@@ -217,10 +237,7 @@ void PipeWireStream::addDamageOf(const pw_buffer *buffer, const FrameLayout &lay
     if (!followsALostFrame(buffer) && meta != nullptr) {
         const auto *area = static_cast<const spa_meta_region *>(spa_meta_first(meta));
         for (; spa_meta_check(area, meta) && spa_meta_region_is_valid(area); ++area) {
-            const spa_region &region = area->region;
-            areas.append(QRect(region.position.x, region.position.y, int(region.size.width),
-                               int(region.size.height))
-                             .intersected(whole));
+            areas.append(areaOf(area->region, layout.bufferSize));
         }
     }
     if (areas.isEmpty()) {
@@ -240,7 +257,7 @@ void PipeWireStream::addDamageOf(const pw_buffer *buffer, const FrameLayout &lay
     }
 }
 
-void PipeWireStream::hold(pw_buffer *buffer)
+void PipeWireStream::hold(pw_buffer *buffer, const FrameMemory &memory)
 {
     const FrameLayout layout = layoutOf(buffer);
     const bool isNew = m_held == nullptr || !(layout == m_layout);
@@ -249,6 +266,7 @@ void PipeWireStream::hold(pw_buffer *buffer)
     }
     m_held = buffer;
     m_layout = layout;
+    m_memory = memory;
     if (isNew) {
         m_damage = {QRect(QPoint(), size())};
         QMetaObject::invokeMethod(this, &PipeWireStream::liveChanged, Qt::QueuedConnection);

@@ -56,11 +56,11 @@ private:
     void onProcess();
     void onBufferRemoved(const pw_buffer *buffer);
 
-    bool isUsable(const pw_buffer *buffer) const;
+    std::optional<FrameMemory> memoryOf(const pw_buffer *buffer) const;
     FrameLayout layoutOf(const pw_buffer *buffer) const;
     bool followsALostFrame(const pw_buffer *buffer);
     void addDamageOf(const pw_buffer *buffer, const FrameLayout &layout);
-    void hold(pw_buffer *buffer);
+    void hold(pw_buffer *buffer, const FrameMemory &memory);
     void drop(bool giveBack);
     void end();
 
@@ -71,6 +71,7 @@ private:
     bool m_streaming = false;
     pw_buffer *m_held = nullptr; // the stream's; the newest picture
     FrameLayout m_layout;        // of the held one
+    FrameMemory m_memory;        // the same
     QVector<QRect> m_damage;
     quint64 m_sequence = 0; // the newest frame's number
     bool m_damageTold = false;

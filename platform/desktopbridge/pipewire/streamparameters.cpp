@@ -12,8 +12,6 @@
 
 namespace
 {
-constexpr quint32 LONGEST_EDGE = 16384;
-
 // One is kept as the last picture, one may be on its way, and the producer wants one to draw into.
 constexpr int BUFFERS = 4, FEWEST_BUFFERS = 2, MOST_BUFFERS = 8;
 

@@ -8,6 +8,9 @@
 
 struct spa_pod;
 
+/// Of the pictures that are read, in pixels.
+constexpr quint32 LONGEST_EDGE = 16384;
+
 /// Parameters in the form that the stream functions take. Points into itself.
 class StreamParameters
 {

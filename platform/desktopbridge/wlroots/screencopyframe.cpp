@@ -1,5 +1,6 @@
 #include "desktopbridge/wlroots/screencopyframe.h"
 
+#include "desktopbridge/peerarea.h"
 #include "desktopbridge/wlroots/framepixels.h"
 
 const zwlr_screencopy_frame_v1_listener ScreencopyFrame::LISTENER = {
@@ -15,7 +16,7 @@ const zwlr_screencopy_frame_v1_listener ScreencopyFrame::LISTENER = {
     [](void *data, zwlr_screencopy_frame_v1 * /*frame*/) { of(data).moveTo(State::Failed); },
     [](void *data, zwlr_screencopy_frame_v1 * /*frame*/, uint32_t x, uint32_t y, uint32_t width,
        uint32_t height) {
-        of(data).m_damage.append(QRect(int(x), int(y), int(width), int(height)));
+        of(data).m_damage.append(PeerArea{x, y, width, height}.within(of(data).m_size));
     },
     [](void * /*data*/, zwlr_screencopy_frame_v1 * /*frame*/, uint32_t /*format*/,
        uint32_t /*width*/, uint32_t /*height*/) {},

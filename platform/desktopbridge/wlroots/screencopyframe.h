@@ -60,7 +60,7 @@ public:
 
     /// Of what is Ready.
     bool isInverted() const { return m_isInverted; }
-    const QVector<QRect> &damage() const { return m_damage; }
+    const QVector<QRect> &damage() const { return m_damage; } ///< in the buffer
 
 private:
     static ScreencopyFrame &of(void *data) { return *static_cast<ScreencopyFrame *>(data); }

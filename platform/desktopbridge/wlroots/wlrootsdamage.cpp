@@ -138,9 +138,7 @@ bool WlrootsDamage::differs(const Watch &watch) const
 void WlrootsDamage::noteDamage(Watch &watch)
 {
     const ScreencopyFrame &frame = *watch.frame;
-    const QRect buffer(QPoint(0, 0), frame.size());
-    for (QRect area : frame.damage()) {
-        area = area.intersected(buffer);
+    for (const QRect &area : frame.damage()) {
         if (!area.isEmpty()) {
             m_areas.append(seenArea(area, frame.size(), watch.output.transform)
                                .translated(watch.output.screen.topLeft()));

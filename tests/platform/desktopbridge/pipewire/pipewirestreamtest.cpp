@@ -60,6 +60,8 @@ private Q_SLOTS:
     void withoutDamageTheWholePictureCounts();
     void aTurnedBufferIsPutUpright();
     void brokenFramesAreNotPictures();
+    void aFrameThatIsSpoiltLaterStaysAPicture();
+    void damageBeyondTheBufferIsCutOff();
     void aNewSizeIsTold();
     void aPausedProducerGivesNoStalePicture();
     void theEndOfTheProducerIsToldOnce();
@@ -308,6 +310,27 @@ void PipeWireStreamTest::brokenFramesAreNotPictures()
     QCOMPARE(m_stream->takeDamage(), QVector<QRect>());
     QVERIFY(show(pattern(SCREEN, 3)));
     QCOMPARE(pictureOf(*m_stream), pattern(SCREEN, 3));
+}
+
+void PipeWireStreamTest::aFrameThatIsSpoiltLaterStaysAPicture()
+{
+    startStream();
+    QVERIFY(show(pattern(SCREEN, 5)));
+    m_source->spoilLast();
+    QCOMPARE(pictureOf(*m_stream), pattern(SCREEN, 5));
+}
+
+void PipeWireStreamTest::damageBeyondTheBufferIsCutOff()
+{
+    startStream();
+    QVERIFY(show(pattern(SCREEN, 0)));
+    m_stream->takeDamage();
+    VideoSource::Extras extras;
+    extras.damage = {QRect(5, 6, 100000, 100000), QRect(-8, -9, 10, 12), QRect(400, 0, 10, 10)};
+    QVERIFY(show(pattern(SCREEN, 1), extras));
+    QCOMPARE(
+        m_stream->takeDamage(),
+        (QVector<QRect>{QRect(5, 6, SCREEN.width() - 5, SCREEN.height() - 6), QRect(0, 0, 2, 3)}));
 }
 
 void PipeWireStreamTest::aNewSizeIsTold()

@@ -195,6 +195,7 @@ bool VideoSource::send(const QImage &picture, const Extras &extras)
     spa_data &data = buffer->buffer->datas[0];
     const int stride = strideOf(m_agreedSize);
     writePixels(picture, m_format, static_cast<quint8 *>(data.data), stride);
+    m_lastChunk = data.chunk;
     data.chunk->offset = 0;
     data.chunk->stride = stride;
     data.chunk->flags = 0;
@@ -212,6 +213,12 @@ bool VideoSource::send(const QImage &picture, const Extras &extras)
     }
     // A driver's buffer goes out at once, by another thread: positive numbers stand for that.
     return pw_stream_queue_buffer(m_stream.get(), buffer) >= 0;
+}
+
+void VideoSource::spoilLast()
+{
+    m_lastChunk->offset = 0x40000000;
+    m_lastChunk->stride = 0x7ffffffc;
 }
 
 void VideoSource::resize(const QSize &size)

@@ -40,6 +40,10 @@ public:
     bool send(const QImage &picture, const Extras &extras);
     bool send(const QImage &picture) { return send(picture, Extras()); }
 
+    /// Writes wrong places of its pixels over those that were told with the last picture, in the
+    /// memory that both ends share.
+    void spoilLast();
+
     /// From now on pictures have another size; the reader must agree first.
     void resize(const QSize &size);
 
@@ -63,5 +67,6 @@ private:
     QSize m_agreedSize;
     quint32 m_mostFrames = 0;
     bool m_streaming = false;
+    spa_chunk *m_lastChunk = nullptr;
     quint64 m_sequence = 0;
 };
