@@ -40,7 +40,8 @@ const wl_callback_listener WaylandPainter::FRAME_LISTENER = {
 WaylandPainter::WaylandPainter()
 {
     QString problem;
-    m_connection = WaylandConnection::connectToDisplay(problem);
+    m_connection =
+        WaylandConnection::connectToDisplay(problem, WaylandConnection::FIRST_ANSWER_TIME);
     if (!m_connection) {
         qWarning() << problem;
         return;
@@ -61,6 +62,9 @@ WaylandPainter::~WaylandPainter()
 
 bool WaylandPainter::showFullScreen(int output, int scale, QRgb colour)
 {
+    if (!isConnected()) {
+        return false;
+    }
     close();
     m_outputs.clear();
     for (const WaylandGlobal &global : m_connection->globals()) {
@@ -78,6 +82,9 @@ bool WaylandPainter::showFullScreen(int output, int scale, QRgb colour)
 
 bool WaylandPainter::showWindow(int scale, QRgb colour)
 {
+    if (!isConnected()) {
+        return false;
+    }
     close();
     makeWindow(scale);
     return showAsSoonAs([this] { return !m_size.isEmpty(); }, colour);
