@@ -75,7 +75,7 @@ void LineRecognizerTest::linesAreReadRight_data()
     const QString sans = QStringLiteral("DejaVu Sans");
     const QString mono = QStringLiteral("DejaVu Sans Mono");
     const QString serif = QStringLiteral("DejaVu Serif");
-    for (const int size : {11, 13, 16, 24, 40}) {
+    for (const int size : {9, 10, 11, 13, 16, 24, 40}) {
         QTest::addRow("English %d px", size)
             << english << size << QColor(Qt::black) << QColor(Qt::white) << sans;
         QTest::addRow("Chinese %d px", size)
