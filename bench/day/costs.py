@@ -29,7 +29,7 @@ def _differences(field, begin, end):
 
 
 def parts_of(meter):
-    """All but the last, which has no end: what closing costs is known by the program's life alone."""
+    """All but the last mark's: closing is measured by the program's end."""
     parts = []
     for (begin, name, kind), (end, _, _) in zip(meter.marks, meter.marks[1:]):
         parts.append(Part(name, kind, end.at - begin.at, _differences("cpu_s", begin, end),

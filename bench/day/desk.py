@@ -3,8 +3,9 @@ import os
 import subprocess
 import time
 
-PATIENCE_S = 30
+PATIENCE_S = 60
 KEY_DELAY_MS = 45
+WIDE = (60, 30, 1800, 1000)  # left, top, width, height; most of the screen
 
 
 def hands(*arguments):
@@ -52,8 +53,7 @@ class Desk:
         self._programs = {}  # both by the name that the scenes give them
         self.windows = {}
 
-    def open(self, name, command, box=(60, 30, 1800, 1000), environment=None,
-             warns_root=False):
+    def open(self, name, command, box=WIDE, environment=None, warns_root=False):
         """Starts a program and waits for its window, which gets the box (x, y, width, height). One
         that warns root first is told that it was heard."""
         before = _active_window()

@@ -1,5 +1,5 @@
-"""One line a figure, as the measuring programs beside this folder print them; and the same for other
-programs to read."""
+"""One line a figure, as the measuring programs beside this folder print them; and the same for
+other programs to read."""
 import math
 
 

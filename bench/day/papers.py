@@ -1,5 +1,5 @@
-"""Makes what the day's programs show: pages, a PDF, a table, pictures, a video, source files. All of
-it before the recording, so that none of this work is measured."""
+"""Makes what the day's programs show: pages, a PDF, a table, pictures, a video, source files. All
+of it before the recording, so that none of this work is measured."""
 import html
 import pathlib
 import subprocess
@@ -11,7 +11,8 @@ _PDF_LINES = 40  # a page of scripts/text-to-pdf
 _SCREENS_OF_PARAGRAPHS = 14
 FIRST_CAPTION_S, CAPTION_S = 2, 8
 
-_PAGE = """<!doctype html><html lang="en"><head><meta charset="utf-8"><title>{heading}</title><style>
+_PAGE = """<!doctype html><html lang="en"><head><meta charset="utf-8">
+<title>{heading}</title><style>
 body {{ font: 17px/1.55 "DejaVu Sans", "Noto Sans CJK SC", sans-serif; max-width: 1150px;
         margin: 0 auto; padding: 30px; color: #222; background: {background}; }}
 h1 {{ color: #1d3d66; }} img {{ width: 420px; float: right; margin: 0 0 12px 24px; }}
@@ -61,8 +62,8 @@ def table(target, rows, chance):
     goods = ["tea", "steel", "timber", "glass", "cable", "paper", "coffee", "salt"]
     lines = ["Date,Place,Goods,Crates,Weight,Price,Remark"]
     for number in range(rows):
-        lines.append(f"2024-{number // 28 % 12 + 1:02}-{number % 28 + 1:02},{chance.choice(places)},"
-                     f"{chance.choice(goods)},{chance.randint(1, 999)},"
+        lines.append(f"2024-{number // 28 % 12 + 1:02}-{number % 28 + 1:02},"
+                     f"{chance.choice(places)},{chance.choice(goods)},{chance.randint(1, 999)},"
                      f"{chance.uniform(1, 9000):.2f},{chance.uniform(5, 700):.2f},"
                      f"lot {chance.randint(1000, 9999)}")
     target.write_text("\n".join(lines), encoding="utf-8")

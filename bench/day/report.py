@@ -1,6 +1,7 @@
 """The day's report: every figure beside its goal, and how it came about."""
 import collections
 import dataclasses
+import os
 import statistics
 
 import costs
@@ -27,6 +28,7 @@ class Day:
     taken: int
     told: int
     secrets: list      # words that stood on the locked screen
+    failed: list       # names of scenes that broke off
 
 
 def _tell_run(day, parts):
@@ -39,10 +41,14 @@ def _tell_run(day, parts):
     for scene in day.scenes:
         kind = scene.activity if scene.activity in (IDLE, LOCKED) else WORK
         kinds[f"day {kind}"] += 60 * scene.minutes
+    for name in day.failed:
+        print(f"    BROKE OFF: {name}; its costs are those of its beginning")
     for kind in (WORK, IDLE, LOCKED):
         print(f"    {kind}: {100 * kinds[f'day {kind}'] / day_s:.0f} % of the day,"
               f" {kinds[kind]:.0f} s of the run")
-    print(f"    waiting until all was read: {kinds[SETTLING]:.0f} s of the run\n")
+    print(f"    waiting until all was read: {kinds[SETTLING]:.0f} s of the run")
+    print(f"    load of the machine in the last 5 minutes: {os.getloadavg()[1]:.1f} on"
+          f" {os.cpu_count()} cores\n")
 
 
 def _tell_parts(parts):
@@ -192,6 +198,7 @@ def make(day):
     _tell_frames(figures, day, rows)
     states = _tell_markers(figures, day)
     subjects = _tell_meanings(figures, day)
-    return {"compression": day.compression, "figures": figures.all,
+    return {"compression": day.compression, "load": os.getloadavg()[1], "figures": figures.all,
             "parts": [dataclasses.asdict(part) for part in parts], "states": states,
-            "subjects": subjects}
+            "subjects": subjects,
+            "brokeOff": day.failed}

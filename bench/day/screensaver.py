@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""screensaver.py: owns org.freedesktop.ScreenSaver on the session bus, as a screen locker does. Each
-line of the standard input, "lock" or "unlock", is told as its signal; ends with the input."""
+"""screensaver.py: owns org.freedesktop.ScreenSaver on the session bus, as a screen locker does.
+Each line of the standard input, "lock" or "unlock", is told as its signal; ends with the input."""
 import sys
 
 from gi.repository import Gio, GLib

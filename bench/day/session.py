@@ -100,7 +100,12 @@ def play(scene, activity, stage, meter, watch, locker, seconds):
     with locker.locked() if scene.activity == LOCKED else contextlib.nullcontext():
         meter.mark(scene.name, scene.activity if is_still else costs.WORK)
         stage.begin(scene, seconds)
-        activity.play()
+        try:
+            activity.play()
+        except RuntimeError as error:  # a program that does not come; the day goes on
+            print(f"{scene.name}: {error}", file=sys.stderr, flush=True)
+            return False
+        return True
 
 
 def run(options, log, desk):
@@ -122,8 +127,8 @@ def run(options, log, desk):
     meter.start()
     watch.start()
     time.sleep(5)
-    for scene, activity, seconds in zip(options.day, played, lengths):
-        play(scene, activity, stage, meter, watch, locker, seconds)
+    failed = [scene.name for scene, activity, seconds in zip(options.day, played, lengths)
+              if not play(scene, activity, stage, meter, watch, locker, seconds)]
     meter.mark("settling", costs.SETTLING)
     settle(meter, watch)
     meter.mark("closing", costs.CLOSING)
@@ -134,7 +139,7 @@ def run(options, log, desk):
     locker.end()
     secrets = [activity.secret for activity in played if hasattr(activity, "secret")]
     return report.Day(options.day, options.compress, stage, meter, watch, history, closing_s, taken,
-                      told, secrets)
+                      told, secrets, failed)
 
 
 def main():
@@ -151,6 +156,8 @@ def main():
     document = report.make(day)
     if options.json:
         options.json.write_text(json.dumps(document, indent=1, ensure_ascii=False))
+    if day.failed:
+        sys.exit("parts of the day could not be played")
 
 
 main()

@@ -1,5 +1,5 @@
-"""What the activities work with: the desk, papers that lie ready, marker words, and the clock of the
-scene. Notes every state that was shown."""
+"""What the activities work with: the desk, papers that lie ready, marker words, and the clock of
+the scene. Notes every state that was shown."""
 import dataclasses
 import time
 

@@ -3,7 +3,8 @@ import pathlib
 
 _FOLDER = pathlib.Path(__file__).parent / "subjects"
 _NAMES = "Ana Petrov|Jonas Lind|Wei Zhang|Maria Costa|Tomas Berg|Ruth Okafor|Ivan Novak".split("|")
-_PLACES = "Hollow Lane|the east quay|Market Street|the old mill|Station Road|the north gate".split("|")
+_PLACES = ("Hollow Lane|the east quay|Market Street|the old mill|Station Road|"
+           "the north gate").split("|")
 _VERBS = "noted|counted|asked for|sent back|wrote down|compared".split("|")
 _THINGS = "boxes|pages|receipts|samples|letters|drawings|tickets".split("|")
 _NAMES_ZH = "王芳|李明|赵丽|陈刚|刘洋|孙悦".split("|")
