@@ -14,6 +14,7 @@
 #include <fcntl.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace
 {
@@ -108,6 +109,7 @@ void MeasuredBridge::printPicture(const QImage &page) const
 {
     QImage image(page.size(), QImage::Format_RGB32);
     std::vector<double> times;
+    times.reserve(ROUNDS);
     for (int round = 0; round < ROUNDS; ++round) {
         times.push_back(Bench::milliseconds([&] {
             if (!fetch(image)) {
