@@ -117,6 +117,9 @@ void KwinScreencast::onNode(Cast &cast, quint32 node)
 
 void KwinScreencast::onLiveChanged()
 {
+    if (m_isBroken) {
+        return; // pictures may go on coming for a moment, but all is begun anew
+    }
     if (!isLive()) {
         if (m_started && !m_retry.isActive()) { // interrupted
             m_retry.start();

@@ -40,6 +40,7 @@ private Q_SLOTS:
     void aSilentStreamIsReplacedByLooking();
     void aFailedStreamIsTriedAgain();
     void anEndedStreamIsTriedAgain();
+    void anEndedStreamIsTriedAgainThoughPicturesCome();
     void withoutPipeWireItLooksAndRecovers();
     void aStoppedOneTellsNothing();
     void aPictureOfAnotherSizeIsNoneOfTheOutput();
@@ -184,6 +185,22 @@ void KwinScreencastTest::anEndedStreamIsTriedAgain()
     QTRY_COMPARE(m_compositor->asked(), 2);
     QTRY_VERIFY_WITH_TIMEOUT(sends(0xff000005) && pixelOf(QPoint()) == 5, PATIENCE_MS);
     QTRY_COMPARE(m_compositor->open(), 1);
+}
+
+void KwinScreencastTest::anEndedStreamIsTriedAgainThoughPicturesCome()
+{
+    const LogCapture log;
+    m_screencast->start();
+    QVERIFY(sends(0xff000004));
+    QTRY_VERIFY_WITH_TIMEOUT(m_screencast->isLive(), PATIENCE_MS);
+    m_compositor->endStreams();
+    QTRY_VERIFY(log.contains(QtWarningMsg, QStringLiteral("KWin ended it")));
+    m_source->setActive(false);
+    QTRY_VERIFY(!m_source->isStreaming());
+    m_source->setActive(true);
+    QVERIFY(sends(0xff000005));
+    QTRY_COMPARE_WITH_TIMEOUT(m_compositor->asked(), 2, PATIENCE_MS);
+    QTRY_VERIFY_WITH_TIMEOUT(sends(0xff000006) && pixelOf(QPoint()) == 6, PATIENCE_MS);
 }
 
 void KwinScreencastTest::withoutPipeWireItLooksAndRecovers()
