@@ -5,6 +5,15 @@
 
 namespace
 {
+// The farthest place and the longest side of a screen. Times the pixels of a unit they fit an int.
+constexpr int FARTHEST = 1 << 15;
+
+bool isPlausible(int x, int y, int width, int height)
+{
+    return x >= -FARTHEST && x <= FARTHEST && y >= -FARTHEST && y <= FARTHEST &&
+           width <= FARTHEST && height <= FARTHEST;
+}
+
 // Two numbers in a structure.
 bool readPair(const QVariant &value, int &first, int &second)
 {
@@ -28,7 +37,8 @@ CastStream streamFrom(quint32 node, const QVariantMap &facts)
     int width = 0;
     int height = 0;
     readPair(facts.value(QStringLiteral("position")), x, y);
-    if (!readPair(facts.value(QStringLiteral("size")), width, height)) {
+    if (!readPair(facts.value(QStringLiteral("size")), width, height) ||
+        !isPlausible(x, y, width, height)) {
         return {node, QRect()};
     }
     return {node, QRect(x, y, width, height)};

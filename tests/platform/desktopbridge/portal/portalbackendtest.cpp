@@ -19,6 +19,7 @@
 #include <QTest>
 
 #include <functional>
+#include <limits>
 
 namespace
 {
@@ -62,6 +63,7 @@ private Q_SLOTS:
     void withoutAPortalThereIsAReason();
     void aPortalThatComesLaterIsAsked();
     void severalMonitorsMakeOneScreen();
+    void monitorsAtImpossiblePlacesStandSideBySide();
     void monitorsOfDifferentScalesKeepTheirPixels();
     void aMonitorThatGoesLeavesTheOthers();
     void aNewSizeIsTold();
@@ -496,6 +498,21 @@ void PortalBackendTest::severalMonitorsMakeOneScreen()
     QCOMPARE(m_backend->takeDamage(), QVector<QRect>{QRect(321, 2, 3, 4)});
     QVERIFY(show(left, pattern(SCREEN, 3), {QRect(1, 2, 3, 4)}));
     QCOMPARE(m_backend->takeDamage(), QVector<QRect>{QRect(1, 52, 3, 4)});
+}
+
+void PortalBackendTest::monitorsAtImpossiblePlacesStandSideBySide()
+{
+    constexpr int most = std::numeric_limits<int>::max();
+    VideoSource *first = addSource(SCREEN, QRect(QPoint(most - 1000, 0), SCREEN));
+    VideoSource *second = addSource(SCREEN, QRect(QPoint(-most, -most), SCREEN));
+    m_backend->startWatching();
+    QTRY_VERIFY(first->isStreaming() && second->isStreaming());
+    QVERIFY(QTest::qWaitFor([&] { return first->send(pattern(SCREEN, 1)); }, PATIENCE_MS));
+    QVERIFY(show(second, pattern(SCREEN, 2)));
+    const QRect left(QPoint(), SCREEN);
+    const QRect right(QPoint(SCREEN.width(), 0), SCREEN);
+    QCOMPARE(m_backend->screens(), (QVector<QRect>{left, right}));
+    QCOMPARE(imageOf(m_backend->fetch(right)), pattern(SCREEN, 2));
 }
 
 void PortalBackendTest::monitorsOfDifferentScalesKeepTheirPixels()
