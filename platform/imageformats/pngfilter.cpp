@@ -79,7 +79,7 @@ struct Paeth {
         const T largest = static_cast<T>(T{} - 1);
         const T toCorner = (up > corner) == (left > corner) ? largest : difference(toLeft, toUp);
         const T upOrCorner = toUp <= toCorner ? up : corner;
-        return (toLeft <= toUp) & (toLeft <= toCorner) ? left : upOrCorner;
+        return ((toLeft <= toUp) & (toLeft <= toCorner)) ? left : upOrCorner;
     }
 };
 
