@@ -58,7 +58,9 @@ PrivateSway::PrivateSway(Kind kind, const QSize &size) : m_outerSocket(qgetenv("
     environment.insert(QStringLiteral("WLR_RENDERER"), QStringLiteral("pixman"));
     if (kind == Nested) {
         environment.insert(QStringLiteral("WLR_BACKENDS"), QStringLiteral("wayland"));
-        environment.insert(QStringLiteral("WLR_WL_OUTPUTS"), QStringLiteral("2"));
+        // One at the start: sway 1.10 sets up all of them at once, and the session's sway then ends
+        // the connection, since the second window has not been configured yet.
+        environment.insert(QStringLiteral("WLR_WL_OUTPUTS"), QStringLiteral("1"));
         environment.insert(QStringLiteral("WAYLAND_DISPLAY"),
                            environment.value(QStringLiteral("XDG_RUNTIME_DIR")) + QLatin1Char('/') +
                                environment.value(QStringLiteral("WAYLAND_DISPLAY")));
@@ -85,6 +87,9 @@ PrivateSway::PrivateSway(Kind kind, const QSize &size) : m_outerSocket(qgetenv("
         m_variables[0] = std::make_unique<SessionVariable>("WAYLAND_DISPLAY", m_display);
         m_variables[1] = std::make_unique<SessionVariable>(
             "SWAYSOCK", QFile::encodeName(folder.filePath(ipc.first())));
+        if (kind == Nested && !Sway::command(QStringLiteral("create_output"))) {
+            m_display.clear();
+        }
     }
 }
 

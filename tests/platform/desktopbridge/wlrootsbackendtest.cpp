@@ -242,6 +242,7 @@ void WlrootsBackendTest::outputsOfDifferentScale()
     QVERIFY(other.showFullScreen(1, 2, 0xff405060));
     QVERIFY(other.fillWithPattern());
     QTRY_COMPARE_WITH_TIMEOUT(imageOf(m_backend->fetch(second)), other.canvas(), LONG);
+    QTRY_COMPARE_WITH_TIMEOUT(imageOf(m_backend->fetch(SCREEN)), m_painter->canvas(), LONG);
     const QImage all = imageOf(m_backend->fetch(m_backend->virtualScreen()));
     QCOMPARE(all.copy(SCREEN), m_painter->canvas());
     QCOMPARE(all.copy(second), other.canvas());
