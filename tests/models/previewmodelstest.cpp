@@ -293,6 +293,10 @@ void TestPreviewModels::linesStandWhereTheirCornersAre_data()
     QTest::newRow("towards zero outside the part")
         << QVector<QPointF>{{-0.9, -1.9}, {5, 5}} << QRect(0, -1, 5, 6);
     QTest::newRow("none") << QVector<QPointF>() << QRect(0, 0, 0, 0);
+    constexpr int farthest = 1 << 29;
+    QTest::newRow("further away than an int tells")
+        << QVector<QPointF>{{-4e9, -4e9}, {4e9, 4e9}}
+        << QRect(-farthest, -farthest, farthest, farthest);
 }
 
 void TestPreviewModels::linesStandWhereTheirCornersAre()
