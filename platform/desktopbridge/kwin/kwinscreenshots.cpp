@@ -21,6 +21,9 @@ const QString NOBODY = QStringLiteral("org.freedesktop.DBus.Error.NameHasNoOwner
 // With the 64 KiB of a new pipe KWin's thread wakes up 16 times as often.
 constexpr int PIPE_BYTES = 1 << 20;
 
+// The most pixels of a screen to one of KWin's own units, along an edge.
+constexpr int LARGEST_SCALE = 16;
+
 QString wordsFor(const QDBusError &error)
 {
     if (error.name() == NOT_AUTHORISED) {
@@ -83,7 +86,11 @@ QString KwinScreenshots::captureOnePixel(const QPoint &place)
     const QDeadlineTimer deadline(m_patience);
     const auto raw =
         call(QStringLiteral("CaptureArea"), {place.x(), place.y(), 1U, 1U}, deadline, problem);
-    if (raw) {
+    if (raw && (raw->size.width() > LARGEST_SCALE || raw->size.height() > LARGEST_SCALE)) {
+        problem = QStringLiteral("KWin gave a picture of %1 x %2 pixels for one pixel")
+                      .arg(raw->size.width())
+                      .arg(raw->size.height());
+    } else if (raw) {
         readPixels(*raw, deadline, problem);
     }
     m_pipe = FileDescriptor();

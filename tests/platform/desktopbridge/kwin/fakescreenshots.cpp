@@ -60,3 +60,10 @@ QVariantMap FakeScreenshots::CaptureScreen(const QString &name, const QVariantMa
     }
     return {};
 }
+
+QVariantMap FakeScreenshots::CaptureArea(int /*x*/, int /*y*/, uint /*width*/, uint /*height*/,
+                                         const QVariantMap &options,
+                                         const QDBusUnixFileDescriptor &pipe)
+{
+    return CaptureScreen(QString(), options, pipe);
+}

@@ -34,6 +34,8 @@ public:
 public Q_SLOTS:
     QVariantMap CaptureScreen(const QString &name, const QVariantMap &options,
                               const QDBusUnixFileDescriptor &pipe);
+    QVariantMap CaptureArea(int x, int y, uint width, uint height, const QVariantMap &options,
+                            const QDBusUnixFileDescriptor &pipe);
 
 private:
     QDBusConnection m_bus;

@@ -53,6 +53,8 @@ private Q_SLOTS:
     void aMissingServiceIsToldAtOnce();
     void aRepeatedProblemIsLoggedOnce();
     void largePicturesPassThePipe();
+    void aPixelIsAFewAtMost_data();
+    void aPixelIsAFewAtMost();
 };
 
 void KwinScreenshotsTest::pixelsArriveInOrder_data()
@@ -189,6 +191,28 @@ void KwinScreenshotsTest::largePicturesPassThePipe()
     QCOMPARE(
         std::memcmp(picture->row(0), behaviour.bytes.constData(), size_t(behaviour.bytes.size())),
         0);
+}
+
+void KwinScreenshotsTest::aPixelIsAFewAtMost_data()
+{
+    QTest::addColumn<uint>("edge");
+    QTest::addColumn<QString>("problem");
+    QTest::newRow("scale 1") << 1U << QString();
+    QTest::newRow("scale 3") << 3U << QString();
+    QTest::newRow("gigabytes") << 32768U
+                               << QStringLiteral(
+                                      "KWin gave a picture of 32768 x 32768 pixels for one pixel");
+}
+
+void KwinScreenshotsTest::aPixelIsAFewAtMost()
+{
+    QFETCH(uint, edge);
+    FakeBehaviour behaviour;
+    behaviour.results = described(edge, edge, edge * 4, 5);
+    behaviour.bytes = counted(edge < 10 ? int(edge * edge * 4) : 0);
+    const FakeScreenshots fake(behaviour);
+    KwinScreenshots screenshots(QDBusConnection::sessionBus());
+    QTEST(screenshots.captureOnePixel(QPoint()), "problem");
 }
 
 QTEST_GUILESS_MAIN(KwinScreenshotsTest)
