@@ -5,6 +5,7 @@
 #include "confinement/loadedfiles.h"
 #include "confinement/withheldmemory.h"
 
+#include <QByteArrayList>
 #include <QtGlobal>
 
 #include <sys/prctl.h>
@@ -40,9 +41,26 @@ constexpr const char *system[] = {
 #endif
 };
 
+#ifdef YESTERMARK_SANITIZED
+// The files of known findings, which a process that is started reads first of all.
+void allowSuppressions(FileRules &rules)
+{
+    for (const char *name : {"ASAN_OPTIONS", "LSAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS"}) {
+        for (const QByteArray &option : qgetenv(name).split(':')) {
+            if (option.startsWith("suppressions=")) {
+                rules.allowReading(option.mid(option.indexOf('=') + 1).toStdString());
+            }
+        }
+    }
+}
+#endif
+
 bool limitFiles(const Rights &rights)
 {
     FileRules rules;
+#ifdef YESTERMARK_SANITIZED
+    allowSuppressions(rules);
+#endif
     for (const char *path : system) {
         rules.allowReading(path);
     }
