@@ -7,6 +7,8 @@
 #include <QCoreApplication>
 #include <QThread>
 
+#include <utility>
+
 namespace
 {
 bool isToStop()
@@ -73,6 +75,9 @@ void VideoInfo::continueShowImageSearchResult(const QString &text)
 
 void VideoInfo::startSearchThread(const std::function<void()> &body)
 {
+    if (m_searchThread) {
+        m_formerThreads.append(m_searchThread); // waits for its end with the new one
+    }
     m_searchThread = QThread::create([this, body] {
         // One reader and one store below it: a continuation waits for what it did not stop.
         const std::lock_guard<std::mutex> lock(m_searchMutex);
@@ -154,16 +159,19 @@ void VideoInfo::deleteSearchThread()
     if (!m_searchThread) {
         return;
     }
-    if (m_searchThread->isRunning()) {
-        m_searchThread->requestInterruption();
-        m_searchThread->quit();
-        m_searchThread->wait();
+    QVector<QThread *> threads = std::exchange(m_formerThreads, {});
+    threads.append(std::exchange(m_searchThread, nullptr));
+    for (QThread *thread : std::as_const(threads)) {
+        thread->requestInterruption();
+    }
+    for (QThread *thread : std::as_const(threads)) {
+        thread->quit();
+        thread->wait();
+        thread->deleteLater();
     }
     { // what it wrote is seen here, also by tools that do not know QThread::wait()
         const std::lock_guard<std::mutex> lock(m_searchMutex);
     }
-    m_searchThread->deleteLater();
-    m_searchThread = nullptr;
 }
 
 void VideoInfo::clearSearchTask()

@@ -14,6 +14,7 @@
 #include <QImage>
 #include <QObject>
 #include <QString>
+#include <QVector>
 
 #include <atomic>
 #include <functional>
@@ -175,6 +176,7 @@ private:
     void showPreview(const VideoPreviewImageItem &item);
 
     QThread *m_searchThread = nullptr;        ///< the search of the moment, running or at its end
+    QVector<QThread *> m_formerThreads;       ///< of searches continued without being stopped
     std::atomic<bool> m_areHitsCounted{true}; ///< no: the last search was stopped before
     std::atomic<int> m_clearedSearches{0};    ///< tells a notice under way that it comes too late
     std::mutex m_searchMutex;                 ///< held by a search for as long as it runs

@@ -162,6 +162,7 @@ private Q_SLOTS:
     void aContinuationBeforeTheRowsHaveArrivedRepeatsThem();
     void aContinuationWithoutATextDoesNothing();
     void theEndOfTheFacadeEndsItsSearch();
+    void searchesContinuedWithoutAStopEndTogether();
     void theEndOfTheProgramEndsItsSearch();
     void typingFastShowsTheLastTextAlone();
     void anyOrderOfCallsKeepsToOneThread();
@@ -787,6 +788,24 @@ void SearchTest::theEndOfTheFacadeEndsItsSearch()
     };
     m_facade->info.showTextSearchResult("a");
     QTRY_VERIFY_WITH_TIMEOUT(isDecoding, 20000);
+    m_facade.reset();
+    QVERIFY(!isDecoding);
+}
+
+// No page of ours does so; the thread that was left behind outlived the facade.
+void SearchTest::searchesContinuedWithoutAStopEndTogether()
+{
+    std::atomic<bool> isDecoding{false};
+    state().decode = [&isDecoding](const QString &, unsigned int) {
+        isDecoding = true;
+        untilStopped();
+        isDecoding = false;
+        return QImage();
+    };
+    m_facade->info.showTextSearchResult("a");
+    QTRY_VERIFY_WITH_TIMEOUT(isDecoding, 20000);
+    m_facade->info.continueShowTextSearchResult("a");
+    m_facade->info.continueShowImageSearchResult("a");
     m_facade.reset();
     QVERIFY(!isDecoding);
 }
