@@ -118,7 +118,9 @@ bool KeysTest::tabWalksThrough(const QString &window) const
 {
     QSet<QString> toReach;
     for (const AccessibleTree::Node &node : m_program->nodes()) {
-        if (node.window == window && node.isFocusable && node.role != "frame") {
+        // Newer releases of the toolkit tell every text as focusable.
+        const bool isControl = node.isFocusable && node.role != "frame" && node.role != "label";
+        if (node.window == window && isControl) {
             toReach.insert(node.name);
         }
     }
