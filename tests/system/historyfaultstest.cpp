@@ -8,6 +8,7 @@
 #include "support/testfiles.h"
 #include "system/recorderrun.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QTest>
 
@@ -239,6 +240,7 @@ void TestHistoryFaults::monthFileLockedForLongLosesTheRowsOfThatTime()
     {
         const MonthLock lock(RecordedHistory::monthFile(month));
         QVERIFY(lock.isHeld());
+        QCoreApplication::processEvents();  // frames told of while the lock was waited for
         QVERIFY(recorder.waitForFrames(2)); // the first may have been under way
     }
     QVERIFY(recorder.waitForFrames(100)); // into another video
