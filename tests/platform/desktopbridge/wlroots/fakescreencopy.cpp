@@ -19,7 +19,8 @@ void fill(wl_resource *buffer, quint32 colour)
     wl_shm_buffer_begin_access(shared);
     auto *bytes = static_cast<unsigned char *>(wl_shm_buffer_get_data(shared));
     for (int y = 0; y < wl_shm_buffer_get_height(shared); ++y) {
-        auto *row = reinterpret_cast<quint32 *>(bytes + y * wl_shm_buffer_get_stride(shared));
+        auto *row =
+            reinterpret_cast<quint32 *>(bytes + qptrdiff(y) * wl_shm_buffer_get_stride(shared));
         std::fill_n(row, wl_shm_buffer_get_width(shared), colour);
     }
     wl_shm_buffer_end_access(shared);
