@@ -12,6 +12,8 @@ option(YESTERMARK_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
 set(YESTERMARK_SANITIZERS "" CACHE STRING "Value for -fsanitize=, empty for none")
 
 add_compile_options(-Wall -Wextra -Wpedantic)
+# Qt's logging macros are used without arguments, which GCC's -Wpedantic passes over.
+add_compile_options($<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments>)
 add_compile_definitions(QT_NO_KEYWORDS QT_NO_FOREACH QT_DEPRECATED_WARNINGS)
 if(YESTERMARK_WARNINGS_AS_ERRORS)
     add_compile_options(-Werror)
