@@ -142,11 +142,12 @@ void LineRecognizerTest::theSameBitmapGivesTheSameTextWhateverWasReadBetween()
 void LineRecognizerTest::linesReadSideBySideHaveTheTextOfEachAlone()
 {
     std::vector<cv::Mat> lines;
-    for (const int size : {11, 14, 19, 32}) {
-        for (const QString &text : {english, chinese, english.left(9), english.repeated(4)}) {
+    for (const int size : {11, 14, 19}) {
+        for (const QString &text : {english, chinese, english.left(9)}) {
             lines.push_back(bitmapOf(drawn({text, size})));
         }
     }
+    lines.push_back(bitmapOf(drawn({english.repeated(4), 14})));         // in parts
     lines.emplace_back();                                                // no line
     lines.emplace_back(20, 300, CV_8UC4, cv::Scalar(20, 120, 220, 255)); // no ink
     std::vector<LineText> alone;
@@ -154,7 +155,7 @@ void LineRecognizerTest::linesReadSideBySideHaveTheTextOfEachAlone()
         alone.push_back(m_engine->read(line));
     }
     std::mt19937 random(3);
-    for (int round = 0; round < 4; ++round) {
+    for (int round = 0; round < 3; ++round) {
         const std::vector<LineText> together = m_engine->readAll(lines);
         QCOMPARE(together.size(), lines.size());
         for (std::size_t index = 0; index < lines.size(); ++index) {

@@ -31,6 +31,7 @@ struct Recognizer {
     std::vector<std::optional<LineText>> all(const std::vector<cv::Mat> &lines)
     {
         std::vector<std::optional<LineText>> texts;
+        texts.reserve(lines.size());
         for (const cv::Mat &line : lines) {
             texts.push_back((*this)(line));
         }

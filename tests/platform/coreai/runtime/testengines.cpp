@@ -43,7 +43,7 @@ coreai::EngineSet::Lines CountingSet::readLines(const std::vector<cv::Mat> &line
     m_counts.mostTogether = std::max(m_counts.mostTogether.load(), count);
     constexpr int slice = 20; // in which one that waits for another process looks about
     int left = m_counts.readMilliseconds * ((count + 1) / 2);
-    for (; left > slice; left -= slice) {
+    for (; left > slice && m_counts.readMilliseconds > 0; left -= slice) {
         wait(slice);
         m_whileWaiting();
     }

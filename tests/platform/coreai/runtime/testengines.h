@@ -25,7 +25,7 @@ struct Counts {
     std::atomic<int> queries{0};
     std::atomic<int> unloads{0};
     std::atomic<int> mostTogether{0};     ///< lines of one call
-    std::atomic<int> readMilliseconds{0}; ///< how long a line takes, or two read together
+    std::atomic<int> readMilliseconds{0}; ///< of a line, or two read together; 0 ends it
     std::atomic<bool> fails{false};       ///< every call fails
 };
 
