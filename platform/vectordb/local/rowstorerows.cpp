@@ -3,6 +3,7 @@
 #include "vectordb/local/rowstore.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include <sqlite3.h>
 
@@ -166,6 +167,11 @@ Status RowStore::forEachRow(const CollectionDefinition &definition, const RowUse
         row.vector = static_cast<const float *>(rows.blob(column));
         if (rows.bytes(column) != bytes) {
             return {StatusCode::STORE_DAMAGED, "a row holds a vector of another length"};
+        }
+        // Scores that are no numbers have no order.
+        if (!std::all_of(row.vector, row.vector + definition.dimension(),
+                         [](float value) { return std::isfinite(value); })) {
+            return {StatusCode::STORE_DAMAGED, "a row holds a vector of what is no number"};
         }
         if (Status status = use(rows.number(0), row); !status.IsOk()) {
             return status;

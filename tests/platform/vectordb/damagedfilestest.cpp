@@ -8,6 +8,8 @@
 #include <QTest>
 
 #include <algorithm>
+#include <cstring>
+#include <limits>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -76,6 +78,7 @@ private Q_SLOTS:
 
     void damagedRowsAreRefusedAndLeftAlone_data();
     void damagedRowsAreRefusedAndLeftAlone();
+    void aVectorOfNoNumbersIsDamage();
     void deletedRowsAreWipedFromEveryFile_data();
     void deletedRowsAreWipedFromEveryFile();
     void manyDeletionsAreCompacted();
@@ -245,6 +248,25 @@ void DamagedFilesTest::damagedRowsAreRefusedAndLeftAlone()
     QVERIFY2(status.Message().find(path.toStdString()) != std::string::npos,
              status.Message().c_str());
     QVERIFY(contentOf(path) == damaged);
+}
+
+// Its scores would have no order, and sorting them no end that is known.
+void DamagedFilesTest::aVectorOfNoNumbersIsDamage()
+{
+    QVERIFY(insert(*open(m_directory->path(), DIMENSION), rowsFrom(1, 20)).IsOk());
+    const QString rows = rowsFile(m_directory->path());
+    const std::vector<float> vector = randomVector(DIMENSION, 7);
+    QByteArray all = contentOf(rows);
+    const int place = all.indexOf(QByteArray(reinterpret_cast<const char *>(vector.data()),
+                                             static_cast<int>(DIMENSION * sizeof(float))));
+    QVERIFY(place > 0);
+    const float noNumber = std::numeric_limits<float>::quiet_NaN();
+    std::memcpy(all.data() + place, &noNumber, sizeof(noNumber));
+    write(rows, all);
+    QVERIFY(QFile::remove(matrixFile(m_directory->path())));
+    Status status;
+    QVERIFY(!open(m_directory->path(), DIMENSION, &status));
+    QCOMPARE(status.Code(), code(StatusCode::STORE_DAMAGED));
 }
 
 void DamagedFilesTest::deletedRowsAreWipedFromEveryFile_data()
