@@ -13,6 +13,7 @@ from stage import SHORTEST_STATE_S
 MEGABYTE = 1e6
 PICTURE_MB = 1920 * 1080 * 4 / MEGABYTE
 FIRST_HITS = 5
+FRAME_SLACK_S = 2  # the recorder looks at the clock after it has taken the picture
 
 
 @dataclasses.dataclass
@@ -144,19 +145,28 @@ def _tell_markers(figures, day):
         print("    not found: " + ", ".join(f"{scene} {count}" for scene, count in lost.items()))
     seen = sum(bool(day.history.search(word)) for word in day.secrets)
     figures.tell("words of the locked screen that were found", seen, "", at_most=0)
-    waits = [max(0.0, day.watch.arrivals[state.word][0] - state.shown_at) for state in states
-             if state.word in day.watch.arrivals]
-    if waits:
+    arrived = _arrivals(day, states)
+    again = sum(state.word in day.watch.arrivals for state in states) - len(arrived)
+    figures.tell("states found only since they were shown again later", again, "")
+    if arrived:
+        waits = [max(0.0, found_at - state.shown_at) for state, found_at, _ in arrived]
         figures.tell("from the screen to searchable, median", statistics.median(waits), "s",
                      at_most=10)
         figures.tell("from the screen to searchable, longest", max(waits), "s", at_most=60)
-        kept = [day.watch.arrivals[state.word] for state in states
-                if state.word in day.watch.arrivals]
         figures.tell("from the stored frame to searchable, median",
-                     statistics.median(max(0.0, found_at - frame) for found_at, frame in kept), "s")
+                     statistics.median(max(0.0, found_at - frame)
+                                       for _, found_at, frame in arrived), "s")
+    found_at = {state.word: moment for state, moment, _ in arrived}
     return [{**dataclasses.asdict(state), "found": bool(hits[state.word]),
-             "searchable_s": day.watch.arrivals[state.word][0] - state.shown_at
-             if state.word in day.watch.arrivals else None} for state in states]
+             "searchable_s": found_at[state.word] - state.shown_at
+             if state.word in found_at else None} for state in states]
+
+
+def _arrivals(day, states):
+    """[(state, when it could be found, time of its frame)] of those kept while they were shown."""
+    return [(state, *day.watch.arrivals[state.word]) for state in states
+            if state.word in day.watch.arrivals
+            and day.watch.arrivals[state.word][1] <= state.hidden_at + FRAME_SLACK_S]
 
 
 def _tell_meanings(figures, day):

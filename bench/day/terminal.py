@@ -6,6 +6,8 @@ import papers
 from activity import Activity
 from desk import press, type_text
 
+_REPAINT_S = 4  # what lay below the locked screen draws itself again, on a busy machine too
+
 
 class Terminal(Activity):
     def open_terminal(self):
@@ -89,3 +91,4 @@ class Lock(Activity):
             (0, 0, 1920, 1080))
         self.stage.rest()
         self.stage.desk.close("lock")
+        time.sleep(_REPAINT_S)
