@@ -151,6 +151,7 @@ void LineRecognizerTest::linesReadSideBySideHaveTheTextOfEachAlone()
     lines.emplace_back();                                                // no line
     lines.emplace_back(20, 300, CV_8UC4, cv::Scalar(20, 120, 220, 255)); // no ink
     std::vector<LineText> alone;
+    alone.reserve(lines.size());
     for (const cv::Mat &line : lines) {
         alone.push_back(m_engine->read(line));
     }
