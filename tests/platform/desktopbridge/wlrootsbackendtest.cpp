@@ -405,7 +405,7 @@ void WlrootsBackendTest::outputComesAndGoes()
     const QRect second = m_backend->screens().last();
     QVERIFY(m_painter->showFullScreen(1));
     QVERIFY(QTest::qWaitFor([&] { return takeDamage().contains(second); }, LONG));
-    QVERIFY(m_backend->fetch(second));
+    QTRY_VERIFY_WITH_TIMEOUT(m_backend->fetch(second), LONG);
 
     m_painter->close();
     QVERIFY(sway.unplug(QStringLiteral("WL-2")));
