@@ -10,7 +10,6 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-
 using LibraryFaults::Fault;
 Q_DECLARE_METATYPE(LibraryFaults::Fault)
 
