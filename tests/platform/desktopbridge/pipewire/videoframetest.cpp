@@ -82,7 +82,8 @@ void VideoFrameTest::bytesOfEveryFormatGiveTheSameColour()
     QFETCH(QByteArray, bytes);
     QVERIFY(readableFormats().contains(format));
     alignas(quint32) quint8 pixel[4];
-    std::copy(bytes.cbegin(), bytes.cend(), pixel);
+    QCOMPARE(bytes.size(), int(sizeof pixel));
+    std::copy_n(bytes.cbegin(), sizeof pixel, pixel);
     quint32 colour = 0;
     copyUpright({format, QSize(1, 1)}, {pixel, 4}, QRect(0, 0, 1, 1), &colour, 1);
     QCOMPARE(colour & 0xffffff, 0x102030U);
