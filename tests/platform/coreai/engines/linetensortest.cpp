@@ -27,11 +27,11 @@ void LineTensorTest::linesAreEnlargedAsTheirHeightAsks_data()
     // A margin of 0.3 on both sides, 48 rows, 15 % wider than it is.
     QTest::newRow("40 rows") << 40 << 1.15 * 48 / 64;
     QTest::newRow("20 rows") << 20 << 1.15 * 48 / 32;
-    QTest::newRow("14 rows") << 14 << 1.15 * 48 / 22;
-    QTest::newRow("13 rows") << 13 << 2.6;
-    QTest::newRow("12 rows") << 12 << 2.6;
-    QTest::newRow("9 rows") << 9 << 2.6;
-    QTest::newRow("3 rows") << 3 << 2.6;
+    QTest::newRow("16 rows") << 16 << 1.15 * 48 / 26;
+    QTest::newRow("14 rows") << 14 << 2.4;
+    QTest::newRow("12 rows") << 12 << 2.4;
+    QTest::newRow("9 rows") << 9 << 2.4;
+    QTest::newRow("3 rows") << 3 << 2.4;
 }
 
 void LineTensorTest::linesAreEnlargedAsTheirHeightAsks()
