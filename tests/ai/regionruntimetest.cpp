@@ -8,6 +8,7 @@
 #include "coreai/client/runtimeprogram.h"
 #include "coreai/engines/modelfiles.h"
 #include "platform/coreai/reading/drawnsession.h"
+#include "support/childprocesses.h"
 #include "support/logcapture.h"
 
 #include <QCoreApplication>
@@ -75,23 +76,6 @@ std::unique_ptr<OcrModule> readyModule()
 pid_t runtime()
 {
     return coreai::RuntimeLink::shared()->processId();
-}
-
-std::vector<pid_t> childrenOf(pid_t process)
-{
-    std::vector<pid_t> children;
-    const QString tasks = QStringLiteral("/proc/%1/task/").arg(process);
-    for (const QString &task : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        QFile file(tasks + task + QStringLiteral("/children"));
-        if (file.open(QFile::ReadOnly)) {
-            for (const QByteArray &child : file.readAll().simplified().split(' ')) {
-                if (!child.isEmpty()) {
-                    children.push_back(static_cast<pid_t>(child.toInt()));
-                }
-            }
-        }
-    }
-    return children;
 }
 
 /// Calls @p work on the main thread every few milliseconds until it is true.

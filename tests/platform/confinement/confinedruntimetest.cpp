@@ -4,6 +4,8 @@
 #include "coreai/engines/modelavailability.h"
 #include "coreai/protocol/answers.h"
 #include "coreai/protocol/channelprocess.h"
+#include "support/childprocesses.h"
+#include "support/testfiles.h"
 
 #include <QDir>
 #include <QFile>
@@ -24,36 +26,15 @@ namespace
 {
 constexpr int patience = 60000; // ms; the engines run at nice 19
 
-QByteArray contents(const QString &path)
-{
-    QFile file(path);
-    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 QByteArray fieldOf(pid_t process, const QByteArray &file, const QByteArray &name)
 {
     for (const QByteArray &line :
-         contents(QStringLiteral("/proc/%1/").arg(process) + QLatin1String(file)).split('\n')) {
+         contentOf(QStringLiteral("/proc/%1/").arg(process) + QLatin1String(file)).split('\n')) {
         if (line.startsWith(name)) {
             return line.mid(name.size()).simplified();
         }
     }
     return {};
-}
-
-std::vector<pid_t> childrenOf(pid_t process)
-{
-    std::vector<pid_t> children;
-    const QString tasks = QStringLiteral("/proc/%1/task/").arg(process);
-    for (const QString &task : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        for (const QByteArray &child :
-             contents(tasks + task + QStringLiteral("/children")).split(' ')) {
-            if (!child.isEmpty()) {
-                children.push_back(pid_t(child.toInt()));
-            }
-        }
-    }
-    return children;
 }
 
 // As one without the power over others' processes, which root has otherwise; of this thread only.

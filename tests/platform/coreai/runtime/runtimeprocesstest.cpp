@@ -7,6 +7,8 @@
 #include "coreai/coreaivision.h"
 #include "coreai/engines/modelfiles.h"
 #include "reading/drawnsession.h"
+#include "support/childprocesses.h"
+#include "support/testfiles.h"
 
 #include <QBuffer>
 #include <QDir>
@@ -35,31 +37,10 @@ QByteArray encoded(const QImage &image, const char *format = "PNG")
     return bytes;
 }
 
-QByteArray contents(const QString &path)
-{
-    QFile file(path);
-    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-std::vector<pid_t> childrenOf(pid_t process)
-{
-    std::vector<pid_t> children;
-    const QString tasks = QStringLiteral("/proc/%1/task/").arg(process);
-    for (const QString &task : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        for (const QByteArray &child :
-             contents(tasks + task + QStringLiteral("/children")).split(' ')) {
-            if (!child.isEmpty()) {
-                children.push_back(pid_t(child.toInt()));
-            }
-        }
-    }
-    return children;
-}
-
 bool isAlive(pid_t process)
 {
     // A child that its parent has not waited for yet still has an entry.
-    const QByteArray stat = contents(QStringLiteral("/proc/%1/stat").arg(process));
+    const QByteArray stat = contentOf(QStringLiteral("/proc/%1/stat").arg(process));
     return !stat.isEmpty() && stat.at(stat.lastIndexOf(')') + 2) != 'Z';
 }
 
@@ -302,7 +283,7 @@ void RuntimeProcessTest::threadsAreNamed()
         QSet<QByteArray> found;
         const QDir tasks(QStringLiteral("/proc/%1/task").arg(runtime()));
         for (const QString &thread : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-            found << contents(tasks.filePath(thread) + QStringLiteral("/comm")).trimmed();
+            found << contentOf(tasks.filePath(thread) + QStringLiteral("/comm")).trimmed();
         }
         return found;
     };
@@ -387,7 +368,7 @@ void RuntimeProcessTest::logsNothingOfTheText()
     session.openFile();
     recorder.hand(encoded(session.screen()));
     QTRY_COMPARE_WITH_TIMEOUT(recorder.count(), 3, patience);
-    const QByteArray logged = contents(log);
+    const QByteArray logged = contentOf(log);
     QVERIFY(logged.contains("the engines' process ended"));
     QVERIFY(!logged.contains("line "));
     QVERIFY(!logged.contains("secretquery"));
