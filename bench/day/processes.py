@@ -12,7 +12,7 @@ _TICK_S = 1.0 / os.sysconf("SC_CLK_TCK")
 _MEGABYTE = 1e6
 _KIBIBYTE = 1024
 RECORDER, BRIDGE, RUNTIME = ROLES = ("recorder", "bridge", "runtime")
-_RUNTIME_PROGRAMS = ("yestermark-ai-runtime", "yestermark-ai-engines")
+RUNTIME_PROGRAMS = ("yestermark-ai-runtime", "yestermark-ai-engines")
 
 
 @dataclasses.dataclass
@@ -45,7 +45,7 @@ def own_cpu_s(process):
     return _stat(process)[1]
 
 
-def _pairs(path):
+def numbers_in(path):
     """{name: first number} of the lines "name: number"."""
     lines = (line.split(":") for line in pathlib.Path(path).read_text().splitlines())
     return {words[0]: int(words[1].split()[0]) for words in lines
@@ -57,7 +57,8 @@ def _wakeups(process):
     found = {}
     for task in os.listdir(f"/proc/{process}/task"):
         try:
-            found[task] = _pairs(f"/proc/{process}/task/{task}/status")["voluntary_ctxt_switches"]
+            status = numbers_in(f"/proc/{process}/task/{task}/status")
+            found[task] = status["voluntary_ctxt_switches"]
         except OSError:
             pass  # the thread has just ended
     return found
@@ -76,9 +77,9 @@ class _Process:
     def look(self, number):
         self.parent, self.own_s, self.waited_s = _stat(number)
         self.wakeups.update(_wakeups(number))
-        bytes_done = _pairs(f"/proc/{number}/io")
+        bytes_done = numbers_in(f"/proc/{number}/io")
         self.written = bytes_done["write_bytes"] - bytes_done["cancelled_write_bytes"]
-        memory = _pairs(f"/proc/{number}/smaps_rollup")
+        memory = numbers_in(f"/proc/{number}/smaps_rollup")
         self.resident = memory["Rss"] * _KIBIBYTE / _MEGABYTE
         self.proportional = memory["Pss"] * _KIBIBYTE / _MEGABYTE
 
@@ -87,7 +88,7 @@ class _Process:
         self.resident = self.proportional = 0.0
 
 
-def _children():
+def children_by_parent():
     """{parent: [(process, name), ...]} of the whole machine."""
     children = collections.defaultdict(list)
     for entry in filter(str.isdigit, os.listdir("/proc")):
@@ -141,11 +142,11 @@ class Meter:
             self.sample()
 
     def _find_runtime(self):
-        children = _children()
+        children = children_by_parent()
         looked_at = [self._recorder]
         while looked_at:
             for number, name in children[looked_at.pop()]:
-                if name in _RUNTIME_PROGRAMS:
+                if name in RUNTIME_PROGRAMS:
                     looked_at.append(number)
                     if number not in self._known or self._known[number].gone_at:
                         self._known[number] = _Process(RUNTIME)

@@ -17,6 +17,18 @@ def _bus_answer(method, *arguments):
     return answer.stdout if answer.returncode == 0 else ""
 
 
+def wait_for_bridge():
+    """Its process, once it stands on the bus."""
+    deadline = time.monotonic() + PATIENCE_S
+    while time.monotonic() < deadline:
+        if "true" in _bus_answer("NameHasOwner", "org.vesk.KWin"):
+            number = _bus_answer("GetConnectionUnixProcessID", "org.vesk.KWin").split()
+            if number:  # else it went in between
+                return int(number[-1].strip("(),"))
+        time.sleep(0.2)
+    raise RuntimeError("no bridge came to the bus")
+
+
 class Recorder:
     def __init__(self, build, log):
         subprocess.run(["gsettings", "set", "com.tavel.yestermark", "recording-memory", "true"],
@@ -24,16 +36,7 @@ class Recorder:
         self._process = subprocess.Popen([build / "bin/tavel-ai-yestermark", "--hidden"],
                                          stdout=log, stderr=log)
         self.process = self._process.pid
-        self.bridge = self._wait_for_bridge()
-
-    def _wait_for_bridge(self):
-        deadline = time.monotonic() + PATIENCE_S
-        while time.monotonic() < deadline:
-            if "true" in _bus_answer("NameHasOwner", "org.vesk.KWin"):
-                number = _bus_answer("GetConnectionUnixProcessID", "org.vesk.KWin")
-                return int(number.split()[-1].strip("(),"))
-            time.sleep(0.2)
-        raise RuntimeError("no bridge came to the bus")
+        self.bridge = wait_for_bridge()
 
     def end(self):
         """Asks it to end and waits; CPU seconds of its own that this took. What its children take

@@ -18,6 +18,7 @@ import activities
 import costs
 import report
 from desk import Desk
+from locker import Locker
 from processes import Meter
 from recorder import BusCount, Recorder
 from scenes import DAY, IDLE, LOCKED, seconds_of
@@ -67,28 +68,6 @@ def settle(meter, watch):
             quiet_since = time.monotonic()
         before = now
         time.sleep(1)
-
-
-class Locker:
-    def __init__(self, log):
-        self._process = subprocess.Popen(
-            [pathlib.Path(__file__).with_name("screensaver.py")], stdin=subprocess.PIPE, stderr=log,
-            text=True)
-
-    @contextlib.contextmanager
-    def locked(self):
-        self._tell("lock")
-        time.sleep(0.5)
-        yield
-        self._tell("unlock")
-
-    def _tell(self, word):
-        self._process.stdin.write(f"{word}\n")
-        self._process.stdin.flush()
-
-    def end(self):
-        self._process.stdin.close()
-        self._process.wait()
 
 
 def play(scene, activity, stage, meter, watch, locker, seconds):
