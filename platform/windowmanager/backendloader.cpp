@@ -35,7 +35,7 @@ std::unique_ptr<WindowBackend> askCompositor(QString &problem)
     if (auto plasma = PlasmaWindowBackend::over(connection)) {
         return plasma;
     }
-    if (auto wlroots = WlrootsWindowBackend::over(connection, SwayIpc::connectToSway())) {
+    if (auto wlroots = WlrootsWindowBackend::over(connection, SwayWindows::connectToSway())) {
         return wlroots;
     }
     return without(QStringLiteral("the compositor offers this program no protocol for it"));

@@ -1,5 +1,6 @@
 #include "desktopbridge/wlroots/swayipc.h"
 
+#include "desktopbridge/wayland/swaymessage.h"
 #include "desktopbridge/wlroots/ipcsocket.h"
 
 #include <QFile>
@@ -7,23 +8,10 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include <cstring>
 #include <unistd.h>
 
 namespace
 {
-const QByteArray MAGIC = QByteArrayLiteral("i3-ipc");
-constexpr quint32 GET_TREE = 4;
-constexpr int HEADER_SIZE = 14; // the magic, a length and a type, in this machine's byte order
-
-QByteArray request(quint32 type)
-{
-    QByteArray bytes = MAGIC;
-    const quint32 numbers[] = {0, type};
-    bytes.append(reinterpret_cast<const char *>(numbers), sizeof(numbers));
-    return bytes;
-}
-
 std::optional<QJsonObject> findFocused(const QJsonObject &node)
 {
     if (node.value(QLatin1String("focused")).toBool()) {
@@ -45,17 +33,16 @@ std::optional<QJsonObject> findFocused(const QJsonObject &node)
 std::optional<quint32> SwayIpc::activeWindowPid() const
 {
     IpcSocket socket(m_path);
-    if (!socket.send(request(GET_TREE))) {
+    if (!socket.send(SwayMessage::encode(SwayMessage::GET_TREE))) {
         return std::nullopt;
     }
-    const QByteArray header = socket.receive(HEADER_SIZE);
-    if (header.size() < HEADER_SIZE || !header.startsWith(MAGIC)) {
+    const std::optional<int> length =
+        SwayMessage::payloadLength(socket.receive(SwayMessage::HEADER_SIZE));
+    if (!length) {
         return std::nullopt;
     }
-    quint32 length = 0;
-    std::memcpy(&length, header.constData() + MAGIC.size(), sizeof(length));
-    const QByteArray tree = socket.receive(int(length));
-    return quint32(tree.size()) == length ? focusedProcess(tree) : std::nullopt;
+    const QByteArray tree = socket.receive(*length);
+    return tree.size() == *length ? focusedProcess(tree) : std::nullopt;
 }
 
 // Names end with the compositor's process id; a variable may be left over from another session.

@@ -58,7 +58,7 @@ void SeatDelete::operator()(wl_seat *seat) const
 
 std::unique_ptr<WlrootsWindowBackend>
 WlrootsWindowBackend::over(const std::shared_ptr<WaylandConnection> &connection,
-                           std::unique_ptr<SwayIpc> sway)
+                           std::unique_ptr<SwayWindows> sway)
 {
     auto *manager = connection->bindFirst<zwlr_foreign_toplevel_manager_v1>(
         zwlr_foreign_toplevel_manager_v1_interface, newestVersion);
@@ -71,7 +71,7 @@ WlrootsWindowBackend::over(const std::shared_ptr<WaylandConnection> &connection,
 
 WlrootsWindowBackend::WlrootsWindowBackend(std::shared_ptr<WaylandConnection> connection,
                                            zwlr_foreign_toplevel_manager_v1 *manager,
-                                           std::unique_ptr<SwayIpc> sway)
+                                           std::unique_ptr<SwayWindows> sway)
     : m_connection(std::move(connection))
     , m_manager(manager)
     , m_seat(m_connection->bindFirst<wl_seat>(wl_seat_interface, 1))

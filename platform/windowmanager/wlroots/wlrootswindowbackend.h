@@ -7,7 +7,7 @@
 // Owner: tdk::WindowManager; main thread.
 
 #include "windowmanager/windowbackend.h"
-#include "windowmanager/wlroots/swayipc.h"
+#include "windowmanager/wlroots/swaywindows.h"
 #include "windowmanager/wlroots/toplevel.h"
 
 #include <map>
@@ -31,7 +31,7 @@ class WlrootsWindowBackend : public WindowBackend
 public:
     /// Null if the compositor does not offer the protocol. Without @p sway it does without.
     static std::unique_ptr<WlrootsWindowBackend>
-    over(const std::shared_ptr<WaylandConnection> &connection, std::unique_ptr<SwayIpc> sway);
+    over(const std::shared_ptr<WaylandConnection> &connection, std::unique_ptr<SwayWindows> sway);
 
     ~WlrootsWindowBackend() override;
 
@@ -50,7 +50,8 @@ private:
     };
 
     WlrootsWindowBackend(std::shared_ptr<WaylandConnection> connection,
-                         zwlr_foreign_toplevel_manager_v1 *manager, std::unique_ptr<SwayIpc> sway);
+                         zwlr_foreign_toplevel_manager_v1 *manager,
+                         std::unique_ptr<SwayWindows> sway);
     static const zwlr_foreign_toplevel_manager_v1_listener &events();
     void add(zwlr_foreign_toplevel_handle_v1 *handle);
     void findProcess(uint id);
@@ -63,5 +64,5 @@ private:
     std::unique_ptr<wl_seat, SeatDelete> m_seat; ///< null on a compositor without any
     std::map<uint, Window> m_windows;
     uint m_lastId = 0;
-    std::unique_ptr<SwayIpc> m_sway; ///< null under another compositor; first to go
+    std::unique_ptr<SwayWindows> m_sway; ///< null under another compositor; first to go
 };

@@ -2,7 +2,7 @@
 
 #include "windowmanager/backendloader.h"
 #include "windowmanager/windowmanager.h"
-#include "windowmanager/wlroots/swayipc.h"
+#include "windowmanager/wlroots/swaywindows.h"
 
 #include "support/logcapture.h"
 

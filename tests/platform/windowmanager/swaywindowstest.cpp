@@ -1,6 +1,8 @@
 // What is asked of sway's socket, against a socket that answers, stumbles and goes on command.
 
-#include "windowmanager/wlroots/swayipc.h"
+#include "windowmanager/wlroots/swaywindows.h"
+
+#include "support/logcapture.h"
 
 #include <QLocalServer>
 #include <QTemporaryDir>
@@ -28,7 +30,7 @@ QByteArray message(quint32 type, const QByteArray &payload)
 }
 } // namespace
 
-class SwayIpcTest : public QObject
+class SwayWindowsTest : public QObject
 {
     Q_OBJECT
 
@@ -43,35 +45,37 @@ private Q_SLOTS:
     void withoutASocketThereIsNoSway();
     void questionsAndCommandsAreAskedAsSwayReadsThem();
     void anAnswerInPiecesIsPutTogether();
+    void whatIsNoMessageEndsTheConversation_data();
+    void whatIsNoMessageEndsTheConversation();
     void aSwayThatGoesAnswersWithNothing();
     void aSwayThatIsGoneAnswersWithNothing();
 
 private:
     QTemporaryDir m_folder;
     std::unique_ptr<QLocalServer> m_server;
-    std::unique_ptr<SwayIpc> m_ipc;
+    std::unique_ptr<SwayWindows> m_ipc;
     QLocalSocket *m_peer = nullptr;
 };
 
-void SwayIpcTest::init()
+void SwayWindowsTest::init()
 {
     m_server = std::make_unique<QLocalServer>();
     const QString path = m_folder.filePath("sway.sock");
     QVERIFY(m_server->listen(path));
     qputenv("SWAYSOCK", path.toUtf8());
-    m_ipc = SwayIpc::connectToSway();
+    m_ipc = SwayWindows::connectToSway();
     QVERIFY(m_ipc);
     QVERIFY(m_server->waitForNewConnection(waitMs));
     m_peer = m_server->nextPendingConnection();
 }
 
-void SwayIpcTest::cleanup()
+void SwayWindowsTest::cleanup()
 {
     m_ipc.reset();
     m_server.reset();
 }
 
-void SwayIpcTest::windowsOfTheTreeAreFoundWhereverTheyStand()
+void SwayWindowsTest::windowsOfTheTreeAreFoundWhereverTheyStand()
 {
     const QVector<SwayWindow> windows = swayWindowsIn(tree);
     QCOMPARE(windows.size(), 4);
@@ -87,7 +91,7 @@ void SwayIpcTest::windowsOfTheTreeAreFoundWhereverTheyStand()
     QVERIFY(windows[3].isFloating);
 }
 
-void SwayIpcTest::somethingElseThanATreeHasNoWindows_data()
+void SwayWindowsTest::somethingElseThanATreeHasNoWindows_data()
 {
     QTest::addColumn<QByteArray>("text");
     QTest::newRow("nothing") << QByteArray();
@@ -96,27 +100,27 @@ void SwayIpcTest::somethingElseThanATreeHasNoWindows_data()
     QTest::newRow("nodes that are none") << QByteArray(R"({"nodes":[1,null,{"nodes":3}]})");
 }
 
-void SwayIpcTest::somethingElseThanATreeHasNoWindows()
+void SwayWindowsTest::somethingElseThanATreeHasNoWindows()
 {
     QFETCH(QByteArray, text);
     QCOMPARE(swayWindowsIn(text).size(), 0);
 }
 
-void SwayIpcTest::withoutASocketThereIsNoSway_data()
+void SwayWindowsTest::withoutASocketThereIsNoSway_data()
 {
     QTest::addColumn<QByteArray>("path");
     QTest::newRow("not named") << QByteArray();
     QTest::newRow("gone") << m_folder.filePath("gone.sock").toUtf8();
 }
 
-void SwayIpcTest::withoutASocketThereIsNoSway()
+void SwayWindowsTest::withoutASocketThereIsNoSway()
 {
     QFETCH(QByteArray, path);
     qputenv("SWAYSOCK", path);
-    QVERIFY(!SwayIpc::connectToSway());
+    QVERIFY(!SwayWindows::connectToSway());
 }
 
-void SwayIpcTest::questionsAndCommandsAreAskedAsSwayReadsThem()
+void SwayWindowsTest::questionsAndCommandsAreAskedAsSwayReadsThem()
 {
     m_ipc->askForWindows([](const QVector<SwayWindow> &) {});
     m_ipc->command(7, "move scratchpad");
@@ -125,7 +129,7 @@ void SwayIpcTest::questionsAndCommandsAreAskedAsSwayReadsThem()
     QCOMPARE(m_peer->readAll(), asked);
 }
 
-void SwayIpcTest::anAnswerInPiecesIsPutTogether()
+void SwayWindowsTest::anAnswerInPiecesIsPutTogether()
 {
     QVector<int> sizes;
     m_ipc->command(7, "focus");
@@ -141,7 +145,28 @@ void SwayIpcTest::anAnswerInPiecesIsPutTogether()
     QTRY_COMPARE_WITH_TIMEOUT(sizes, (QVector<int>{4, 0}), waitMs);
 }
 
-void SwayIpcTest::aSwayThatGoesAnswersWithNothing()
+void SwayWindowsTest::whatIsNoMessageEndsTheConversation_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::newRow("another word") << QByteArray("abcdef\2\0\0\0\4\0\0\0{}", 16);
+    QTest::newRow("no answer is so long") << QByteArray("i3-ipc\1\0\0\1\4\0\0\0{}", 16);
+    QTest::newRow("a length below none") << QByteArray("i3-ipc\377\377\377\377\4\0\0\0{}", 16);
+}
+
+void SwayWindowsTest::whatIsNoMessageEndsTheConversation()
+{
+    QFETCH(QByteArray, bytes);
+    const LogCapture log;
+    QVector<int> sizes;
+    m_ipc->askForWindows([&](const QVector<SwayWindow> &windows) { sizes.append(windows.size()); });
+    m_ipc->askForWindows([&](const QVector<SwayWindow> &windows) { sizes.append(windows.size()); });
+    m_peer->write(bytes + message(4, tree));
+    QTRY_COMPARE_WITH_TIMEOUT(sizes, (QVector<int>{0, 0}), waitMs);
+    QCOMPARE(log.count(QtWarningMsg, QStringLiteral("tells no messages")), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(m_peer->state(), QLocalSocket::UnconnectedState, waitMs);
+}
+
+void SwayWindowsTest::aSwayThatGoesAnswersWithNothing()
 {
     int answers = 0;
     m_ipc->askForWindows([&](const QVector<SwayWindow> &windows) {
@@ -153,7 +178,7 @@ void SwayIpcTest::aSwayThatGoesAnswersWithNothing()
     QTRY_COMPARE_WITH_TIMEOUT(answers, 1, waitMs);
 }
 
-void SwayIpcTest::aSwayThatIsGoneAnswersWithNothing()
+void SwayWindowsTest::aSwayThatIsGoneAnswersWithNothing()
 {
     m_peer->disconnectFromServer();
     int answers = 0;
@@ -165,5 +190,5 @@ void SwayIpcTest::aSwayThatIsGoneAnswersWithNothing()
     QTRY_VERIFY_WITH_TIMEOUT(isAnswered(), waitMs);
 }
 
-QTEST_GUILESS_MAIN(SwayIpcTest)
-#include "swayipctest.moc"
+QTEST_GUILESS_MAIN(SwayWindowsTest)
+#include "swaywindowstest.moc"

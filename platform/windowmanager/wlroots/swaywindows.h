@@ -24,31 +24,31 @@ struct SwayWindow {
 /// The windows in sway's description of its tree, in its order; none if it is not one.
 QVector<SwayWindow> swayWindowsIn(const QByteArray &tree);
 
-class SwayIpc : public QObject
+class SwayWindows : public QObject
 {
     Q_OBJECT
 
 public:
-    using Windows = std::function<void(const QVector<SwayWindow> &)>;
+    using Answer = std::function<void(const QVector<SwayWindow> &)>;
 
     /// Connects to the socket that $SWAYSOCK names; null if there is none.
-    static std::unique_ptr<SwayIpc> connectToSway();
+    static std::unique_ptr<SwayWindows> connectToSway();
 
-    ~SwayIpc() override; ///< leaves open questions unanswered
+    ~SwayWindows() override; ///< leaves open questions unanswered
 
     /// @p answer is called once, with no windows if sway does not tell any more.
-    void askForWindows(const Windows &answer);
+    void askForWindows(const Answer &answer);
 
     /// Commands as sway's configuration has them, for the window of that id.
     void command(qint64 window, const QString &commands);
 
 private:
-    SwayIpc();
-    void send(quint32 type, const QByteArray &payload, const Windows &answer);
+    SwayWindows();
+    void send(quint32 type, const QByteArray &payload, const Answer &answer);
     void readAnswers();
     void answerAllWithNothing();
 
     QLocalSocket m_socket;
     QByteArray m_received;
-    QQueue<Windows> m_waiting; ///< one a message; empty functions for commands
+    QQueue<Answer> m_waiting; ///< one a message; empty functions for commands
 };

@@ -1,25 +1,16 @@
-#include "windowmanager/wlroots/swayipc.h"
+#include "windowmanager/wlroots/swaywindows.h"
 
+#include "desktopbridge/wayland/swaymessage.h"
+
+#include <QDebug>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include <cstring>
-
 namespace
 {
 constexpr int connectMs = 1000;
-// Each message: this word, the payload's length and the message's type in the machine's byte order.
-const QByteArray magic = QByteArrayLiteral("i3-ipc");
-constexpr int headerSize = 6 + 4 + 4;
-constexpr quint32 runCommand = 0;
-constexpr quint32 getTree = 4;
 const QString scratchpad = QStringLiteral("__i3_scratch"); // the name of its workspace
-
-QByteArray bytesOf(quint32 number)
-{
-    return QByteArray(reinterpret_cast<const char *>(&number), sizeof number);
-}
 
 void collect(const QJsonObject &node, bool isInScratchpad, QVector<SwayWindow> *windows)
 {
@@ -50,70 +41,76 @@ QVector<SwayWindow> swayWindowsIn(const QByteArray &tree)
     return windows;
 }
 
-std::unique_ptr<SwayIpc> SwayIpc::connectToSway()
+std::unique_ptr<SwayWindows> SwayWindows::connectToSway()
 {
     const QString path = qEnvironmentVariable("SWAYSOCK");
     if (path.isEmpty()) {
         return nullptr;
     }
-    std::unique_ptr<SwayIpc> ipc(new SwayIpc);
+    std::unique_ptr<SwayWindows> ipc(new SwayWindows);
     ipc->m_socket.connectToServer(path);
     return ipc->m_socket.waitForConnected(connectMs) ? std::move(ipc) : nullptr;
 }
 
-SwayIpc::SwayIpc()
+SwayWindows::SwayWindows()
 {
-    connect(&m_socket, &QLocalSocket::readyRead, this, &SwayIpc::readAnswers);
-    connect(&m_socket, &QLocalSocket::disconnected, this, &SwayIpc::answerAllWithNothing);
+    connect(&m_socket, &QLocalSocket::readyRead, this, &SwayWindows::readAnswers);
+    connect(&m_socket, &QLocalSocket::disconnected, this, &SwayWindows::answerAllWithNothing);
 }
 
-SwayIpc::~SwayIpc()
+SwayWindows::~SwayWindows()
 {
     m_socket.disconnect(this); // closing it tells too
 }
 
-void SwayIpc::askForWindows(const Windows &answer)
+void SwayWindows::askForWindows(const Answer &answer)
 {
-    send(getTree, {}, answer);
+    send(SwayMessage::GET_TREE, {}, answer);
 }
 
-void SwayIpc::command(qint64 window, const QString &commands)
+void SwayWindows::command(qint64 window, const QString &commands)
 {
-    send(runCommand, QStringLiteral("[con_id=%1] %2").arg(window).arg(commands).toUtf8(), {});
+    send(SwayMessage::RUN_COMMAND,
+         QStringLiteral("[con_id=%1] %2").arg(window).arg(commands).toUtf8(), {});
 }
 
-void SwayIpc::send(quint32 type, const QByteArray &payload, const Windows &answer)
+void SwayWindows::send(quint32 type, const QByteArray &payload, const Answer &answer)
 {
     m_waiting.enqueue(answer);
     if (m_socket.state() == QLocalSocket::ConnectedState) {
-        m_socket.write(magic + bytesOf(payload.size()) + bytesOf(type) + payload);
+        m_socket.write(SwayMessage::encode(type, payload));
     } else {
         answerAllWithNothing();
     }
 }
 
-void SwayIpc::readAnswers()
+void SwayWindows::readAnswers()
 {
     m_received += m_socket.readAll();
-    while (m_received.size() >= headerSize) {
-        quint32 length = 0;
-        std::memcpy(&length, m_received.constData() + magic.size(), sizeof length);
-        if (quint32(m_received.size() - headerSize) < length) {
+    while (m_received.size() >= SwayMessage::HEADER_SIZE) {
+        const std::optional<int> length = SwayMessage::payloadLength(m_received);
+        if (!length) {
+            qWarning() << "sway's socket tells no messages, windows are no longer asked for";
+            m_received.clear();
+            m_socket.abort(); // tells that it is disconnected
             return;
         }
-        const QByteArray payload = m_received.mid(headerSize, static_cast<int>(length));
-        m_received.remove(0, headerSize + static_cast<int>(length));
-        const Windows answer = m_waiting.isEmpty() ? Windows() : m_waiting.dequeue();
+        if (m_received.size() - SwayMessage::HEADER_SIZE < *length) {
+            return;
+        }
+        const QByteArray payload = m_received.mid(SwayMessage::HEADER_SIZE, *length);
+        m_received.remove(0, SwayMessage::HEADER_SIZE + *length);
+        const Answer answer = m_waiting.isEmpty() ? Answer() : m_waiting.dequeue();
         if (answer) {
             answer(swayWindowsIn(payload));
         }
     }
 }
 
-void SwayIpc::answerAllWithNothing()
+void SwayWindows::answerAllWithNothing()
 {
     while (!m_waiting.isEmpty()) {
-        if (const Windows answer = m_waiting.dequeue()) {
+        if (const Answer answer = m_waiting.dequeue()) {
             answer({});
         }
     }
