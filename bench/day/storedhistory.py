@@ -10,7 +10,9 @@ PERIOD_S = 0.5
 
 
 class StoredHistory:
-    def __init__(self, home, build):
+    def __init__(self, home, build, environment=None):
+        """environment is that of yestermarkctl; None for this process's own."""
+        self._environment = environment
         self._cache = pathlib.Path(home) / ".cache/tavel-ai-yestermark"
         self._command = pathlib.Path(build) / "bin/yestermarkctl"
 
@@ -43,7 +45,8 @@ class StoredHistory:
     def search(self, text, *options):
         """Frames as yestermarkctl tells them, best or newest first."""
         answer = subprocess.run([self._command, "--json", "search", *options, "--", text],
-                                capture_output=True, text=True, check=False)
+                                env=self._environment, capture_output=True, text=True,
+                                check=False)
         if answer.returncode not in (0, 1):
             raise RuntimeError(f"yestermarkctl: {answer.stderr}")
         return json.loads(answer.stdout or "[]")
