@@ -8,6 +8,7 @@
 #include "database/dataencryptor.h"
 #include "database/daytext.h"
 #include "database/screenshotdata.h"
+#include "picturememory/packedpicture.h"
 #include "video/videocomposer.h"
 
 #include <QDebug>
@@ -69,9 +70,10 @@ bool ScreenHistoryTracker::updateVideoFile(const QImage &image)
         initNewVideoFile();
         Q_EMIT requestCheckStorage();
     }
+    const QImage packed = packedPicture(image);
     {
         const std::lock_guard<std::mutex> lock(m_batchMutex);
-        m_images.append(image);
+        m_images.append(packed);
     }
     ++m_todayFrameNumber;
     Q_EMIT todayFrameNumberChanged(m_todayFrameNumber);

@@ -223,6 +223,7 @@ QImage ScreenHistoryTracker::imageOfOpenBatch(uint frameIndex)
         qWarning() << "requested frame index is out of range";
         return {};
     }
-    m_cachedImage = m_images.at(static_cast<int>(frameIndex) - 1);
+    // A plain picture: whoever gets it may do with its pixels what a packed one does not allow.
+    m_cachedImage = m_images.at(static_cast<int>(frameIndex) - 1).copy();
     return m_cachedImage;
 }

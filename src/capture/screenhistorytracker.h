@@ -193,7 +193,7 @@ private:
     QImage m_lastFrame;
     QThread m_composerThread;
     VideoComposer *m_videoComposer = nullptr; ///< lives on m_composerThread, deletes itself there
-    QVector<QImage> m_images;
+    QVector<QImage> m_images;                 ///< of the open batch, packed
     AIAbilityProvider *m_aiAbilityProvider = nullptr;
     DatabaseManager *m_databaseManager = nullptr;
     FrameExtractor m_frameExtractor{nullptr};

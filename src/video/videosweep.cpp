@@ -3,6 +3,7 @@
 
 #include "video/videocomposer.h"
 
+#include "picturememory/packedpicture.h"
 #include "video/disksync.h"
 #include "video/storedvideo.h"
 
@@ -54,11 +55,11 @@ void VideoComposer::convertLocalImageFilesToVideo(const QString &dirPath)
             imagesOfVideo[name.left(suffix + videoSuffix.size())] += file.absoluteFilePath();
         }
     }
-    // Read one video's images at a time: a hundred of them are up to 3 GB.
+    // One video's images at a time, and packed: unpacked a hundred of them are up to 3 GB.
     for (auto video = imagesOfVideo.cbegin(); video != imagesOfVideo.cend(); ++video) {
         QVector<QImage> images;
         for (const QString &path : video.value()) {
-            images.append(readImage(path));
+            images.append(packedPicture(readImage(path)));
         }
         const auto unreadable = std::count_if(images.cbegin(), images.cend(),
                                               [](const QImage &image) { return image.isNull(); });

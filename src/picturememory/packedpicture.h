@@ -1,0 +1,24 @@
+#pragma once
+// Pictures that wait for their video. One of 1920x1080 takes 8.3 MB, a batch has a hundred of them;
+// packed, a screen takes 0.15 MB on average, and nobody who reads the pixels sees a difference.
+// Owner of the pixels: the QImage and its copies. Any thread.
+
+#include <QImage>
+
+#include <memory>
+
+class PixelPages;
+
+/// @p picture with its pixels in packed form: they come back by themselves where they are read, and
+/// go again. Size, format and device pixel ratio stay, every pixel is equal. It is for reading: a
+/// copy that is changed gets pixels of its own, as ever.
+///
+/// Its pixels must not be handed to a system call (write(), send()), which would fail with EFAULT;
+/// QImage::copy() makes a plain picture of it.
+///
+/// Gives @p picture itself back if it has not 32 bits a pixel, and where the kernel cannot serve
+/// @p pages or memory is short.
+QImage packedPicture(const QImage &picture, const std::shared_ptr<PixelPages> &pages);
+
+/// The same with the pages of this process.
+QImage packedPicture(const QImage &picture);
