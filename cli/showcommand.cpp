@@ -46,6 +46,30 @@ int save(const QImage &picture, const QString &path, Console &console)
     }
     return ExitStatus::Done;
 }
+/// Says why there is no picture of @p frame, which need not be there itself.
+int missing(const std::optional<ScreenShotData> &frame, const History &history, Console &console)
+{
+    if (history.status() != ExitStatus::Done) {
+        return history.status();
+    }
+    const bool hasRow = frame && frame->realTime != 0;
+    console.fault(hasRow ? QStringLiteral("no file holds the picture of this frame")
+                         : QStringLiteral("there is no such frame"));
+    return hasRow ? ExitStatus::Unreadable : ExitStatus::Nothing;
+}
+
+QJsonObject toJson(const ScreenShotData &frame, const QImage &picture, const QString &path)
+{
+    AppNames names;
+    QJsonObject object = FrameJson::of(frame, names);
+    if (frame.realTime == 0) { // without a row nothing but its name is known
+        object = {{QStringLiteral("frame"), object.value(QStringLiteral("frame"))}};
+    }
+    object.insert(QStringLiteral("file"), path);
+    object.insert(QStringLiteral("width"), picture.width());
+    object.insert(QStringLiteral("height"), picture.height());
+    return object;
+}
 } // namespace
 
 int showCommand(const QStringList &arguments, Console &console)
@@ -79,25 +103,11 @@ int showCommand(const QStringList &arguments, Console &console)
         frame ? FramePictures(history.place()).picture(frame->videoName, frame->frameIndexOfVideo)
               : QImage();
     if (picture.isNull()) {
-        if (history.status() != ExitStatus::Done) {
-            return history.status();
-        }
-        console.fault(frame && frame->realTime != 0
-                          ? QStringLiteral("no file holds the picture of this frame")
-                          : QStringLiteral("there is no such frame"));
-        return frame && frame->realTime != 0 ? ExitStatus::Unreadable : ExitStatus::Nothing;
+        return missing(frame, history, console);
     }
     const int status = save(picture, options.value(output), console);
     if (status == ExitStatus::Done && console.isJson()) {
-        AppNames names;
-        QJsonObject object = FrameJson::of(*frame, names);
-        if (frame->realTime == 0) { // without a row nothing but its name is known
-            object = {{QStringLiteral("frame"), object.value(QStringLiteral("frame"))}};
-        }
-        object.insert(QStringLiteral("file"), options.value(output));
-        object.insert(QStringLiteral("width"), picture.width());
-        object.insert(QStringLiteral("height"), picture.height());
-        console.document(object);
+        console.document(toJson(*frame, picture, options.value(output)));
     }
     return status;
 }

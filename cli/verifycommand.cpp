@@ -52,6 +52,28 @@ QJsonArray toJson(const QVector<Finding> &findings)
     return array;
 }
 
+void tell(const Report &report, bool withIrregularities, Console &console)
+{
+    for (const Finding &finding : report.disagreements) {
+        console.line(HistoryChecker::text(finding));
+    }
+    if (withIrregularities) {
+        for (const Finding &finding : report.irregularities) {
+            console.line(QStringLiteral("as it should be: ") + HistoryChecker::text(finding));
+        }
+    }
+    console.line(QStringLiteral("%1 videos, %2 rows, %3 vectors, %4 disagreements")
+                     .arg(report.videos)
+                     .arg(report.rows)
+                     .arg(report.vectors)
+                     .arg(report.disagreements.size()));
+    console.document({{QStringLiteral("videos"), report.videos},
+                      {QStringLiteral("rows"), report.rows},
+                      {QStringLiteral("vectors"), report.vectors},
+                      {QStringLiteral("disagreements"), toJson(report.disagreements)},
+                      {QStringLiteral("irregularities"), toJson(report.irregularities)}});
+}
+
 bool isUnreadable(const Report &report)
 {
     return report.count(HistoryChecker::Kind::UnreadableDatabase) > 0 ||
@@ -82,24 +104,7 @@ int verifyCommand(const QStringList &arguments, Console &console)
         InstancePlace::listener(QStringLiteral("tavel-ai-yestermark")).has_value();
     const Report report = look({isRunning || options.isSet(QStringLiteral("running")),
                                 options.isSet(QStringLiteral("deep"))});
-    for (const Finding &finding : report.disagreements) {
-        console.line(HistoryChecker::text(finding));
-    }
-    if (options.isSet(QStringLiteral("all"))) {
-        for (const Finding &finding : report.irregularities) {
-            console.line(QStringLiteral("as it should be: ") + HistoryChecker::text(finding));
-        }
-    }
-    console.line(QStringLiteral("%1 videos, %2 rows, %3 vectors, %4 disagreements")
-                     .arg(report.videos)
-                     .arg(report.rows)
-                     .arg(report.vectors)
-                     .arg(report.disagreements.size()));
-    console.document({{QStringLiteral("videos"), report.videos},
-                      {QStringLiteral("rows"), report.rows},
-                      {QStringLiteral("vectors"), report.vectors},
-                      {QStringLiteral("disagreements"), toJson(report.disagreements)},
-                      {QStringLiteral("irregularities"), toJson(report.irregularities)}});
+    tell(report, options.isSet(QStringLiteral("all")), console);
     if (isUnreadable(report)) {
         return ExitStatus::Unreadable;
     }

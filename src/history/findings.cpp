@@ -1,70 +1,55 @@
 #include "history/findings.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace HistoryChecker
 {
+namespace
+{
+struct KindName {
+    Kind kind;
+    const char *text;
+};
+
+constexpr KindName names[] = {
+    {Kind::RowWithoutFrame, "row without frame"},
+    {Kind::UndecodableFrame, "frame that does not decode"},
+    {Kind::VideoWithoutFrames, "video without frames"},
+    {Kind::ImpossibleRow, "impossible row"},
+    {Kind::DoubledRow, "doubled row"},
+    {Kind::RowInWrongMonth, "row in wrong month"},
+    {Kind::RowOfAnotherDay, "row of another day"},
+    {Kind::MisnumberedVideo, "misnumbered video"},
+    {Kind::BackwardsVideo, "video that runs backwards"},
+    {Kind::MisnumberedDay, "misnumbered day"},
+    {Kind::ImageBesideVideo, "image beside its video"},
+    {Kind::MisplacedFile, "misplaced file"},
+    {Kind::UnknownFile, "unknown file"},
+    {Kind::OpenToOthers, "open to others"},
+    {Kind::VectorWithoutRow, "vector without row"},
+    {Kind::DoubledVector, "doubled vector"},
+    {Kind::VectorOfAnotherTime, "vector of another time"},
+    {Kind::UnreadableDatabase, "unreadable database"},
+    {Kind::UnreadableVectors, "unreadable vectors"},
+    {Kind::FrameWithoutRow, "frame without row"},
+    {Kind::RowWithoutVector, "row without vector"},
+    {Kind::RowWithoutVideo, "row without video"},
+    {Kind::TruncationLeftOver, "left over from a truncation"},
+    {Kind::ImagesWithoutVideo, "images without video"},
+    {Kind::Renumbered, "renumbered day"},
+    {Kind::VectorOfMissingMonth, "vector of a missing month"},
+    {Kind::VectorOfTheFuture, "vector of the future"},
+    {Kind::UnfinishedWork, "unfinished work"},
+};
+static_assert(std::size(names) == static_cast<std::size_t>(Kind::UnfinishedWork) + 1);
+} // namespace
+
 QString name(Kind kind)
 {
-    switch (kind) {
-    case Kind::RowWithoutFrame:
-        return QStringLiteral("row without frame");
-    case Kind::UndecodableFrame:
-        return QStringLiteral("frame that does not decode");
-    case Kind::VideoWithoutFrames:
-        return QStringLiteral("video without frames");
-    case Kind::ImpossibleRow:
-        return QStringLiteral("impossible row");
-    case Kind::DoubledRow:
-        return QStringLiteral("doubled row");
-    case Kind::RowInWrongMonth:
-        return QStringLiteral("row in wrong month");
-    case Kind::RowOfAnotherDay:
-        return QStringLiteral("row of another day");
-    case Kind::MisnumberedVideo:
-        return QStringLiteral("misnumbered video");
-    case Kind::BackwardsVideo:
-        return QStringLiteral("video that runs backwards");
-    case Kind::MisnumberedDay:
-        return QStringLiteral("misnumbered day");
-    case Kind::ImageBesideVideo:
-        return QStringLiteral("image beside its video");
-    case Kind::MisplacedFile:
-        return QStringLiteral("misplaced file");
-    case Kind::UnknownFile:
-        return QStringLiteral("unknown file");
-    case Kind::OpenToOthers:
-        return QStringLiteral("open to others");
-    case Kind::VectorWithoutRow:
-        return QStringLiteral("vector without row");
-    case Kind::DoubledVector:
-        return QStringLiteral("doubled vector");
-    case Kind::VectorOfAnotherTime:
-        return QStringLiteral("vector of another time");
-    case Kind::UnreadableDatabase:
-        return QStringLiteral("unreadable database");
-    case Kind::UnreadableVectors:
-        return QStringLiteral("unreadable vectors");
-    case Kind::FrameWithoutRow:
-        return QStringLiteral("frame without row");
-    case Kind::RowWithoutVector:
-        return QStringLiteral("row without vector");
-    case Kind::RowWithoutVideo:
-        return QStringLiteral("row without video");
-    case Kind::TruncationLeftOver:
-        return QStringLiteral("left over from a truncation");
-    case Kind::ImagesWithoutVideo:
-        return QStringLiteral("images without video");
-    case Kind::Renumbered:
-        return QStringLiteral("renumbered day");
-    case Kind::VectorOfMissingMonth:
-        return QStringLiteral("vector of a missing month");
-    case Kind::VectorOfTheFuture:
-        return QStringLiteral("vector of the future");
-    case Kind::UnfinishedWork:
-        return QStringLiteral("unfinished work");
-    }
-    return {};
+    const auto *found = std::find_if(std::cbegin(names), std::cend(names),
+                                     [kind](const KindName &name) { return name.kind == kind; });
+    return found == std::cend(names) ? QString() : QString::fromLatin1(found->text);
 }
 
 bool isDisagreement(Kind kind)

@@ -8,7 +8,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <vector>
 
 namespace coreai
 {
@@ -55,6 +54,23 @@ std::vector<Descriptor> descriptorsOf(msghdr &packet)
     return descriptors;
 }
 
+// The interface of sendmsg() is not const; it changes nothing.
+iovec partOf(const void *bytes, std::size_t size)
+{
+    return {const_cast<void *>(bytes), size};
+}
+
+void attach(int descriptor, DescriptorSpace &space, msghdr &packet)
+{
+    packet.msg_control = space.bytes;
+    packet.msg_controllen = CMSG_SPACE(sizeof(int));
+    cmsghdr *control = CMSG_FIRSTHDR(&packet);
+    control->cmsg_level = SOL_SOCKET;
+    control->cmsg_type = SCM_RIGHTS;
+    control->cmsg_len = CMSG_LEN(sizeof(int));
+    std::memcpy(CMSG_DATA(control), &descriptor, sizeof(descriptor));
+}
+
 bool isKnown(std::uint16_t type)
 {
     const auto within = [type](MessageType first, MessageType last) {
@@ -97,22 +113,14 @@ Channel::Sending Channel::send(const Message &message)
                   std::uint32_t(message.payload.size()),
                   message.request};
     const Payload::View view = inlined ? message.payload.view() : Payload::View();
-    // The interface of sendmsg() is not const; it changes nothing.
-    iovec parts[] = {{&header, sizeof(header)},
-                     {const_cast<char *>(view.bytes().data()), view.bytes().size()}};
+    iovec parts[] = {partOf(&header, sizeof(header)),
+                     partOf(view.bytes().data(), view.bytes().size())};
     msghdr packet = {};
     packet.msg_iov = parts;
     packet.msg_iovlen = 2;
     DescriptorSpace space = {};
     if (!inlined) {
-        packet.msg_control = space.bytes;
-        packet.msg_controllen = CMSG_SPACE(sizeof(int));
-        cmsghdr *control = CMSG_FIRSTHDR(&packet);
-        control->cmsg_level = SOL_SOCKET;
-        control->cmsg_type = SCM_RIGHTS;
-        control->cmsg_len = CMSG_LEN(sizeof(int));
-        const int number = message.payload.descriptor();
-        std::memcpy(CMSG_DATA(control), &number, sizeof(number));
+        attach(message.payload.descriptor(), space, packet);
     }
     ssize_t sent = 0;
     do {
@@ -154,23 +162,32 @@ Channel::Receiving Channel::receive(Message &message)
     }
 
     std::vector<Descriptor> descriptors = descriptorsOf(packet);
-    Header header = {};
-    if ((packet.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) || std::size_t(length) < sizeof(header)) {
+    if ((packet.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) != 0) {
         return violation("wrong length");
     }
-    std::memcpy(&header, bytes.data(), sizeof(header));
+    return read({bytes.data(), std::size_t(length)}, std::move(descriptors), message);
+}
+
+Channel::Receiving Channel::read(std::string_view packet, std::vector<Descriptor> descriptors,
+                                 Message &message)
+{
+    Header header = {};
+    if (packet.size() < sizeof(header)) {
+        return violation("wrong length");
+    }
+    std::memcpy(&header, packet.data(), sizeof(header));
     if (header.magic != magic || !isKnown(header.type)) {
         return violation("unknown kind");
     }
     message.type = MessageType(header.type);
     message.session = header.session;
     message.request = header.request;
-    const std::size_t inlined = std::size_t(length) - sizeof(header);
+    const std::string_view inlined = packet.substr(sizeof(header));
     if (header.carriage == std::uint16_t(Carriage::Inline) && descriptors.empty() &&
-        header.size == inlined) {
-        message.payload = Payload::of({bytes.data() + sizeof(header), inlined});
+        header.size == inlined.size()) {
+        message.payload = Payload::of(inlined);
     } else if (header.carriage == std::uint16_t(Carriage::SealedMemory) &&
-               descriptors.size() == 1 && inlined == 0) {
+               descriptors.size() == 1 && inlined.empty()) {
         message.payload = Payload::adopt(std::move(descriptors.front()), header.size);
     } else {
         return violation("payload not as told");

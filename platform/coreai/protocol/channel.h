@@ -7,6 +7,9 @@
 
 #include "coreai/protocol/message.h"
 
+#include <string_view>
+#include <vector>
+
 namespace coreai
 {
 class Channel
@@ -41,6 +44,7 @@ public:
     bool waitWritable(int milliseconds) const;
 
 private:
+    Receiving read(std::string_view packet, std::vector<Descriptor> descriptors, Message &message);
     Receiving violation(const char *what);
     bool waitFor(short events, int milliseconds) const;
 

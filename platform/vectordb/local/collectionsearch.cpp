@@ -45,6 +45,40 @@ FieldPtr vectorColumn(const CollectionDefinition &definition,
     return std::make_shared<FloatVectorFieldData>(definition.field(definition.vector).Name(),
                                                   std::move(vectors));
 }
+/// What a result's columns are made of.
+struct FoundRows {
+    std::vector<std::string> keys;
+    std::vector<float> scores;
+    std::vector<std::vector<Scalar>> rows;
+    std::vector<std::vector<float>> vectors; ///< empty ones if they are not wanted
+};
+
+FoundRows rowsOf(const std::vector<Hit> &hits, const CollectionDefinition &definition,
+                 const MatrixLayout &layout, const MatrixSnapshot &matrix, bool wantsVectors)
+{
+    FoundRows found;
+    for (const Hit &hit : hits) {
+        const MatrixSegment &segment = *(*matrix.segments)[hit.row / SEGMENT_ROWS];
+        const std::size_t slot = hit.row % SEGMENT_ROWS;
+        const char *card = segment.card(slot);
+        std::vector<Scalar> row;
+        for (std::size_t place = 0; place < definition.scalars.size(); ++place) {
+            row.push_back(layout.scalar(card, place));
+        }
+        std::vector<float> floats;
+        if (wantsVectors) {
+            floats.assign(segment.floats(slot), segment.floats(slot) + definition.dimension());
+        }
+        if (!segment.isAlive(slot)) { // deleted, and perhaps wiped while it was read
+            continue;
+        }
+        found.keys.push_back(std::get<std::string>(row[definition.primary]));
+        found.scores.push_back(static_cast<float>(hit.score));
+        found.rows.push_back(std::move(row));
+        found.vectors.push_back(std::move(floats));
+    }
+    return found;
+}
 } // namespace
 
 Status check(const CollectionDefinition &definition, const SearchArguments &arguments)
@@ -93,41 +127,18 @@ std::optional<SingleResult> run(const CollectionDefinition &definition, const Ma
         return std::nullopt;
     }
 
-    std::vector<std::string> keys;
-    std::vector<float> scores;
-    std::vector<std::vector<Scalar>> rows;
-    std::vector<std::vector<float>> vectors;
-    for (const Hit &hit : *hits) {
-        const MatrixSegment &segment = *(*matrix.segments)[hit.row / SEGMENT_ROWS];
-        const std::size_t slot = hit.row % SEGMENT_ROWS;
-        const char *card = segment.card(slot);
-        std::vector<Scalar> row;
-        for (std::size_t place = 0; place < definition.scalars.size(); ++place) {
-            row.push_back(layout.scalar(card, place));
-        }
-        std::vector<float> floats;
-        if (wantsVectors) {
-            floats.assign(segment.floats(slot), segment.floats(slot) + definition.dimension());
-        }
-        if (!segment.isAlive(slot)) { // deleted, and perhaps wiped while it was read
-            continue;
-        }
-        keys.push_back(std::get<std::string>(row[definition.primary]));
-        scores.push_back(static_cast<float>(hit.score));
-        rows.push_back(std::move(row));
-        vectors.push_back(std::move(floats));
-    }
-
+    FoundRows found = rowsOf(*hits, definition, layout, matrix, wantsVectors);
     std::vector<FieldPtr> columns;
     for (std::size_t place = 0; place < definition.scalars.size(); ++place) {
         if (std::find(wanted.begin(), wanted.end(), definition.scalar(place).Name()) !=
             wanted.end()) {
-            columns.push_back(column(definition, place, rows));
+            columns.push_back(column(definition, place, found.rows));
         }
     }
     if (wantsVectors) {
-        columns.push_back(vectorColumn(definition, vectors));
+        columns.push_back(vectorColumn(definition, found.vectors));
     }
-    return SingleResult(IDArray(std::move(keys)), std::move(scores), std::move(columns));
+    return SingleResult(IDArray(std::move(found.keys)), std::move(found.scores),
+                        std::move(columns));
 }
 } // namespace VectorDB::CollectionSearch

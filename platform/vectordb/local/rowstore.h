@@ -58,6 +58,11 @@ private:
     Status prepareFile();
     Status readIdentity();
     Status readFields(CollectionDefinition &definition) const;
+    /// The rows that @p filter names.
+    Status select(const CollectionDefinition &definition, const RangeFilter &filter,
+                  Removed &selected) const;
+    /// Without a filter: all rows.
+    Status erase(const CollectionDefinition &definition, const RangeFilter *filter);
     SqliteStatement &insertStatement(const CollectionDefinition &definition);
 
     SqliteHandle m_handle;

@@ -71,26 +71,14 @@ Status RowStore::insert(const CollectionDefinition &definition, const RowValues 
 Status RowStore::remove(const CollectionDefinition &definition, const RangeFilter &filter,
                         Removed &removed)
 {
-    const std::string doing = "delete rows";
     sqlite3 *handle = m_handle.get();
     SqliteTransaction transaction(handle);
     if (Status status = transaction.begin(); !status.IsOk()) {
         return status;
     }
-    SqliteStatement select(handle, "SELECT row_id, \"" +
-                                       definition.scalar(definition.primary).Name() + '"' +
-                                       rangeOf(definition, filter) + " ORDER BY row_id");
-    select.bind(1, filter.lower);
-    select.bind(2, filter.upper);
-    int result = SQLITE_OK;
-    while ((result = select.step()) == SQLITE_ROW) {
-        removed.rowIds.push_back(select.number(0));
-        removed.keys.push_back(select.text(1));
+    if (Status status = select(definition, filter, removed); !status.IsOk()) {
+        return status;
     }
-    if (result != SQLITE_DONE) {
-        return sqliteFailure(handle, doing);
-    }
-    select.reset();
     std::vector<std::int64_t> all;
     std::int64_t greatest = 0;
     if (Status status = rowIds(definition, all, greatest); !status.IsOk()) {
@@ -101,16 +89,8 @@ Status RowStore::remove(const CollectionDefinition &definition, const RangeFilte
     if (leavesLittle) {
         sqlite3_exec(handle, "PRAGMA secure_delete=OFF", nullptr, nullptr, nullptr);
     }
-    // Without a condition whole tables are let go and no row is looked at.
     const bool leavesNothing = all.size() == removed.rowIds.size();
-    SqliteStatement erase(handle, leavesNothing ? "DELETE FROM " + tableOf(definition)
-                                                : "DELETE" + rangeOf(definition, filter));
-    if (!leavesNothing) {
-        erase.bind(1, filter.lower);
-        erase.bind(2, filter.upper);
-    }
-    Status status = erase.step() == SQLITE_DONE ? Status() : sqliteFailure(handle, doing);
-    erase.reset();
+    Status status = erase(definition, leavesNothing ? nullptr : &filter);
     if (status.IsOk()) {
         status = transaction.commit();
     }
@@ -125,6 +105,34 @@ Status RowStore::remove(const CollectionDefinition &definition, const RangeFilte
         sqlite3_wal_checkpoint_v2(handle, nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
     }
     return status;
+}
+
+Status RowStore::select(const CollectionDefinition &definition, const RangeFilter &filter,
+                        Removed &selected) const
+{
+    SqliteStatement rows(m_handle.get(), "SELECT row_id, \"" +
+                                             definition.scalar(definition.primary).Name() + '"' +
+                                             rangeOf(definition, filter) + " ORDER BY row_id");
+    rows.bind(1, filter.lower);
+    rows.bind(2, filter.upper);
+    int result = SQLITE_OK;
+    while ((result = rows.step()) == SQLITE_ROW) {
+        selected.rowIds.push_back(rows.number(0));
+        selected.keys.push_back(rows.text(1));
+    }
+    return result == SQLITE_DONE ? Status() : sqliteFailure(m_handle.get(), "delete rows");
+}
+
+// Without a condition whole tables are let go and no row is looked at.
+Status RowStore::erase(const CollectionDefinition &definition, const RangeFilter *filter)
+{
+    SqliteStatement rows(m_handle.get(), filter ? "DELETE" + rangeOf(definition, *filter)
+                                                : "DELETE FROM " + tableOf(definition));
+    if (filter) {
+        rows.bind(1, filter->lower);
+        rows.bind(2, filter->upper);
+    }
+    return rows.step() == SQLITE_DONE ? Status() : sqliteFailure(m_handle.get(), "delete rows");
 }
 
 Status RowStore::rowIds(const CollectionDefinition &definition, std::vector<std::int64_t> &ids,
