@@ -1,0 +1,27 @@
+"""Warnings that events explain: (expression, names of the events; empty for any run)."""
+import re
+
+_WARNINGS = (
+    # No Secret Service on the virtual desktop.
+    ("^SafeBox failed to create, running without safebox$", ()),
+    # Before the first frame, and after everything was erased.
+    ('screenshots" not exist !$', ()),
+    ("^screenshots directory does not exist", ()),
+    ("^No (month|date) folders found", ()),
+    ("^No data to delete$", ()),
+    # The first frames of a life, until the runtime is up.
+    ("^Warning: text recognition session is not initialized$", ()),
+    ("^(Warning: )?Image embedding session is not initialized", ()),
+    ("^Reached EOF before reading all (meta|image )data", ("kill_the_bridge", "restart_the_bus")),
+    ("^Failed to load image metadata", ("kill_the_bridge", "restart_the_bus")),
+    ("^setContentChangeThreshold error", ("kill_the_bridge", "restart_the_bus")),
+    ("^AI runtime: the process ended; it is started again",
+     ("kill_the_runtime", "exhaust_the_memory")),
+    ("^No text detected in image", ("kill_the_runtime", "exhaust_the_memory")),
+    ("^Warning: Time travel detected$", ("clock_set_back",)),
+    ("^back in time detected$", ("clock_set_back",)),
+    # The axis asks for a frame whose row could not be stored, or that was just erased.
+    ("QML Image: Failed to get image from provider: image://videoimageprovider/curShowImg",
+     ("fill_the_disk", "erase_everything", "lower_the_ceiling")),
+)
+EXPECTED = [(re.compile(expression), causes) for expression, causes in _WARNINGS]

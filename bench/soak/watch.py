@@ -1,0 +1,123 @@
+"""What the processes hold while they live: memory, descriptors, threads, children; sampled, and how it
+grows."""
+import dataclasses
+import os
+import threading
+import time
+
+from processes import BRIDGE, RECORDER, ROLES, RUNTIME, children_by_parent, numbers_in
+
+PERIOD_S = 2.0
+WARM_UP_S = 60.0
+_KIBIBYTE, _MEGABYTE = 1024, 1e6
+
+
+@dataclasses.dataclass
+class Held:
+    resident: float = 0.0      # MB
+    proportional: float = 0.0  # MB
+    descriptors: int = 0
+    threads: int = 0
+    processes: int = 0
+
+    def add(self, process):
+        memory = numbers_in(f"/proc/{process}/smaps_rollup")
+        self.resident += memory["Rss"] * _KIBIBYTE / _MEGABYTE
+        self.proportional += memory["Pss"] * _KIBIBYTE / _MEGABYTE
+        self.descriptors += len(os.listdir(f"/proc/{process}/fd"))
+        self.threads += len(os.listdir(f"/proc/{process}/task"))
+        self.processes += 1
+
+
+@dataclasses.dataclass
+class Sample:
+    at: float    # time.monotonic()
+    age: dict    # by role: seconds since the role's oldest process was first seen
+    life: dict   # by role: number of that process
+    held: dict   # by role
+    open_pictures: int
+    is_quiet: bool
+
+
+class Watch:
+    def __init__(self, program, find_bridge, open_pictures):
+        self._program, self._find_bridge, self._open_pictures = program, find_bridge, open_pictures
+        self._first_seen = {}  # by process
+        self._ended = threading.Event()
+        self._lock = threading.Lock()
+        self._thread = threading.Thread(target=self._run, name="watch", daemon=True)
+        self.samples = []
+
+    def start(self):
+        self._thread.start()
+
+    def end(self):
+        self._ended.set()
+        self._thread.join()
+
+    def look(self, is_quiet=False):
+        now = time.monotonic()
+        processes = {RECORDER: [self._program.process], BRIDGE: self._find_bridge(),
+                     RUNTIME: [process for process, _ in self._program.runtime()]}
+        sample = Sample(now, {}, {}, {}, self._open_pictures(), is_quiet)
+        for role in ROLES:
+            held = Held()
+            for process in processes[role]:
+                try:
+                    held.add(process)
+                except (OSError, KeyError):  # ended meanwhile
+                    continue
+                begun = self._first_seen.setdefault(process, now)
+                sample.life.setdefault(role, process)
+                sample.age.setdefault(role, now - begun)
+            sample.held[role] = held
+        with self._lock:
+            self.samples.append(sample)
+        return sample
+
+    def _run(self):
+        while not self._ended.wait(PERIOD_S):
+            self.look()
+
+
+def bridges():
+    """The bridge's processes below the session bus, which starts it."""
+    return [process for family in children_by_parent().values() for process, name in family
+            if name == "yestermark-desktop-bridge" and _is_ours(process)]
+
+
+def _is_ours(process):
+    try:
+        with open(f"/proc/{process}/environ", "rb") as file:
+            return f"DISPLAY={os.environ['DISPLAY']}\0".encode() in file.read()
+    except OSError:
+        return False
+
+
+def slope(points):
+    """How much y grows with x (per second), with z's own share taken out, over [(life, x, y, z)]:
+    least squares with a constant for each life. None for too few points."""
+    lives = {}
+    for life, *point in points:
+        lives.setdefault(life, []).append(point)
+    centred = []
+    for family in lives.values():
+        means = [sum(column) / len(family) for column in zip(*family)]
+        centred += [[value - mean for value, mean in zip(point, means)] for point in family]
+    xx, xz, zz, xy, zy = (sum(point[a] * point[b] for point in centred)
+                          for a, b in ((0, 0), (0, 2), (2, 2), (0, 1), (2, 1)))
+    if len(centred) < 10 or xx == 0:
+        return None
+    if zz == 0:
+        return xy / xx
+    determinant = xx * zz - xz * xz
+    return (xy * zz - zy * xz) / determinant if determinant else None
+
+
+def growth(samples, role, field, warm_up=WARM_UP_S):
+    """A second, and the longest life in seconds."""
+    points = [(sample.life[role], sample.at, getattr(sample.held[role], field),
+               sample.open_pictures if role == RECORDER else 0)
+              for sample in samples if role in sample.life and sample.age[role] > warm_up]
+    longest = max((sample.age[role] for sample in samples if role in sample.age), default=0.0)
+    return slope(points), longest
