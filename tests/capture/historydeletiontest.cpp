@@ -83,6 +83,7 @@ private Q_SLOTS:
     void sizesAreAddedUpThroughAllFolders();
     void aMissingDirectoryHasNoSize();
     void aFrameOfTheOpenBatchIsReadFromMemory();
+    void aFrameOfTheOpenBatchCanBeGivenToTheKernel();
     void aFrameBeyondTheOpenBatchIsRefused_data();
     void aFrameBeyondTheOpenBatchIsRefused();
     void aFrameOfAStoredVideoIsReadFromItsFile();
@@ -597,6 +598,18 @@ void TestHistoryDeletion::aFrameOfTheOpenBatchIsReadFromMemory()
     QCOMPARE(m_tracker->getImageFromVideoFile(video, 2), Pictures::numbered(2));
     QCOMPARE(m_tracker->getImageFromVideoFile(QLatin1String("/anywhere/") + video, 3),
              Pictures::numbered(3));
+}
+
+void TestHistoryDeletion::aFrameOfTheOpenBatchCanBeGivenToTheKernel()
+{
+    start();
+    keep(2);
+    const QImage frame = m_tracker->getImageFromVideoFile(storedRows().first().videoName, 1);
+    QFile file(QDir::home().filePath(QStringLiteral("pixels")));
+    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+    QCOMPARE(file.write(reinterpret_cast<const char *>(frame.constBits()), frame.sizeInBytes()),
+             frame.sizeInBytes());
+    QVERIFY(file.remove());
 }
 
 void TestHistoryDeletion::aFrameBeyondTheOpenBatchIsRefused_data()

@@ -1,5 +1,6 @@
 #include "video/videocomposer.h"
 #include "libraryfaults.h"
+#include "picturememory/packedpicture.h"
 #include "support/logcapture.h"
 #include "support/pictures.h"
 #include "support/testfiles.h"
@@ -93,6 +94,7 @@ private Q_SLOTS:
     void everyTenthFrameIsAKeyFrame();
     void encoderKeepsItsDefaults();
     void pictureOfEachFrameIsThatOfTheBatch();
+    void packedImagesGiveTheSameFile();
     void coloursAndEdgesSurvive();
     void alphaChannelIsIgnored();
     void emptyBatchGivesAFileWithoutFramesAndRemovesTheImages();
@@ -269,6 +271,26 @@ void VideoComposerTest::pictureOfEachFrameIsThatOfTheBatch()
 {
     QVERIFY(convert(numberedBatch(100)));
     QCOMPARE(facts().numbers(), numbersUpTo(100));
+}
+
+void VideoComposerTest::packedImagesGiveTheSameFile()
+{
+    const QVector<QImage> images = numberedBatch(12);
+    QVector<QImage> packed;
+    for (const QImage &image : images) {
+        packed += packedPicture(image);
+    }
+    const QTemporaryDir directory;
+    QVector<QByteArray> files;
+    for (const QVector<QImage> &batch : {images, packed}) {
+        const QString video = directory.filePath(QStringLiteral("video.mp4"));
+        QVERIFY(VideoComposer(nullptr).convertImagesToVideo(batch, video));
+        QFile file(video);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        files += file.readAll();
+    }
+    QVERIFY(files.at(0).size() > 1000);
+    QVERIFY(files.at(0) == files.at(1));
 }
 
 void VideoComposerTest::coloursAndEdgesSurvive()
