@@ -89,6 +89,7 @@ private Q_SLOTS:
     void aFrameOfAStoredVideoIsReadFromItsFile();
     void theFrameReadLastIsKept();
     void aFailedReadLeavesTheFormerPicture();
+    void aFailedReadOfAFileIsNotMadeAgain();
     void aReadThatIsGivenUpIsNotRemembered();
     void aClockSetBackWhileRecordingHarmsNothing_data();
     void aClockSetBackWhileRecordingHarmsNothing();
@@ -682,6 +683,19 @@ void TestHistoryDeletion::aFailedReadLeavesTheFormerPicture()
     const LogCapture log;
     QCOMPARE(readNumber(video, 9), 2); // asked for again it gives what was read before
     QVERIFY(!log.contains(QtWarningMsg, QStringLiteral("out of range")));
+}
+
+void TestHistoryDeletion::aFailedReadOfAFileIsNotMadeAgain()
+{
+    const QString video = StoredHistory::store({m_now.addSecs(-600), 3});
+    const QString hidden = pathOf(video) + QLatin1String(".hidden");
+    QVERIFY(QFile::rename(pathOf(video), hidden));
+    start();
+    QCOMPARE(readNumber(video, 2), -1);
+    QVERIFY(QFile::rename(hidden, pathOf(video)));
+    QCOMPARE(readNumber(video, 2), -1); // what the failed read gave
+    QCOMPARE(readNumber(video, 3), 3);
+    QCOMPARE(readNumber(video, 2), 2);
 }
 
 void TestHistoryDeletion::addClockRows()
