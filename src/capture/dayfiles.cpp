@@ -70,15 +70,23 @@ bool ScreenHistoryTracker::updateVideoFile(const QImage &image)
         initNewVideoFile();
         Q_EMIT requestCheckStorage();
     }
-    const QImage packed = packedPicture(image);
-    {
-        const std::lock_guard<std::mutex> lock(m_batchMutex);
-        m_images.append(packed);
-    }
+    addToBatch(image);
     ++m_todayFrameNumber;
     Q_EMIT todayFrameNumberChanged(m_todayFrameNumber);
     ++m_videoFrameNumber;
     return true;
+}
+
+/// The newest stays as it is: it is kept for the next comparison anyway, and the pages ask for it
+/// as soon as it is there.
+void ScreenHistoryTracker::addToBatch(const QImage &image)
+{
+    const QImage before = m_images.isEmpty() ? QImage() : packedPicture(m_images.constLast());
+    const std::lock_guard<std::mutex> lock(m_batchMutex);
+    if (!m_images.isEmpty()) {
+        m_images.last() = before;
+    }
+    m_images.append(image);
 }
 
 void ScreenHistoryTracker::turnToNewDay()

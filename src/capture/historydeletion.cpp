@@ -6,6 +6,7 @@
 #include "database/databasemanager.h"
 #include "database/daytext.h"
 #include "database/screenshotdata.h"
+#include "picturememory/packedpicture.h"
 #include "video/videocomposer.h"
 
 #include <QDebug>
@@ -223,7 +224,8 @@ QImage ScreenHistoryTracker::imageOfOpenBatch(uint frameIndex)
         qWarning() << "requested frame index is out of range";
         return {};
     }
+    const QImage &image = m_images.at(static_cast<int>(frameIndex) - 1);
     // A plain picture: whoever gets it may do with its pixels what a packed one does not allow.
-    m_cachedImage = m_images.at(static_cast<int>(frameIndex) - 1).copy();
+    m_cachedImage = isPacked(image) ? image.copy() : image;
     return m_cachedImage;
 }

@@ -164,6 +164,7 @@ private:
                                   const QString &newOwner);
     void recoverLeftImages();
     void onIntervalElapsed();
+    void addToBatch(const QImage &image);
     void turnToNewDay();
     void storeFrame(const QImage &image, const QString &appEntry);
     /// Name of a frame's safety copy, with the path that @p video has.
@@ -193,7 +194,7 @@ private:
     QImage m_lastFrame;
     QThread m_composerThread;
     VideoComposer *m_videoComposer = nullptr; ///< lives on m_composerThread, deletes itself there
-    QVector<QImage> m_images;                 ///< of the open batch, packed
+    QVector<QImage> m_images;                 ///< of the open batch, packed but for the newest
     AIAbilityProvider *m_aiAbilityProvider = nullptr;
     DatabaseManager *m_databaseManager = nullptr;
     FrameExtractor m_frameExtractor{nullptr};

@@ -56,3 +56,8 @@ QImage packedPicture(const QImage &picture)
 {
     return packedPicture(picture, PixelPages::ofProcess());
 }
+
+bool isPacked(const QImage &picture)
+{
+    return PixelPages::ofProcess()->holds(picture.constBits());
+}

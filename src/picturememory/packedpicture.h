@@ -22,3 +22,6 @@ QImage packedPicture(const QImage &picture, const std::shared_ptr<PixelPages> &p
 
 /// The same with the pages of this process.
 QImage packedPicture(const QImage &picture);
+
+/// Whether @p picture is one of those.
+bool isPacked(const QImage &picture);

@@ -99,6 +99,12 @@ uchar *PixelPages::add(PackedPixels pixels)
     return begin;
 }
 
+bool PixelPages::holds(const uchar *begin)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_pixels.count(const_cast<uchar *>(begin)) > 0;
+}
+
 void PixelPages::remove(const uchar *begin)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);

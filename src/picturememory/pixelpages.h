@@ -35,6 +35,9 @@ public:
     /// Where @p pixels can be read from now on, not written; null if that cannot be had.
     uchar *add(PackedPixels pixels);
 
+    /// Whether add() gave @p begin, and it was not removed since.
+    bool holds(const uchar *begin);
+
     /// Nobody may read from @p begin, which add() gave, any more.
     void remove(const uchar *begin);
 

@@ -83,6 +83,7 @@ private Q_SLOTS:
     void whatCannotBePackedStaysAsItIs();
     void withoutTheKernelPicturesStayAsTheyAre();
     void withoutTheKernelOnePictureIsNotCopied();
+    void packedPicturesAreKnownFromOthers();
 
 private:
     std::shared_ptr<PixelPages> m_pages = std::make_shared<PixelPages>(PixelPages::openFaults());
@@ -197,6 +198,7 @@ void PackedPictureTest::manyThreadsReadTheSamePicturesAtOnce()
     const QImage packed = packedPicture(picture, m_pages);
     std::vector<int> equal(readers, 0);
     std::vector<std::thread> threads;
+    threads.reserve(readers);
     for (int reader = 0; reader < readers; ++reader) {
         threads.emplace_back([&, reader] {
             for (int round = 0; round < 3; ++round) {
@@ -215,6 +217,7 @@ void PackedPictureTest::picturesComeAndGoWhileOthersAreRead()
     constexpr int workers = 3;
     std::vector<int> equal(workers, 0);
     std::vector<std::thread> threads;
+    threads.reserve(workers);
     for (int worker = 0; worker < workers; ++worker) {
         threads.emplace_back([this, worker, &equal] {
             for (int round = 0; round < 20; ++round) {
@@ -287,6 +290,17 @@ void PackedPictureTest::withoutTheKernelOnePictureIsNotCopied()
     const QImage picture = noise({800, 600}, QImage::Format_RGB32);
     QCOMPARE(packedPicture(picture, std::make_shared<PixelPages>(-1)).cacheKey(),
              picture.cacheKey());
+}
+
+void PackedPictureTest::packedPicturesAreKnownFromOthers()
+{
+    const QImage picture = noise({800, 600}, QImage::Format_RGB32);
+    const QImage packed = packedPicture(picture);
+    QVERIFY(!isPacked(picture));
+    QVERIFY(!isPacked(QImage()));
+    QVERIFY(isPacked(packed));
+    QVERIFY(isPacked(QImage(packed)));
+    QVERIFY(!isPacked(packed.copy()));
 }
 
 QTEST_MAIN(PackedPictureTest)
