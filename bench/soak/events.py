@@ -71,7 +71,7 @@ def clock_set_back(soak):
         time.sleep(0.3)
     soak.set_clock(right + datetime.timedelta(seconds=(time.monotonic() - begun + 5) *
                                               soak.clock.rate))
-    soak.in_the_window("minimize")
+    soak.in_the_window("adjust")
     setting("recording-memory", "true")
 
 
@@ -170,8 +170,8 @@ def fill_the_disk(soak):
     begun = soak.clock.now()
     with soak.disk.full():
         soak.work(soak.chance.uniform(6, 20))
-    soak.disk_full.append((begun - PICTURE_S * soak.clock.rate,
-                           soak.clock.now() + PICTURE_S * soak.clock.rate))
+    soak.disk_was_full(begun - PICTURE_S * soak.clock.rate,
+                       soak.clock.now() + PICTURE_S * soak.clock.rate)
 
 
 EVENTS = (pause, lock, day_turn, month_turn, clock_set_back, search_for_text, search_by_meaning,

@@ -9,9 +9,12 @@ _WARNINGS = (
     ("^screenshots directory does not exist", ()),
     ("^No (month|date) folders found", ()),
     ("^No data to delete$", ()),
+    # A search for everything that is there.
+    ("^request 0 result, will actually return all available data$", ()),
     # The first frames of a life, until the runtime is up.
     ("^Warning: text recognition session is not initialized$", ()),
     ("^(Warning: )?Image embedding session is not initialized", ()),
+    ("^EmbeddingDatabase empty embedding data, will not save to database", ()),
     ("^Reached EOF before reading all (meta|image )data", ("kill_the_bridge", "restart_the_bus")),
     ("^Failed to load image metadata", ("kill_the_bridge", "restart_the_bus")),
     ("^setContentChangeThreshold error", ("kill_the_bridge", "restart_the_bus")),

@@ -60,7 +60,7 @@ def _pictures(soak):
     _line("pictures compared with their rows' times", check.compared)
     _line("pictures whose strip cannot be read", check.unreadable)
     if check.lags:
-        _line("from the screen to its row, s: median, most", f"{statistics.median(check.lags):.1f}",
+        _line("row after its state had gone, s: median, most", f"{statistics.median(check.lags):.1f}",
               f"{max(check.lags):.1f}")
     for row, number, lag in check.wrong[:10]:
         soak.violated(f"{row} shows state {number}, {lag:.1f} s off")

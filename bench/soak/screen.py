@@ -130,8 +130,11 @@ class Screen:
     def still(self):
         """Nothing changes meanwhile, and no key is pressed."""
         with self._turn:
-            yield
-            self._raise(self._front)
+            try:
+                yield
+            finally:
+                with contextlib.suppress(subprocess.CalledProcessError):
+                    self._raise(self._front)
 
     def _run(self):
         due = time.monotonic()
@@ -149,14 +152,15 @@ class Screen:
         number = len(self.shown)
         self.shown.append([self._now()])
         if self._front == "editor":
+            self._raise("editor")  # a key goes to the window in front
             press("ctrl+Home" if self._chance.random() < 0.02 else "Next")
         else:
             self._terminals[self._front].show(self._page())
         self._strip_terminal.show(f"\x1b[H{_cells(number)}\x1b[0m")
 
     def _raise(self, name):
-        self._front = name
         hands("windowactivate", "--sync", self._desk.windows[name])
+        self._front = name
 
     def _page(self):
         chance = self._chance

@@ -60,7 +60,8 @@ def run(soak, options):
     soak.screen.end()
     soak.verify("--deep")
     rows = soak.ledger.look()
-    soak.pictures = checks.compare_pictures(soak.cache, rows, soak.screen, soak.clock.rate)
+    soak.pictures = checks.compare_pictures(soak.cache, rows, soak.screen, soak.clock.rate,
+                                            soak.is_behind_gap)
     soak.watch.end()
     soak.ledger.end()
 

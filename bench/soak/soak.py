@@ -41,7 +41,8 @@ class Soak:
         self.cache = pathlib.Path.home() / ".cache/tavel-ai-yestermark"
         self.begun = time.monotonic()
         self.violations, self.skipped, self.explained = [], {}, collections.Counter()
-        self.counts, self.disk_full, self.store, self.pictures = collections.Counter(), [], {}, None
+        self.counts, self.store, self.pictures = collections.Counter(), {}, None
+        self._disk_full, self._gapped = [], {}
         self.known = set()
         logs = self.world / "logs"
         logs.mkdir()
@@ -174,12 +175,25 @@ class Soak:
         """Of a full disk: the picture could not be written, and stands in memory alone until its
         video is made; or the row could not, and the vector could."""
         if kind == "row without frame":
-            times = {f"{row.video}#{row.index}": row.time for row in self.ledger.look()}
-        elif kind == "vector without row":
-            times = checks.times_of_vectors(self.cache)
-        else:
-            return False
-        return any(begun <= times.get(subject, 0) <= ended for begun, ended in self.disk_full)
+            return any(f"{row.video}#{row.index}" == subject and self.is_behind_gap(row)
+                       for row in self.ledger.look())
+        if kind == "vector without row":
+            moment = checks.times_of_vectors(self.cache).get(subject, 0)
+            return any(begun <= moment <= ended for begun, ended in self._disk_full)
+        return False
+
+    def disk_was_full(self, begun, ended):
+        """Between these times of the program's clock."""
+        self._disk_full.append((begun, ended))
+        rows = sorted(self.ledger.look(), key=lambda row: row.time)
+        open_before = [row.video for row in rows if row.time < begun][-1:]
+        for video in open_before + [row.video for row in rows if row.time >= begun]:
+            self._gapped.setdefault(video, begun)
+
+    def is_behind_gap(self, row):
+        """Whether safety copies before that frame's may be missing: made into a video after a kill,
+        the others close up."""
+        return row.time >= self._gapped.get(row.video, row.time + 1)
 
     def spell(self, ends_at, gap, bag, ending):
         """One life of the program: work with events, a quiet point, its end."""

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""windowtask.py search WORD | erase | minimize: does that in the program's window, which is shown, with
+"""windowtask.py search WORD | erase | adjust | minimize: does that in the program's window, which is shown, with
 real mouse and keys. Prints what a search found. A process of its own, as the accessibility bus of a
 session that has ended leaves nothing usable behind in one that knew it."""
 import pathlib
@@ -24,6 +24,7 @@ def search(word):
     controls.click("PageTab_imageMatch")
     controls.first_shown("ListItem_imageHit0", NOTHING)
     controls.click("Button_clearSearch")
+    hands("key", "Escape")
 
 
 def erase():
@@ -34,8 +35,13 @@ def erase():
     hands("sleep", "1", "key", "Escape")
 
 
+def adjust():
+    """Of the two ways out that the dialog about the clock offers."""
+    controls.click("Button_adjustTime")
+
+
 def minimize():
     controls.click("Button_minimize")
 
 
-{"search": search, "erase": erase, "minimize": minimize}[sys.argv[1]](*sys.argv[2:])
+{"search": search, "erase": erase, "adjust": adjust, "minimize": minimize}[sys.argv[1]](*sys.argv[2:])
