@@ -50,7 +50,7 @@ def _numbers_in_video(path, strip):
             for start in range(0, len(pixels) - size + 1, size)]
 
 
-def _lag(moment, shown, number, rate):
+def lag_of(moment, shown, number, rate):
     """Seconds of the run from the end of the state's showing to the row, negative where it is from
     the row to its beginning; 0 while it stood there."""
     begun = shown[number]
@@ -74,7 +74,7 @@ def compare_pictures(cache, rows, screen, rate, is_behind_gap):
                 check.unreadable += 1
                 continue
             check.compared += 1
-            lag = _lag(row.time, shown, number, rate)
+            lag = lag_of(row.time, shown, number, rate)
             if not FASTEST_S <= lag <= SLOWEST_S and not is_behind_gap(row):
                 check.wrong.append((row, number, lag))
             elif FASTEST_S <= lag <= SLOWEST_S:

@@ -47,10 +47,15 @@ def _check(number):
     return (number * 7 + number // 16 * 3 + number // 256 * 5 + 9) % (1 << _CHECK_BITS)
 
 
-def _cells(number):
+def cells_of(number):
+    """Whether each cell of the strip is white, from the left."""
     value = number | _check(number) << BITS
-    return "".join(f"\x1b[{'107' if value >> place & 1 else '40'}m{' ' * _CELLS_OF_BIT}"
-                   for place in range(BITS + _CHECK_BITS))
+    return [bool(value >> place & 1) for place in range(BITS + _CHECK_BITS)
+            for _ in range(_CELLS_OF_BIT)]
+
+
+def _drawn(number):
+    return "".join(f"\x1b[{'107' if is_white else '40'}m " for is_white in cells_of(number))
 
 
 def _corner(window):
@@ -156,7 +161,7 @@ class Screen:
             press("ctrl+Home" if self._chance.random() < 0.02 else "Next")
         else:
             self._terminals[self._front].show(self._page())
-        self._strip_terminal.show(f"\x1b[H{_cells(number)}\x1b[0m")
+        self._strip_terminal.show(f"\x1b[H{_drawn(number)}\x1b[0m")
 
     def _raise(self, name):
         hands("windowactivate", "--sync", self._desk.windows[name])
