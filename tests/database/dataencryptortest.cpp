@@ -2,6 +2,7 @@
 // functions around passwords. Each decision is made in a process of its own.
 
 #include "database/dataencryptor.h"
+#include "capture/privatemember.h"
 #include "database/ocrscreenshotdatabase.h"
 #include "database/vaultsmclient.h"
 #include "platform/vault/double/vaultdouble.h"
@@ -17,8 +18,31 @@
 
 #include <cstdio>
 
+// No call of the class names a password file.
+struct PasswordFile {
+    using Type = std::string DataEncryptor::*;
+    friend Type memberOf(PasswordFile);
+};
+template struct PrivateMember<PasswordFile, &DataEncryptor::m_passwordFilePath>;
+
+struct Password {
+    using Type = std::string DataEncryptor::*;
+    friend Type memberOf(Password);
+};
+template struct PrivateMember<Password, &DataEncryptor::m_password>;
+
 namespace
 {
+bool keepsANewPassword(DataEncryptor &encryptor)
+{
+    QFile file(QDir::home().filePath(QStringLiteral("password")));
+    encryptor.*memberOf(PasswordFile()) = file.fileName().toStdString();
+    encryptor.generateAndSavePassword();
+    const std::string password = encryptor.*memberOf(Password());
+    return password.size() == 8 && file.open(QIODevice::ReadOnly) &&
+           file.readAll().toStdString() == reverseByTwo(password);
+}
+
 // What a process of its own does, by its second argument; prints "yes" or "no".
 int decide(const QStringList &arguments)
 {
@@ -43,6 +67,8 @@ int decide(const QStringList &arguments)
     } else if (question == QLatin1String("password")) {
         encryptor->generateAndSavePassword();
         answer = encryptor->mountSafeDirectory();
+    } else if (question == QLatin1String("password file")) {
+        answer = keepsANewPassword(*encryptor);
     } else if (question == QLatin1String("database")) {
         answer = OcrScreenshotDatabase().hasEncryption();
     }
@@ -79,6 +105,7 @@ private Q_SLOTS:
     void aToolThatDiesLeadsToPlainStorage();
     void aSlowToolIsWaitedFor();
     void aGeneratedPasswordIsNotPassedOn();
+    void aGeneratedPasswordIsKeptWithItsPairsSwapped();
     void monthDatabasesLieWhereTheDecisionPutsThem_data();
     void monthDatabasesLieWhereTheDecisionPutsThem();
 
@@ -382,6 +409,12 @@ void DataEncryptorTest::aGeneratedPasswordIsNotPassedOn()
              (QStringList{QStringLiteral("/usr/bin/vaultsm -i tavel-ai-yestermark"),
                           QStringLiteral("/usr/bin/vaultsm -c tavel-ai-yestermark"),
                           QStringLiteral("/usr/bin/vaultsm -m tavel-ai-yestermark")}));
+}
+
+void DataEncryptorTest::aGeneratedPasswordIsKeptWithItsPairsSwapped()
+{
+    QCOMPARE(ask(QStringLiteral("password file"), QByteArray(), false).answer,
+             QStringLiteral("yes"));
 }
 
 void DataEncryptorTest::monthDatabasesLieWhereTheDecisionPutsThem_data()

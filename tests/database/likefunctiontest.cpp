@@ -255,7 +255,12 @@ void LikeFunctionTest::everyOperandAgreesWithTheBuiltIn_data()
                                    "like('%0!%', '10%', '!')",
                                    "'a' LIKE CAST(x'256100' AS TEXT)",
                                    "CAST(x'610062' AS TEXT) LIKE '%b%'",
-                                   "CAST(x'610062' AS TEXT) LIKE '%a%'"}) {
+                                   "CAST(x'610062' AS TEXT) LIKE '%a%'",
+                                   "CAST(x'F983A9' AS TEXT) LIKE '%\u00E9%'",
+                                   "CAST(x'F983A9' AS TEXT) LIKE '%\u10E9%'",
+                                   "CAST(x'FD83A9' AS TEXT) LIKE '%\u00E9%'",
+                                   "CAST(x'FD83A9' AS TEXT) LIKE '%\u10E9%'",
+                                   "CAST(x'FE83A9' AS TEXT) LIKE '%\u00E9%'"}) {
         QTest::newRow(expression) << QByteArray(expression);
     }
 }
