@@ -11,7 +11,6 @@ from processes import RECORDER, ROLES, RUNTIME
 from stage import SHORTEST_STATE_S
 
 MEGABYTE = 1e6
-PICTURE_MB = 1920 * 1080 * 4 / MEGABYTE
 FIRST_HITS = 5
 FRAME_SLACK_S = 2  # the recorder looks at the clock after it has taken the picture
 
@@ -90,15 +89,11 @@ def _tell_cpu(figures, parts, whole):
 
 def _tell_memory(figures, day):
     samples = day.meter.samples
-    beyond = [sample.use[RECORDER].resident - PICTURE_MB * sample.open_pictures
-              for sample in samples]
-    figures.tell("recorder resident beyond the open batch, highest", max(beyond), "MB", at_most=300)
-    figures.tell("recorder resident beyond the open batch, average", statistics.mean(beyond), "MB")
     figures.tell("open batch, most pictures", max(sample.open_pictures for sample in samples), "")
     for role in ROLES:
         for field, name in (("resident", "RSS"), ("proportional", "PSS")):
             values = [getattr(sample.use[role], field) for sample in samples]
-            goal = 550 if (role, field) == (RUNTIME, "resident") else None
+            goal = {RECORDER: 300, RUNTIME: 550}.get(role) if field == "resident" else None
             figures.tell(f"{role} {name}, highest", max(values), "MB", at_most=goal)
             figures.tell(f"{role} {name}, average", statistics.mean(values), "MB")
     idle = _end_of_longest_idle(day.meter)
