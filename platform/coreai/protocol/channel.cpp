@@ -153,7 +153,7 @@ Channel::Receiving Channel::receive(Message &message)
         // that it had sent; those still count.
         length = ::recvmsg(m_socket.get(), &packet, MSG_CMSG_CLOEXEC | MSG_DONTWAIT);
     } while (length < 0 && (errno == EINTR || errno == ECONNRESET));
-    if (length < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+    if (length < 0 && errno == EAGAIN) {
         return Receiving::Nothing;
     }
     if (length <= 0) {

@@ -45,13 +45,6 @@ Payload::View::View(View &&other) noexcept
 {
 }
 
-Payload::View &Payload::View::operator=(View &&other) noexcept
-{
-    std::swap(m_bytes, other.m_bytes);
-    std::swap(m_mapping, other.m_mapping);
-    return *this;
-}
-
 Payload::View::~View()
 {
     if (m_mapping) {

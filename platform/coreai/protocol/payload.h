@@ -31,7 +31,7 @@ public:
         explicit View(std::string_view bytes) : m_bytes(bytes) {}
         View(void *mapping, std::size_t size);
         View(View &&other) noexcept;
-        View &operator=(View &&other) noexcept;
+        View &operator=(View &&) = delete;
         View(const View &) = delete;
         View &operator=(const View &) = delete;
         ~View();

@@ -108,9 +108,11 @@ void AnswersTest::bitmapsMustFitTheirSize_data()
     QTest::addColumn<int>("bytes");
     QTest::addColumn<bool>("fits");
     QTest::newRow("fits") << 3 << 2 << 24 << true;
+    QTest::newRow("one pixel") << 1 << 1 << 4 << true;
     QTest::newRow("too few pixels") << 3 << 2 << 23 << false;
     QTest::newRow("too many pixels") << 3 << 2 << 25 << false;
     QTest::newRow("no width") << 0 << 2 << 0 << false;
+    QTest::newRow("no height") << 2 << 0 << 0 << false;
     QTest::newRow("negative") << -1 << -1 << 4 << false;
     QTest::newRow("product overflows 32 bits") << 65536 << 65536 << 0 << false;
     QTest::newRow("largest") << 2147483647 << 2147483647 << 4 << false;

@@ -4,6 +4,7 @@
 #include "support/logcapture.h"
 
 #include <QDir>
+#include <QFile>
 #include <QTest>
 
 #include <cstring>
@@ -75,6 +76,12 @@ int openDescriptors()
         .size();
 }
 
+int mappings()
+{
+    QFile maps(QStringLiteral("/proc/self/maps"));
+    return maps.open(QIODevice::ReadOnly) ? maps.readAll().count("/memfd:") : -1;
+}
+
 Descriptor memory(std::size_t size, int seals)
 {
     Descriptor made(::memfd_create("test", MFD_CLOEXEC | MFD_ALLOW_SEALING));
@@ -94,6 +101,9 @@ class ChannelTest : public QObject
 private Q_SLOTS:
     void carriesAMessage_data();
     void carriesAMessage();
+    void carriesEveryKind();
+    void smallPayloadsTravelInside();
+    void aViewsMemoryIsGivenBack();
     void tellsTheEndOnce();
     void whatADeadSideHadSentStillCounts();
     void isFullWithoutBlocking();
@@ -140,6 +150,46 @@ void ChannelTest::carriesAMessage()
     const Payload::View view = received.payload.view();
     QCOMPARE(QByteArray(view.bytes().data(), int(view.bytes().size())), bytes);
     QVERIFY(receiver.receive(received) == Channel::Receiving::Nothing);
+}
+
+void ChannelTest::carriesEveryKind()
+{
+    Channel::Pair pair = Channel::makePair();
+    Channel sender(std::move(pair.ours));
+    Channel receiver(std::move(pair.theirs));
+    const std::pair<MessageType, MessageType> groups[] = {
+        {MessageType::OpenSession, MessageType::EmbedText},
+        {MessageType::SessionOpened, MessageType::Vector},
+        {MessageType::EngineLoadReader, MessageType::EngineOfPicture},
+        {MessageType::EngineLines, MessageType::EngineVectors}};
+    for (const auto &[first, last] : groups) {
+        for (int type = int(first); type <= int(last); ++type) {
+            QVERIFY(sender.send({MessageType(type), 1, 2, Payload::of("x")}) ==
+                    Channel::Sending::Sent);
+            Message received;
+            QVERIFY(receiver.receive(received) == Channel::Receiving::Received);
+            QCOMPARE(int(received.type), type);
+        }
+    }
+}
+
+void ChannelTest::smallPayloadsTravelInside()
+{
+    std::string bytes(Payload::inlineBytes, 'x');
+    QVERIFY(Payload::of(bytes).isInline());
+    bytes += 'x';
+    QVERIFY(!Payload::of(bytes).isInline());
+}
+
+void ChannelTest::aViewsMemoryIsGivenBack()
+{
+    const Payload payload = Payload::of(std::string(Payload::inlineBytes + 1, 'x'));
+    const int before = mappings();
+    {
+        const Payload::View view = payload.view();
+        QCOMPARE(mappings(), before + 1);
+    }
+    QCOMPARE(mappings(), before);
 }
 
 void ChannelTest::tellsTheEndOnce()
@@ -189,6 +239,9 @@ void ChannelTest::hostilePacketsEndTheConnection_data()
     QTest::newRow("header cut short") << header(magic, readPicture, 0, 0).left(23);
     QTest::newRow("other magic") << header(0, readPicture, 0, 0);
     QTest::newRow("type 0") << header(magic, 0, 0, 0);
+    for (const int unknown : {6, 31, 37, 63, 70, 95, 98}) {
+        QTest::addRow("type %d", unknown) << header(magic, quint16(unknown), 0, 0);
+    }
     QTest::newRow("type 65535") << header(magic, 65535, 0, 0);
     QTest::newRow("size larger than what comes") << header(magic, readPicture, 0, 10) + "abc";
     QTest::newRow("size smaller than what comes") << header(magic, readPicture, 0, 2) + "abc";
