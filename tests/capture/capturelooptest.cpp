@@ -9,6 +9,8 @@
 #include "support/logcapture.h"
 #include "support/pictures.h"
 
+#include <QDir>
+#include <QElapsedTimer>
 #include <QLineEdit>
 #include <QPainter>
 #include <QRandomGenerator>
@@ -24,6 +26,18 @@ struct ScreenshotTimer {
     friend Type memberOf(ScreenshotTimer);
 };
 template struct PrivateMember<ScreenshotTimer, &ScreenHistoryTracker::m_screenshotTimer>;
+
+struct Uptime {
+    using Type = QElapsedTimer ScreenHistoryTracker::*;
+    friend Type memberOf(Uptime);
+};
+template struct PrivateMember<Uptime, &ScreenHistoryTracker::m_uptime>;
+
+struct BeginSeconds {
+    using Type = qint64 QElapsedTimer::*;
+    friend Type memberOf(BeginSeconds);
+};
+template struct PrivateMember<BeginSeconds, &QElapsedTimer::t1>;
 
 namespace
 {
@@ -92,6 +106,8 @@ private Q_SLOTS:
     void noPictureIsTold();
     void aKeptFrameHasItsSafetyCopyAndItsRow();
     void aFailedSafetyCopyKeepsTheRow();
+    void framesThatAreLostForLongAreTold_data();
+    void framesThatAreLostForLongAreTold();
     void theApplicationIsToldWhenItChangesOnly();
     void theRecordingSwitchAndTheIntervalAreLogged();
     void theEndConvertsTheOpenBatch();
@@ -393,22 +409,22 @@ void TestCaptureLoop::noPictureIsTold()
 void TestCaptureLoop::aKeptFrameHasItsSafetyCopyAndItsRow()
 {
     const QDateTime before = QDateTime::currentDateTime();
-    for (int picture = 1; picture <= 7; ++picture) {
+    for (int picture = 1; picture <= 12; ++picture) {
         m_tracker->screenshotReady(Pictures::numbered(picture));
     }
     const QVector<ScreenShotData> rows = storedRows();
-    QCOMPARE(rows.size(), 7);
+    QCOMPARE(rows.size(), 12);
     const ScreenShotData &last = rows.last();
     QVERIFY(isValidVideoNameFormat(last.videoName));
-    QCOMPARE(last.frameIndexOfVideo, 7U);
-    QCOMPARE(last.frameIndexOfDay, 7U);
+    QCOMPARE(last.frameIndexOfVideo, 12U);
+    QCOMPARE(last.frameIndexOfDay, 12U);
     QCOMPARE(last.desktopFilePath, m_application->desktopEntry());
     QVERIFY(last.ocrText.isEmpty());
     QVERIFY(last.realTime >= before.toSecsSinceEpoch());
 
     const QImage copy(todayDirectory() + QLatin1Char('/') + last.videoName +
-                      QLatin1String("_007.png"));
-    QCOMPARE(copy.convertToFormat(QImage::Format_RGB32), Pictures::numbered(7));
+                      QLatin1String("_012.png"));
+    QCOMPARE(copy.convertToFormat(QImage::Format_RGB32), Pictures::numbered(12));
 }
 
 void TestCaptureLoop::aFailedSafetyCopyKeepsTheRow()
@@ -421,6 +437,52 @@ void TestCaptureLoop::aFailedSafetyCopyKeepsTheRow()
     m_tracker->screenshotReady(Pictures::numbered(2));
     QCOMPARE(frames(), 2);
     QVERIFY(QDir().rmdir(blocked));
+}
+
+void TestCaptureLoop::framesThatAreLostForLongAreTold_data()
+{
+    QTest::addColumn<QString>("reason");
+    for (const char *reason :
+         {"the screen gives no picture", "no desktop entry is known for the application in front",
+          "pictures or rows cannot be written, the disk may be full"}) {
+        QTest::newRow(reason) << QString(reason);
+    }
+}
+
+void TestCaptureLoop::framesThatAreLostForLongAreTold()
+{
+    QFETCH(QString, reason);
+    QString blocked;
+    if (reason.contains(QLatin1String("no picture"))) {
+        m_desktop->setScreenshot(FakeDesktop::Screenshot::CloseAfter7Bytes);
+        if (!m_tracker->takeScreenShot().isNull()) {
+            QSKIP("the platform plug-in grabs a picture without a screen");
+        }
+    } else if (reason.contains(QLatin1String("desktop entry"))) {
+        m_desktop->setActivePidError(true);
+    } else {
+        m_tracker->screenshotReady(Pictures::numbered(9));
+        blocked = todayDirectory() + QLatin1Char('/') + storedRows().last().videoName;
+        QVERIFY(QDir().mkpath(blocked + QLatin1String("_002.png")));
+        QVERIFY(QDir().mkpath(blocked + QLatin1String("_003.png")));
+    }
+    const LogCapture log;
+    show(1);
+    m_tracker->processScreenShot();
+    const QString told = QStringLiteral("Recording is on, but no frame could be stored");
+    QVERIFY(!log.contains(QtWarningMsg, told));
+
+    ((*m_tracker).*memberOf(Uptime())).*memberOf(BeginSeconds()) -= 11 * 60;
+    show(2);
+    m_tracker->processScreenShot();
+    QCOMPARE(log.texts(QtWarningMsg).filter(told),
+             QStringList(told + QStringLiteral(" for 11 minutes: ") + reason));
+
+    m_desktop->setScreenshot(FakeDesktop::Screenshot::Normal);
+    m_desktop->setActivePidError(false);
+    show(3);
+    m_tracker->processScreenShot();
+    QCOMPARE(log.count(QtDebugMsg, QStringLiteral("Frames are stored again")), 1);
 }
 
 void TestCaptureLoop::theApplicationIsToldWhenItChangesOnly()

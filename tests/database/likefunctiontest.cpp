@@ -326,6 +326,7 @@ void LikeFunctionTest::onlyPlainNeedlesAreSearchedByBytes_data()
     QTest::newRow("one letter") << QByteArray("%w%") << true;
     QTest::newRow("quote") << QByteArray("%it's%") << true;
     QTest::newRow("Chinese") << QByteArray("%\u4E2D\u56FD%") << true;
+    QTest::newRow("Cyrillic") << QByteArray("%\u0434\u043D%") << true;
     QTest::newRow("letters, then Chinese") << QByteArray("%a\u4E2D%") << true;
     QTest::newRow("beyond the basic plane") << QByteArray("%\U0001F600%") << true;
     QTest::newRow("nothing between") << QByteArray("%%") << false;
