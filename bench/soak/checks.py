@@ -1,6 +1,6 @@
-"""The invariants of what is stored: the checker's findings, and each picture against its row's time."""
+"""The invariants of what is stored: the checker's findings, and each picture against its row's
+time."""
 import contextlib
-import dataclasses
 import json
 import sqlite3
 import subprocess
@@ -30,14 +30,6 @@ def times_of_vectors(cache):
     return {}
 
 
-@dataclasses.dataclass
-class PictureCheck:
-    compared: int = 0
-    unreadable: int = 0
-    wrong: list = dataclasses.field(default_factory=list)
-    lags: list = dataclasses.field(default_factory=list)
-
-
 def _numbers_in_video(path, strip):
     """The states that its frames show, in order; None where the strip cannot be read."""
     width = strip.width
@@ -55,28 +47,43 @@ def lag_of(moment, shown, number, rate):
     the row to its beginning; 0 while it stood there."""
     begun = shown[number]
     ended = shown[number + 1][0] if number + 1 < len(shown) else moment
-    spans = [(since, max(since, ended)) for since in begun[-1:]] + [(since, since) for since in begun]
+    spans = [(begun[-1], max(begun[-1], ended))] + [(since, since) for since in begun]
     lags = [min(0.0, moment - since) + max(0.0, moment - until) for since, until in spans]
     return min(lags, key=abs) / rate
 
 
-def compare_pictures(cache, rows, screen, rate, is_behind_gap):
+class PictureCheck:
     """Whether each row's picture shows what stood on the screen at the row's time."""
-    check, shown = PictureCheck(), screen.shown
-    by_video = {}
-    for row in rows:
-        by_video.setdefault(row.video, []).append(row)
-    for path in sorted(cache.glob("screenshots/*/*/*.mp4")):
-        numbers = _numbers_in_video(path, screen.strip)
-        for row in by_video.get(path.name, []):
+
+    def __init__(self, cache, screen, rate, is_behind_gap):
+        self._cache, self._screen, self._rate = cache, screen, rate
+        self._is_behind_gap = is_behind_gap
+        self._done = set()
+        self.compared = self.unreadable = 0
+        self.lags = []  # seconds
+        self.wrong = []  # (row, number of the state that its picture shows, seconds)
+
+    def look(self, rows):
+        """At the videos that have been finished since the last look."""
+        by_video = {}
+        for row in rows:
+            by_video.setdefault(row.video, []).append(row)
+        for path in sorted(self._cache.glob("screenshots/*/*/*.mp4")):
+            if path.name not in self._done and not path.with_name(f"{path.name}_001.png").exists():
+                self._done.add(path.name)
+                self._compare(_numbers_in_video(path, self._screen.strip),
+                              by_video.get(path.name, []))
+
+    def _compare(self, numbers, rows):
+        for row in rows:
             number = numbers[row.index - 1] if row.index <= len(numbers) else None
-            if number is None or number >= len(shown):
-                check.unreadable += 1
+            if self._is_behind_gap(row):
                 continue
-            check.compared += 1
-            lag = lag_of(row.time, shown, number, rate)
-            if not FASTEST_S <= lag <= SLOWEST_S and not is_behind_gap(row):
-                check.wrong.append((row, number, lag))
-            elif FASTEST_S <= lag <= SLOWEST_S:
-                check.lags.append(lag)
-    return check
+            if number is None or number >= len(self._screen.shown):
+                self.unreadable += 1
+                continue
+            self.compared += 1
+            lag = lag_of(row.time, self._screen.shown, number, self._rate)
+            self.lags.append(lag)
+            if not FASTEST_S <= lag <= SLOWEST_S:
+                self.wrong.append((row, number, lag))

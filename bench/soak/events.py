@@ -1,5 +1,5 @@
-"""What happens to the program while it records. Each event is a function of the Soak, which it tells
-what must not be; it leaves the program recording. ENDINGS end its process one way or another."""
+"""What happens to the program while it records. Each event is a function of the Soak, which it
+tells what must not be; it leaves the program recording. ENDINGS end its process one way or another."""
 import datetime
 import json
 import re
@@ -7,6 +7,8 @@ import time
 
 from program import kill, setting, setting_now
 
+FULL_BATCH_S = 180
+SHORT_OF_MEMORY = 4 << 20  # bytes that are left: a frame or two
 PICTURE_S = 2.0  # a picture that was under way may still come so long after a change
 SEARCH_WORD = re.compile(r"[a-z]{7,12}")
 
@@ -17,6 +19,14 @@ def _no_rows(soak, since, until, allowed, what):
     rows = [row for row in soak.ledger.look() if since + margin < row.time < until]
     if len(rows) > allowed:
         soak.violated(f"{len(rows)} frames {what}")
+
+
+def full_batch(soak):
+    """Nothing but work, until a batch is full and the next has begun."""
+    if not soak.is_short:
+        before, deadline = soak.ledger.full_videos(), time.monotonic() + FULL_BATCH_S
+        while soak.ledger.full_videos() == before and time.monotonic() < deadline:
+            soak.work(1)
 
 
 def pause(soak):
@@ -106,8 +116,8 @@ def search_in_the_window(soak):
 
 
 def erase_everything(soak):
+    soak.look_at_pictures()
     begun = soak.clock.now()
-    soak.ledger.allow_loss(lambda row: row.time <= soak.clock.now())
     if soak.in_the_window("erase", shown_first=True) is None:
         return
     deadline = time.monotonic() + soak.patience
@@ -116,6 +126,8 @@ def erase_everything(soak):
             soak.violated("frames are left after everything was erased")
             return
         time.sleep(0.5)
+    ended = soak.clock.now()
+    soak.ledger.allow_loss(lambda row: row.time <= ended)
     soak.ledger.lost()
 
 
@@ -174,9 +186,11 @@ def fill_the_disk(soak):
                        soak.clock.now() + PICTURE_S * soak.clock.rate)
 
 
-EVENTS = (pause, lock, day_turn, month_turn, clock_set_back, search_for_text, search_by_meaning,
-          search_in_the_window, lower_the_ceiling, change_the_ceiling, kill_the_bridge,
-          kill_the_runtime, kill_the_engines, fill_the_disk, erase_everything)
+# With how many rounds pass from one to the next: batches are to become full, stores to grow.
+EVENTS = {pause: 1, lock: 1, full_batch: 1, search_for_text: 1, search_by_meaning: 1,
+          search_in_the_window: 1, change_the_ceiling: 1, kill_the_bridge: 1, kill_the_runtime: 1,
+          kill_the_engines: 1, fill_the_disk: 2, clock_set_back: 2, day_turn: 2, month_turn: 3,
+          lower_the_ceiling: 3, erase_everything: 4}
 
 
 def kill_the_program(soak):
@@ -189,7 +203,7 @@ def exhaust_the_memory(soak):
         soak.skip("a limit of memory: no control group could be made")
         kill_the_program(soak)
         return
-    with soak.group.limited(24 << 20):
+    with soak.group.limited(SHORT_OF_MEMORY):
         deadline = time.monotonic() + 40
         while soak.program.ended() is None and time.monotonic() < deadline:
             time.sleep(0.2)
@@ -224,4 +238,4 @@ def end_in_order(soak):
     soak.end_in_order()
 
 
-ENDINGS = (kill_the_program, exhaust_the_memory, restart_the_bus, end_in_order)
+ENDINGS = {kill_the_program: 1, exhaust_the_memory: 1, restart_the_bus: 1, end_in_order: 1}

@@ -9,6 +9,8 @@ _WARNINGS = (
     ("^screenshots directory does not exist", ()),
     ("^No (month|date) folders found", ()),
     ("^No data to delete$", ()),
+    # Days without frames, between those that have some.
+    ("^Invalid input parameters: date or appItemList is empty$", ()),
     # A search for everything that is there.
     ("^request 0 result, will actually return all available data$", ()),
     # The first frames of a life, until the runtime is up.

@@ -1,5 +1,5 @@
-"""What was stored, row by row, as somebody notes it who looks every second: what has once been there
-may go only where something was erased."""
+"""What was stored, row by row, as somebody notes it who looks every second: what has once been
+there may go only where something was erased."""
 import contextlib
 import dataclasses
 import sqlite3
@@ -7,7 +7,9 @@ import threading
 import time
 
 PERIOD_S = 1.0
-_ROWS = "SELECT video_name, frame_index_of_video, real_time, frame_index_of_day, ocr_text FROM screenshots"
+FRAMES_OF_VIDEO = 100
+_ROWS = ("SELECT video_name, frame_index_of_video, real_time, frame_index_of_day, ocr_text"
+         " FROM screenshots")
 
 
 @dataclasses.dataclass(frozen=True)
@@ -27,6 +29,7 @@ class Ledger:
         self._erased = []  # functions of a Row
         self._present = {}  # Row: text
         self._seen = set()
+        self._full_and_gone = set()  # videos
         self.stored = self.erased = 0  # of the whole run
 
     def start(self):
@@ -50,6 +53,12 @@ class Ledger:
             self.stored += len(present.keys() - self._seen)
             self._seen |= present.keys()
         return present
+
+    def full_videos(self):
+        """How many of the whole run reached their last frame."""
+        with self._lock:
+            return len({row.video for row in self._seen if row.index == FRAMES_OF_VIDEO} |
+                       self._full_and_gone)
 
     def unread(self):
         return sum(1 for text in self.look().values() if not text)
@@ -75,6 +84,7 @@ class Ledger:
         with self._lock:
             gone = self._seen - present.keys()
             self._seen -= gone
+            self._full_and_gone |= {row.video for row in gone if row.index == FRAMES_OF_VIDEO}
         lost = [row for row in gone if not any(of(row) for of in self._erased)]
         self.erased += len(gone) - len(lost)
         return sorted(lost, key=lambda row: row.time)

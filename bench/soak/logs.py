@@ -1,5 +1,5 @@
-"""What the processes wrote to their logs: warnings that nothing explains, and content, which must never
-stand there."""
+"""What the processes wrote to their logs: warnings that nothing explains, and content, which must
+never stand there."""
 import collections
 import re
 

@@ -1,6 +1,6 @@
-"""The screen: four windows of three applications whose content changes all the time, and below them a
-strip that bears the number of the state in black and white cells, so that each stored picture tells
-when it was taken."""
+"""The screen: three windows of two applications whose content changes all the time, and below them
+a strip that bears the number of the state in black and white cells, so that each stored picture
+tells when it was taken."""
 import contextlib
 import dataclasses
 import os
@@ -79,8 +79,8 @@ class _Terminal:
     def __init__(self, desk, name, folder, size, box):
         pipe = folder / name
         os.mkfifo(pipe)
-        desk.open(name, ["xterm", "-fa", "DejaVu Sans Mono", "-fs", size, "-b", _BORDER, "+sb", "-e", "sh",
-                         "-c", f"stty -echo; exec cat {pipe}"], box)
+        desk.open(name, ["xterm", "-fa", "DejaVu Sans Mono", "-fs", size, "-b", _BORDER, "+sb",
+                         "-e", "sh", "-c", f"stty -echo; exec cat {pipe}"], box)
         self.window = desk.windows[name]
         self._pipe = open(pipe, "w", encoding="utf-8")
 

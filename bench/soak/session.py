@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""session.py BUILD WORLD [--minutes N] [--seed N]: the soak, on the virtual desktop that it runs in,
-with the release build in BUILD. Ends with 1 where anything was violated. Called by scripts/soak."""
+"""session.py BUILD WORLD [--minutes N] [--seed N]: the soak, on the virtual desktop that it runs
+in, with the release build in BUILD. Ends with 1 where anything was violated. Called by scripts/soak."""
 import argparse
 import pathlib
 import random
@@ -9,8 +9,7 @@ import sys
 
 sys.path.append(str(pathlib.Path(__file__).parents[1] / "day"))
 
-import checks  # noqa: E402  the path comes first
-import report  # noqa: E402
+import report  # noqa: E402  the path comes first
 from events import ENDINGS, EVENTS, end_in_order  # noqa: E402
 from program import setting  # noqa: E402
 from soak import Bag, Soak  # noqa: E402
@@ -59,9 +58,7 @@ def run(soak, options):
     soak.happen(end_in_order)
     soak.screen.end()
     soak.verify("--deep")
-    rows = soak.ledger.look()
-    soak.pictures = checks.compare_pictures(soak.cache, rows, soak.screen, soak.clock.rate,
-                                            soak.is_behind_gap)
+    soak.look_at_pictures()
     soak.watch.end()
     soak.ledger.end()
 

@@ -1,4 +1,4 @@
-"""The run: what the events work with, its steady work, its quiet points, and what was violated when."""
+"""The run: what the events work with, its work, its quiet points, and what was violated when."""
 import collections
 import datetime
 import os
@@ -25,6 +25,7 @@ from words import Words
 
 # An hour of the run is 20 of the program's clock.
 RATE = 20
+SHORT_MINUTES = 10
 _START = datetime.datetime(2026, 1, 29, 14, 0)  # a day and a month turn by themselves in 20 hours
 _WINDOW_TASK = pathlib.Path(__file__).with_name("windowtask.py")
 _WINDOW_PATIENCE_S = 120
@@ -41,9 +42,10 @@ class Soak:
         self.cache = pathlib.Path.home() / ".cache/tavel-ai-yestermark"
         self.begun = time.monotonic()
         self.violations, self.skipped, self.explained = [], {}, collections.Counter()
-        self.counts, self.store, self.pictures = collections.Counter(), {}, None
+        self.counts, self.store = collections.Counter(), {}
         self._disk_full, self._gapped = [], {}
         self.known = set()
+        self.is_short = options.minutes < SHORT_MINUTES
         logs = self.world / "logs"
         logs.mkdir()
         self.clock = MovedClock(self.world / "clock", self.world / "movedclock.so", _START,
@@ -59,6 +61,7 @@ class Soak:
         self.program = Program(self.build, logs, self.clock, self.group)
         self.history = StoredHistory(pathlib.Path.home(), self.build, self.clock.environment())
         self.ledger = Ledger(self.cache)
+        self.pictures = checks.PictureCheck(self.cache, self.screen, RATE, self.is_behind_gap)
         self.watch = Watch(self.program, bridges, self.history.open_pictures)
 
     # What is told
@@ -154,7 +157,14 @@ class Soak:
                 if now != before:
                     before, since = now, time.monotonic()
             self.watch.look(is_quiet=True)
+            self.look_at_pictures()
             self.verify(*options)
+
+    def look_at_pictures(self):
+        known = len(self.pictures.wrong)
+        self.pictures.look(self.ledger.look())
+        for row, number, lag in self.pictures.wrong[known:]:
+            self.violated(f"{row} shows state {number}, {lag:.1f} s off")
 
     def verify(self, *options):
         found, counts = checks.verify(self.build, self.clock, *options)
@@ -213,15 +223,15 @@ class Soak:
 
 
 class Bag:
-    """Gives all of its things in random order, then all of them again."""
+    """Gives things in random order, round after round; {thing: it is in every so manieth}."""
 
     def __init__(self, things, chance):
-        self._things, self._chance, self._left = things, chance, []
-        self.rounds = 0
+        self._things, self._chance, self._left, self._round = things, chance, [], 0
 
     def next(self):
         if not self._left:
-            self._left = list(self._things)
+            self._left = [thing for thing, every in self._things.items()
+                          if self._round % every == 0]
             self._chance.shuffle(self._left)
-            self.rounds += 1
+            self._round += 1
         return self._left.pop()

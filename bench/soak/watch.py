@@ -1,5 +1,5 @@
-"""What the processes hold while they live: memory, descriptors, threads, children; sampled, and how it
-grows."""
+"""What the processes hold while they live: memory, descriptors, threads, children; sampled, and how
+it grows."""
 import dataclasses
 import os
 import threading
