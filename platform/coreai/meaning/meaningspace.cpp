@@ -109,6 +109,11 @@ std::vector<float> MeaningSpace::forQuery(const std::vector<float> &text,
     return assembled(doubles(text), picture, QueryFillPlace);
 }
 
+bool MeaningSpace::isSentence(const std::string &text)
+{
+    return wordCount(text) >= wordsOfSentence;
+}
+
 float MeaningSpace::weightOf(const std::string &text, int height)
 {
     const double words = wordCount(text);

@@ -30,6 +30,9 @@ public:
     static std::vector<float> forQuery(const std::vector<float> &text,
                                        const std::vector<float> &picture);
 
+    // False for a line of less than four words.
+    static bool isSentence(const std::string &text);
+
     // The weight of a line of this text (UTF-8) in type of this many pixels: its words, times the
     // size. Lines of less than four words (menus, cells, file names) count for next to nothing,
     // since a screen full of them would drown the page that it is about.

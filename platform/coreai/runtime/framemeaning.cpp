@@ -64,13 +64,15 @@ void FrameMeaning::knownVectors(FrameReader &frame)
     const auto &lines = frame.lines();
     m_vectors.assign(lines.size(), {});
     m_missing.clear();
-    m_any = false;
+    m_any = m_anySentence = false;
     for (std::size_t line = 0; line < lines.size(); ++line) {
         const auto vector = m_cache.findVector(lines[line].key);
         const bool blank = lines[line].text && lines[line].text->text.empty();
         if (vector) {
             m_vectors[line] = *vector;
             m_any = m_any || !vector->empty();
+            m_anySentence = m_anySentence ||
+                            (lines[line].text && MeaningSpace::isSentence(lines[line].text->text));
         } else if (!blank && (lines[line].text || !lines[line].bitmap.empty())) {
             m_missing.push_back(line);
         }
@@ -111,13 +113,15 @@ bool FrameMeaning::readForGroup(FrameReader &frame, std::size_t line, const Dead
         frame.read(line, [this](const cv::Mat &bitmap) { return m_engines.readLine(bitmap); });
     }
     const std::string &text = place.text->text;
-    if (text.empty()) {
-        return true;
+    const bool isSentence = MeaningSpace::isSentence(text);
+    if (text.empty() || (m_anySentence && !isSentence)) {
+        return true; // sentences tell what the frame is about
     }
     if (!deadline.allows(passagesTime(bytes + text.size()), nothingYet)) {
         return false;
     }
     group.push_back({line, text});
+    m_anySentence = m_anySentence || isSentence;
     return true;
 }
 

@@ -65,5 +65,6 @@ private:
     std::vector<std::vector<float>> m_vectors; // of the frame's lines, empty where unknown
     std::vector<std::size_t> m_missing;        // lines without, the most telling last
     bool m_any = false;                        // a line has a vector
+    bool m_anySentence = false;                // a sentence has one, or is about to
 };
 } // namespace coreai

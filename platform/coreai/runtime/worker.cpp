@@ -3,6 +3,7 @@
 #include "coreai/meaning/meaningspace.h"
 #include "coreai/protocol/answers.h"
 #include "coreai/reading/picturedecoder.h"
+#include "coreai/runtime/tellinglines.h"
 
 #include <malloc.h>
 #include <pthread.h>
@@ -310,8 +311,11 @@ bool Worker::isWaitedFor(const ReadingJob &job) const
 void Worker::finish(const ReadingJobPtr &job)
 {
     tell(MessageType::Lines, job->session, job->request, linesOf(*job->reader));
-    for (const FrameReader::Line &line : job->reader->lines()) {
-        if (line.text && !line.text->text.empty() && !m_cache.findVector(line.key)) {
+    const std::vector<FrameReader::Line> &lines = job->reader->lines();
+    const std::vector<std::size_t> telling = tellingLines(lines);
+    for (auto place = telling.rbegin(); place != telling.rend(); ++place) {
+        const FrameReader::Line &line = lines[*place];
+        if (!m_cache.findVector(line.key)) {
             m_vectorless.push_back({line.key, line.text->text});
         }
     }
@@ -321,7 +325,7 @@ void Worker::finish(const ReadingJobPtr &job)
     m_reading.remove(*job);
 }
 
-// What was read last is asked for first.
+// What was read last is asked for first, of a frame the most telling.
 bool Worker::embedLines()
 {
     std::vector<Vectorless> lines;
