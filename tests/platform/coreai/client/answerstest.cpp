@@ -99,6 +99,7 @@ void AnswersTest::vectorsAndTextsComeBack()
     QVERIFY(decodeLine(encodeLine("text", 0.5F), text, confidence));
     QCOMPARE(QByteArray::fromStdString(text), QByteArray("text"));
     QCOMPARE(confidence, 0.5F);
+    QVERIFY(!decodeLine("abc", text, confidence)); // too short to hold one
 }
 
 void AnswersTest::bitmapsMustFitTheirSize_data()
@@ -125,7 +126,14 @@ void AnswersTest::bitmapsMustFitTheirSize()
     QFETCH(int, bytes);
     QFETCH(bool, fits);
     const std::string pixels(std::size_t(bytes), 'x');
-    QCOMPARE(decodeBitmap(encodeBitmap({width, height, pixels})).has_value(), fits);
+    const std::string sent = encodeBitmap({width, height, pixels});
+    const std::optional<BitmapView> bitmap = decodeBitmap(sent);
+    QCOMPARE(bitmap.has_value(), fits);
+    if (bitmap) {
+        QCOMPARE(bitmap->width, width);
+        QCOMPARE(bitmap->height, height);
+        QVERIFY(bitmap->pixels == pixels);
+    }
 }
 
 QTEST_GUILESS_MAIN(AnswersTest)

@@ -5,8 +5,11 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTest>
 
+#include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <random>
@@ -105,10 +108,16 @@ private Q_SLOTS:
     void smallPayloadsTravelInside();
     void aViewsMemoryIsGivenBack();
     void tellsTheEndOnce();
+    void anEndBehindNothingIsTold();
+    void sendingToADeadSideEndsWithoutASignal();
+    void itsSocketNeitherBlocksNorOutlivesAnExec();
+    void waitsForWhatItIsAskedFor();
     void whatADeadSideHadSentStillCounts();
     void isFullWithoutBlocking();
     void hostilePacketsEndTheConnection_data();
     void hostilePacketsEndTheConnection();
+    void memoryWhereNoneMayBeEndsTheConnection_data();
+    void memoryWhereNoneMayBeEndsTheConnection();
     void strangeMemoryEndsTheConnection_data();
     void strangeMemoryEndsTheConnection();
     void noDescriptorIsLeftOver();
@@ -205,6 +214,54 @@ void ChannelTest::tellsTheEndOnce()
     QCOMPARE(log.texts().size(), 0);
 }
 
+void ChannelTest::anEndBehindNothingIsTold()
+{
+    Ends ends = makeEnds();
+    Message message;
+    QVERIFY(ends.ours.receive(message) == Channel::Receiving::Nothing);
+    ends.theirs.reset();
+    errno = EAGAIN; // as the empty read left it
+    QVERIFY(ends.ours.receive(message) == Channel::Receiving::Ended);
+}
+
+void ChannelTest::sendingToADeadSideEndsWithoutASignal()
+{
+    struct sigaction deadly = {};
+    struct sigaction before = {};
+    deadly.sa_handler = SIG_DFL;
+    QCOMPARE(::sigaction(SIGPIPE, &deadly, &before), 0);
+    Ends ends = makeEnds();
+    ends.theirs.reset();
+    QVERIFY(ends.ours.send(Message()) == Channel::Sending::Ended);
+    ::sigaction(SIGPIPE, &before, nullptr);
+}
+
+void ChannelTest::itsSocketNeitherBlocksNorOutlivesAnExec()
+{
+    int ends[2] = {-1, -1};
+    QCOMPARE(::socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends), 0);
+    const Descriptor theirs(ends[1]);
+    const Channel channel{Descriptor(ends[0])};
+    QVERIFY(::fcntl(channel.descriptor(), F_GETFD) & FD_CLOEXEC);
+    QVERIFY(::fcntl(channel.descriptor(), F_GETFL) & O_NONBLOCK);
+    QCOMPARE(::fcntl(channel.descriptor(), F_GETFL) & O_ACCMODE, O_RDWR);
+}
+
+void ChannelTest::waitsForWhatItIsAskedFor()
+{
+    Channel::Pair pair = Channel::makePair();
+    Channel sender(std::move(pair.ours));
+    Channel receiver(std::move(pair.theirs));
+    QVERIFY(!receiver.waitReadable(0));
+    QVERIFY(sender.waitWritable(0));
+    const std::string bytes(Payload::inlineBytes, 'x');
+    const Message message{MessageType::EmbedText, 1, 1, Payload::of(bytes)};
+    while (sender.send(message) == Channel::Sending::Sent) {
+    }
+    QVERIFY(receiver.waitReadable(0));
+    QVERIFY(!sender.waitWritable(0));
+}
+
 void ChannelTest::whatADeadSideHadSentStillCounts()
 {
     Channel::Pair pair = Channel::makePair();
@@ -266,6 +323,26 @@ void ChannelTest::hostilePacketsEndTheConnection()
     QCOMPARE(log.texts(QtWarningMsg).size(), 1);
 }
 
+void ChannelTest::memoryWhereNoneMayBeEndsTheConnection_data()
+{
+    QTest::addColumn<QByteArray>("packet");
+    QTest::newRow("beside bytes that are all") << header(magic, readPicture, 0, 3) + "abc";
+    QTest::newRow("beside other bytes") << header(magic, readPicture, 1, 100) + "abc";
+    QTest::newRow("carriage 2") << header(magic, readPicture, 2, 100);
+}
+
+void ChannelTest::memoryWhereNoneMayBeEndsTheConnection()
+{
+    QFETCH(QByteArray, packet);
+    LogCapture log;
+    Ends ends = makeEnds();
+    const Descriptor sent = memory(100, allSeals);
+    sendRaw(ends.theirs.get(), packet, {sent.get()});
+    Message message;
+    QVERIFY(ends.ours.receive(message) == Channel::Receiving::Ended);
+    QCOMPARE(log.texts(QtWarningMsg).size(), 1);
+}
+
 void ChannelTest::strangeMemoryEndsTheConnection_data()
 {
     QTest::addColumn<int>("size");
@@ -279,7 +356,8 @@ void ChannelTest::strangeMemoryEndsTheConnection_data()
     QTest::newRow("longer than told") << 101 << 100 << allSeals << 1;
     QTest::newRow("two of them") << 100 << 100 << allSeals << 2;
     QTest::newRow("more than there is room for") << 100 << 100 << allSeals << 50;
-    QTest::newRow("a file of no memory") << -1 << 100 << 0 << 1;
+    QTest::newRow("a file of no memory")
+        << -1 << int(QFileInfo(QStringLiteral("/proc/self/exe")).size()) << 0 << 1;
     QTest::newRow("beyond the bound") << (256 << 20) + 1 << (256 << 20) + 1 << allSeals << 1;
 }
 
