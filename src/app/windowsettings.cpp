@@ -20,6 +20,7 @@ WindowSettings::WindowSettings(QObject *parent)
             &WindowSettings::onWindowAdded);
     connect(KWindowSystem::self(), &KWindowSystem::workAreaChanged, this,
             &WindowSettings::screenWorkAreaChanged);
+    m_otherWindows.emplace(); // KWindowSystem has looked at all windows for that connection
     // The window manager may tell of a larger area before the toolkit knows the larger screen.
     connect(QGuiApplication::primaryScreen(), &QScreen::geometryChanged, this,
             &WindowSettings::screenWorkAreaChanged);

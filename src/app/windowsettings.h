@@ -3,11 +3,15 @@
 // minimising, by KWindowSystem on X11 and by the desktop's window manager on Wayland. The window is
 // found by its title. Owner: the backend, by value. Thread: main.
 
+#include "app/otherwindows.h"
+
 #include <QList>
 #include <QMap>
 #include <QObject>
 #include <QRect>
 #include <QVariant>
+
+#include <optional>
 
 class QWindow;
 
@@ -44,4 +48,5 @@ private:
     QVariant m_waylandWindowId;                   ///< invalid until the window has been told of
     QList<quint64> m_panelWindows;                ///< docks at the time of construction
     quint64 m_x11WindowId = 0;                    ///< 0 until the window was minimised once
+    std::optional<OtherWindows> m_otherWindows;
 };

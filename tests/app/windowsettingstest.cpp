@@ -2,9 +2,11 @@
 // manager of the test's own behind the same class.
 
 #include "app/windowsettings.h"
+#include "foreignwindow.h"
 #include "windowfixture.h"
 #include "windowmanager/fake/fakewindowbackend.h"
 
+#include <KWindowSystem>
 #include <QGuiApplication>
 #include <QProcess>
 #include <QScreen>
@@ -12,6 +14,7 @@
 #include <QTest>
 #include <QWidget>
 
+#include <optional>
 #include <unistd.h>
 
 namespace
@@ -38,6 +41,9 @@ private Q_SLOTS:
     void aPanelThatStoodAtTheStartIsLeftFree();
     void aPanelThatComesLaterIsNotLeftFree();
     void spaceThatTheDesktopReservesIsTold();
+    void keysThatAreTypedElsewhereWakeNobody_data();
+    void keysThatAreTypedElsewhereWakeNobody();
+    void propertiesOfOurOwnWindowsAreStillTold();
     void theWindowOfOurTitleIsMinimisedAndRaised();
     void aMinimisedWindowIsRememberedByItsId();
     void onWaylandNothingHappensBeforeTheWindowIsTold();
@@ -124,6 +130,51 @@ void TestWindowSettings::spaceThatTheDesktopReservesIsTold()
              0);
     const QRect free(60, 0, screen.width() - 60, screen.height());
     QTRY_VERIFY_WITH_TIMEOUT(!changed.isEmpty() && changed.last().first().toRect() == free, 10000);
+}
+
+void TestWindowSettings::keysThatAreTypedElsewhereWakeNobody_data()
+{
+    QTest::addColumn<bool>("isThereBefore");
+    QTest::newRow("in a window that was there before") << true;
+    QTest::newRow("in a window that comes later") << false;
+}
+
+void TestWindowSettings::keysThatAreTypedElsewhereWakeNobody()
+{
+    QFETCH(bool, isThereBefore);
+    std::optional<WindowSettings> settings(std::in_place); // lets KWindowSystem watch all windows
+    // The server gives a number again that an earlier window had.
+    QTRY_VERIFY_WITH_TIMEOUT(KWindowSystem::windows().isEmpty(), 10000);
+    if (isThereBefore) {
+        settings.reset();
+    }
+    ForeignWindow window;
+    QTRY_VERIFY_WITH_TIMEOUT(KWindowSystem::windows().contains(window.id()), 10000);
+    if (isThereBefore) {
+        settings.emplace();
+    }
+    const ToldEvents told(window);
+    for (int key = 0; key < 20; ++key) {
+        window.noteKeyPress();
+    }
+    window.widen();
+    QTRY_VERIFY_WITH_TIMEOUT(told.resizes() > 0, 10000);
+    QCOMPARE(told.keyPresses(), 0);
+}
+
+void TestWindowSettings::propertiesOfOurOwnWindowsAreStillTold()
+{
+    const WindowSettings settings;
+    QWindow ours;
+    ours.resize(400, 300);
+    ours.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&ours));
+    QTRY_VERIFY_WITH_TIMEOUT(KWindowSystem::windows().contains(ours.winId()), 10000);
+    // The toolkit learns of this by a property.
+    QCOMPARE(QProcess::execute(QStringLiteral("xdotool"),
+                               {QStringLiteral("windowminimize"), QString::number(ours.winId())}),
+             0);
+    QTRY_VERIFY_WITH_TIMEOUT(ours.windowStates() & Qt::WindowMinimized, 10000);
 }
 
 void TestWindowSettings::theWindowOfOurTitleIsMinimisedAndRaised()
