@@ -98,6 +98,7 @@ private Q_SLOTS:
     void aFailedReadIsToldWithTheSystemsText_data();
     void aFailedReadIsToldWithTheSystemsText();
     void aReadThatFindsNothingYetIsTriedAgain();
+    void aHeaderInTwoPiecesTakesNoByteOfThePixels();
 
 private:
     std::unique_ptr<FakeDesktop> m_desktop;
@@ -178,6 +179,15 @@ void TestChannelFaults::aReadThatFindsNothingYetIsTriedAgain()
     }
     QCOMPARE(image, Pictures::numbered(1));
     QCOMPARE(log.texts(QtWarningMsg), QStringList());
+}
+
+void TestChannelFaults::aHeaderInTwoPiecesTakesNoByteOfThePixels()
+{
+    Faults wanted;
+    wanted.refuseBehind = {7};
+    wanted.readError = EAGAIN;
+    const Armed armed(wanted);
+    QCOMPARE(m_tracker->getScreenShotFromWM(), Pictures::numbered(1));
 }
 
 QTEST_MAIN(TestChannelFaults)

@@ -256,6 +256,8 @@ void LikeFunctionTest::everyOperandAgreesWithTheBuiltIn_data()
                                    "'a' LIKE CAST(x'256100' AS TEXT)",
                                    "CAST(x'610062' AS TEXT) LIKE '%b%'",
                                    "CAST(x'610062' AS TEXT) LIKE '%a%'",
+                                   "'a\u0161' LIKE '%a\u0141%'",
+                                   "char(1, 120) LIKE char(1) || '_'",
                                    "CAST(x'F983A9' AS TEXT) LIKE '%\u00E9%'",
                                    "CAST(x'F983A9' AS TEXT) LIKE '%\u10E9%'",
                                    "CAST(x'FD83A9' AS TEXT) LIKE '%\u00E9%'",
@@ -329,6 +331,7 @@ void LikeFunctionTest::onlyPlainNeedlesAreSearchedByBytes_data()
     QTest::newRow("Cyrillic") << QByteArray("%\u0434\u043D%") << true;
     QTest::newRow("letters, then Chinese") << QByteArray("%a\u4E2D%") << true;
     QTest::newRow("beyond the basic plane") << QByteArray("%\U0001F600%") << true;
+    QTest::newRow("in a plane for private use") << QByteArray("%\U000F0000%") << true;
     QTest::newRow("nothing between") << QByteArray("%%") << false;
     QTest::newRow("empty") << QByteArray("") << false;
     QTest::newRow("open at the end") << QByteArray("%word") << false;

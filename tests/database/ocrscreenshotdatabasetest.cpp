@@ -151,6 +151,8 @@ void OcrScreenshotDatabaseTest::directoryAndFilesBelongToTheUserAlone()
     QVERIFY(store.saveScreenshotData(frame("2024-04-01 10:00:00")));
     constexpr QFile::Permissions others = QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup |
                                           QFile::ReadOther | QFile::WriteOther | QFile::ExeOther;
+    constexpr QFile::Permissions owner = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
+    QCOMPARE(QFile::permissions(m_home->databaseDirectory()) & owner, owner);
     QCOMPARE(QFile::permissions(m_home->databaseDirectory()) & others, QFile::Permissions());
     for (const char *month : {"2024-03", "2024-04"}) {
         QCOMPARE(QFile::permissions(m_home->monthFile(QString::fromLatin1(month))) &
