@@ -8,7 +8,7 @@ import time
 from program import kill, setting, setting_now
 
 FULL_BATCH_S = 180
-SHORT_OF_MEMORY = 4 << 20  # bytes that are left: a frame or two
+MEMORY_STEP = 16 << 20
 PICTURE_S = 2.0  # a picture that was under way may still come so long after a change
 SEARCH_WORD = re.compile(r"[a-z]{7,12}")
 
@@ -198,15 +198,16 @@ def kill_the_program(soak):
 
 
 def exhaust_the_memory(soak):
-    """So little is left that the kernel ends something within seconds."""
+    """Less and less is left, until the kernel ends something."""
     if not soak.group:
         soak.skip("a limit of memory: no control group could be made")
         kill_the_program(soak)
         return
-    with soak.group.limited(SHORT_OF_MEMORY):
-        deadline = time.monotonic() + 40
+    with soak.group.limited() as take:
+        deadline = time.monotonic() + 30
         while soak.program.ended() is None and time.monotonic() < deadline:
-            time.sleep(0.2)
+            take(MEMORY_STEP)
+            time.sleep(0.5)
     status = soak.program.ended()
     if status is None:
         soak.told("the program lived through the limit")
@@ -232,6 +233,7 @@ def restart_the_bus(soak):
     soak.end_in_order()
     soak.bus.start()
     soak.start_locker()
+    soak.screen.open_editor_again()
 
 
 def end_in_order(soak):

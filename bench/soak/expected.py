@@ -11,6 +11,8 @@ _WARNINGS = (
     ("^No data to delete$", ()),
     # Days without frames, between those that have some.
     ("^Invalid input parameters: date or appItemList is empty$", ()),
+    # A window of another program that has just gone.
+    (r"^qt\.qpa\.xcb: QXcbConnection: XCB error: 3 \(BadWindow\)", ()),
     # A search for everything that is there.
     ("^request 0 result, will actually return all available data$", ()),
     # The first frames of a life, until the runtime is up.

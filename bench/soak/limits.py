@@ -26,17 +26,24 @@ class MemoryGroup:
         """The calling process joins."""
         (self._folder / "cgroup.procs").write_text(str(os.getpid()))
 
-    def used(self):
+    def _used_now(self):
         return int(self._used.read_text())
 
     @contextlib.contextmanager
-    def limited(self, extra):
-        """No more than now and that many bytes."""
-        self._limit.write_text(str(self.used() + extra))
+    def limited(self):
+        """Yields a function that takes so many bytes of what is in use away, as far as the kernel can
+        without ending anybody, or by ending somebody."""
         try:
-            yield
+            yield self._take
         finally:
             self._limit.write_text(_NO_LIMIT[self._limit.name])
+
+    def _take(self, count):
+        try:
+            self._limit.write_text(str(self._used_now() - count))
+        except OSError:  # version 1 does not go below what cannot be written elsewhere
+            with contextlib.suppress(OSError):
+                self._limit.write_text(str(self._used_now()))
 
     def remove(self):
         with contextlib.suppress(OSError):  # somebody is still in it

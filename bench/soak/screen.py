@@ -105,11 +105,11 @@ class Screen:
         self._thread = threading.Thread(target=self._run, name="screen", daemon=True)
 
     def _open(self, folder):
-        book = folder / "book.txt"
-        book.write_text("\n\n".join(self._chance.choice(self._lines) for _ in range(1500)))
+        self._book = folder / "book.txt"
+        self._book.write_text("\n\n".join(self._chance.choice(self._lines) for _ in range(1500)))
         self._terminals = {name: _Terminal(self._desk, name, folder, 11, _WORK)
                            for name in ("first", "second")}
-        self._desk.open("editor", ["mousepad", book], _WORK)
+        self._open_editor()
         strip = _Terminal(self._desk, "strip", folder, 14, _STRIP)
         strip.show("\x1b[?25l\x1b[2J")
         self._strip_terminal = strip
@@ -117,6 +117,15 @@ class Screen:
         self.strip = Strip(left + _BORDER, top + _BORDER, width, height)
         self._fronts = ("first", "second", "editor")
         self._front = "first"
+
+    def _open_editor(self):
+        self._desk.open("editor", ["mousepad", self._book], _WORK)
+
+    def open_editor_again(self):
+        """It ends with the session bus."""
+        with self._turn:
+            self._desk.close("editor")
+            self._open_editor()
 
     def start(self):
         self._thread.start()
@@ -149,15 +158,15 @@ class Screen:
                 try:
                     self._change()
                 except subprocess.CalledProcessError:
-                    pass  # a window that went in front meanwhile; the next state follows
+                    self._front = "first"  # a window that went; the next state follows
 
     def _change(self):
         if self._chance.random() < 0.03 or not self.shown:
             self._raise(self._chance.choice(self._fronts))
+        self._raise(self._front)  # a key goes to the window in front
         number = len(self.shown)
         self.shown.append([self._now()])
         if self._front == "editor":
-            self._raise("editor")  # a key goes to the window in front
             press("ctrl+Home" if self._chance.random() < 0.02 else "Next")
         else:
             self._terminals[self._front].show(self._page())
