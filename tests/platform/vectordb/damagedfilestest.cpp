@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <sqlite3.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -79,6 +80,8 @@ private Q_SLOTS:
     void damagedRowsAreRefusedAndLeftAlone_data();
     void damagedRowsAreRefusedAndLeftAlone();
     void aVectorOfNoNumbersIsDamage();
+    void aVectorOfAnotherLengthIsDamage_data();
+    void aVectorOfAnotherLengthIsDamage();
     void deletedRowsAreWipedFromEveryFile_data();
     void deletedRowsAreWipedFromEveryFile();
     void manyDeletionsAreCompacted();
@@ -263,6 +266,33 @@ void DamagedFilesTest::aVectorOfNoNumbersIsDamage()
     const float noNumber = std::numeric_limits<float>::quiet_NaN();
     std::memcpy(all.data() + place, &noNumber, sizeof(noNumber));
     write(rows, all);
+    QVERIFY(QFile::remove(matrixFile(m_directory->path())));
+    Status status;
+    QVERIFY(!open(m_directory->path(), DIMENSION, &status));
+    QCOMPARE(status.Code(), code(StatusCode::STORE_DAMAGED));
+}
+
+void DamagedFilesTest::aVectorOfAnotherLengthIsDamage_data()
+{
+    QTest::addColumn<int>("bytes");
+    QTest::newRow("none") << 0;
+    QTest::newRow("a float less") << static_cast<int>((DIMENSION - 1) * sizeof(float));
+    QTest::newRow("a byte more") << static_cast<int>(DIMENSION * sizeof(float)) + 1;
+}
+
+void DamagedFilesTest::aVectorOfAnotherLengthIsDamage()
+{
+    QFETCH(int, bytes);
+    QVERIFY(insert(*open(m_directory->path(), DIMENSION), rowsFrom(1, 20)).IsOk());
+    sqlite3 *handle = nullptr;
+    QCOMPARE(sqlite3_open(QFile::encodeName(rowsFile(m_directory->path())), &handle), SQLITE_OK);
+    const QByteArray sql =
+        "UPDATE rows_1 SET vector = zeroblob(" + QByteArray::number(bytes) + ") WHERE row_id = 7";
+    const int result = sqlite3_exec(handle, sql, nullptr, nullptr, nullptr);
+    const int changes = sqlite3_changes(handle);
+    sqlite3_close(handle);
+    QCOMPARE(result, SQLITE_OK);
+    QCOMPARE(changes, 1);
     QVERIFY(QFile::remove(matrixFile(m_directory->path())));
     Status status;
     QVERIFY(!open(m_directory->path(), DIMENSION, &status));

@@ -40,6 +40,8 @@ private Q_SLOTS:
     void deletedRowsLeaveTheRest();
     void noErrorExceedsItsBound_data();
     void noErrorExceedsItsBound();
+    void eachErrorIsThatOfItsOwnCoding_data();
+    void eachErrorIsThatOfItsOwnCoding();
     void everyKernelGivesTheSameNumber();
 
 private:
@@ -198,6 +200,35 @@ void ExactSearchTest::noErrorExceedsItsBound()
         const double exact = VectorDB::exactScore(vector.data(), query);
         QVERIFY2(std::abs(coded - exact) <= VectorDB::errorBound(row, query),
                  qPrintable(QString::number(coded - exact)));
+    }
+}
+
+void ExactSearchTest::eachErrorIsThatOfItsOwnCoding_data()
+{
+    noErrorExceedsItsBound_data();
+}
+
+// The bound of the two together is far above what random vectors reach, and would hide one that is
+// wrong.
+void ExactSearchTest::eachErrorIsThatOfItsOwnCoding()
+{
+    QFETCH(int, dimension);
+    const auto size = static_cast<std::size_t>(dimension);
+    for (unsigned seed = 1; seed <= 20; ++seed) {
+        const std::vector<float> vector = randomVector(size, seed);
+        std::vector<std::int8_t> codes(size);
+        const VectorDB::RowScale row = VectorDB::encodeRow(vector.data(), size, codes.data());
+        const VectorDB::QueryCode query = VectorDB::encodeQuery(vector);
+        double leftOfRow = 0.0;
+        double leftOfQuery = 0.0;
+        for (std::size_t i = 0; i < size; ++i) {
+            leftOfRow += std::pow(query.unit[i] - double{row.scale} * codes[i], 2);
+            leftOfQuery += std::pow(query.unit[i] - query.scale * query.codes[i], 2);
+        }
+        QVERIFY(row.error >= std::sqrt(leftOfRow));
+        QVERIFY(row.error <= std::sqrt(leftOfRow) * 1.00001 + 1e-12);
+        QVERIFY(query.error >= std::sqrt(leftOfQuery));
+        QVERIFY(query.error <= std::sqrt(leftOfQuery) * 1.00001 + 1e-12);
     }
 }
 

@@ -37,6 +37,10 @@ void FilterExpressionTest::aRangeIsRead_data()
     row("empty range", "6 <= t && t <= 5", "t", 6, 5);
     row("leading zeros", "007 <= t && t <= 008", "t", 7, 8);
     row("any name", "0 <= _a1 && _a1 <= 1", "_a1", 0, 1);
+    for (const char *name : {"a", "z", "A", "Z", "azAZ09_"}) {
+        const std::string text = std::string("0 <= ") + name + " && " + name + " <= 1";
+        row(name, text.c_str(), name, 0, 1);
+    }
     row("extremes", "-9223372036854775808 <= t && t <= 9223372036854775807", "t",
         std::numeric_limits<qlonglong>::min(), std::numeric_limits<qlonglong>::max());
 }

@@ -47,6 +47,7 @@ private Q_SLOTS:
     void theDefaultStoreLiesBelowHome();
     void foldersAndFilesAreTheUsersAlone();
     void aSecondStartFindsEverything();
+    void aSecondStartKeepsTheMatrixInWhateverOrderTheTimesAre();
 
     void aCollectionOfThatNameIsThereAlready();
     void aSchemaThatCannotBeHeldIsRefused_data();
@@ -172,6 +173,23 @@ void VectorDatabaseTest::aSecondStartFindsEverything()
     QCOMPARE(search(*database, {0, 1, 0, 0}, 5).ids, (std::vector<std::string>{"2", "1"}));
 }
 
+void VectorDatabaseTest::aSecondStartKeepsTheMatrixInWhateverOrderTheTimesAre()
+{
+    {
+        const auto database = open(m_directory->path(), 4);
+        for (const long time : {5, 1, 4, 2, 3}) {
+            QVERIFY(insert(*database, {row(time, {1, 0, 0, 0})}).IsOk());
+        }
+    }
+    struct stat before = {};
+    struct stat after = {};
+    const QByteArray matrix = QFile::encodeName(matrixFile(m_directory->path()));
+    QCOMPARE(::stat(matrix.constData(), &before), 0);
+    QVERIFY(open(m_directory->path(), 4));
+    QCOMPARE(::stat(matrix.constData(), &after), 0);
+    QCOMPARE(after.st_ino, before.st_ino); // one that is built anew takes the other's place
+}
+
 void VectorDatabaseTest::aCollectionOfThatNameIsThereAlready()
 {
     const auto database = store();
@@ -202,14 +220,17 @@ void VectorDatabaseTest::aSchemaThatCannotBeHeldIsRefused_data()
                            "an index of another field",
                            "another index",
                            "another metric",
-                           "the store's own column"};
+                           "the store's own column",
+                           "a name with a digit first",
+                           "too great a length",
+                           "too great a dimension"};
     const StatusCode unsupported = StatusCode::NOT_SUPPORTED;
     const StatusCode invalid = StatusCode::INVALID_ARGUMENT;
-    const StatusCode codes[] = {unsupported, unsupported, unsupported, unsupported, unsupported,
-                                unsupported, unsupported, unsupported, unsupported, unsupported,
-                                invalid,     invalid,     invalid,     invalid,     invalid,
-                                unsupported, unsupported, invalid};
-    for (int variant = 0; variant < 18; ++variant) {
+    const StatusCode codes[] = {
+        unsupported, unsupported, unsupported, unsupported, unsupported, unsupported, unsupported,
+        unsupported, unsupported, unsupported, invalid,     invalid,     invalid,     invalid,
+        invalid,     unsupported, unsupported, invalid,     invalid,     unsupported, unsupported};
+    for (int variant = 0; variant < 21; ++variant) {
         QTest::newRow(names[variant]) << variant << code(codes[variant]);
     }
 }
@@ -229,8 +250,9 @@ void VectorDatabaseTest::aSchemaThatCannotBeHeldIsRefused()
         schema.AddField(text("key", true, variant == 6));
     }
     if (variant != 5) {
-        schema.AddField(variant == 8 ? FieldSchema("vector", DataType::FLOAT_VECTOR, "")
-                                     : vector("vector", variant == 3));
+        schema.AddField(variant == 8    ? FieldSchema("vector", DataType::FLOAT_VECTOR, "")
+                        : variant == 20 ? vector("vector").WithDimension(16385)
+                                        : vector("vector", variant == 3));
     }
     switch (variant) {
     case 1:
@@ -259,6 +281,12 @@ void VectorDatabaseTest::aSchemaThatCannotBeHeldIsRefused()
         break;
     case 17:
         schema.AddField(text("row_id"));
+        break;
+    case 18:
+        schema.AddField(text("1st"));
+        break;
+    case 19:
+        schema.AddField(text("text").WithMaxLength(1025));
         break;
     default:
         break;
