@@ -306,6 +306,11 @@ void addIrregularitiesOfRows()
     QTest::newRow("no vectors at all") << Plant([](const HistoryWorld &world) {
         QDir(world.root() + QStringLiteral("/vector_database")).removeRecursively();
     }) << QStringList{QStringLiteral("row without vector 5")};
+    QTest::newRow("a vectors' file that is made and not used yet")
+        << Plant([](const HistoryWorld &world) {
+               world.changeVectors(QStringLiteral("DELETE FROM collections"));
+           })
+        << QStringList{QStringLiteral("row without vector 5")};
     QTest::newRow("frames kept while the day's folder could not be made")
         << Plant([](const HistoryWorld &world) {
                world.changeRows(
@@ -525,8 +530,9 @@ void TestHistoryChecker::unfinishedWorkIsAcceptedOnlyWhileThereIsSome()
     m_world.write(m_world.root() + QStringLiteral("/vector_database/matrix_1.bin.new"));
     m_world.write(m_world.root() + QStringLiteral("/traditional_database/2025-01.db"),
                   QByteArray());
-    QCOMPARE(summary(HistoryChecker::check(m_world.home(), {true, false}).disagreements),
-             QStringList());
+    const HistoryChecker::Report meanwhile = HistoryChecker::check(m_world.home(), {true, false});
+    QCOMPARE(summary(meanwhile.disagreements), QStringList());
+    QCOMPARE(summary(meanwhile.irregularities), QStringList{QStringLiteral("unfinished work 3")});
     const QStringList told{QStringLiteral("image beside its video 1"),
                            QStringLiteral("unknown file 2"),
                            QStringLiteral("unreadable database 1")};
