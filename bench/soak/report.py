@@ -16,6 +16,8 @@ def _line(name, *values):
 
 
 def _growth(soak, warm_up):
+    if not any(RUNTIME in sample.life for sample in soak.watch.samples):
+        soak.skip("what the runtime holds: only root can see it")
     _line("", *ROLES)
     held = {role: [sample.held[role] for sample in soak.watch.samples if role in sample.life
                    and sample.age[role] > warm_up] for role in ROLES}
@@ -31,10 +33,12 @@ def _growth(soak, warm_up):
         values = []
         for role in ROLES:
             gain, longest = watch.growth(soak.watch.samples, role, field, warm_up)
-            values.append("-" if gain is None else f"{gain * 3600:+.1f}")
-            most = GROWTH_MB[role] if field in ("proportional", "resident") else GROWTH_OF_COUNTS
-            is_long = longest > SHORTEST_JUDGED_S
-            if field != "resident" and is_long and gain is not None and gain * longest > most:
+            if gain is None or longest < SHORTEST_JUDGED_S:
+                values.append("-")
+                continue
+            values.append(f"{gain * 3600:+.1f}")
+            most = GROWTH_MB[role] if field == "proportional" else GROWTH_OF_COUNTS
+            if field != "resident" and gain * longest > most:
                 soak.violated(f"{role}: {name}, {gain * longest:.1f} in a life of {longest:.0f} s")
         _line(name, *values)
 
