@@ -23,8 +23,10 @@ public:
     static constexpr std::chrono::milliseconds usual{340};
     static constexpr std::chrono::milliseconds latest{750};
 
-    // Then the answer is made of what is known, whatever is being computed.
+    // Then the answer is made of what is known, whatever is being computed. Where nothing is, the
+    // vector would find its frame by no question; so a busy machine is given the caller's limit.
     static constexpr std::chrono::milliseconds overdue{400};
+    static constexpr std::chrono::milliseconds overdueWithNothing{950};
 
     explicit Deadline(Clock::time_point asked) : m_asked(asked) {}
 

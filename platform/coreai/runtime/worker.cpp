@@ -5,6 +5,7 @@
 #include "coreai/reading/picturedecoder.h"
 #include "coreai/runtime/tellinglines.h"
 
+#include <algorithm>
 #include <malloc.h>
 #include <pthread.h>
 
@@ -173,8 +174,16 @@ bool Worker::embedPicture()
     m_embedding = Embedding{std::move(m_pictures.front()), nullptr, false};
     m_pictures.pop_front();
     const Message &message = m_embedding->question.message;
-    tell(MessageType::Begun, message.session, message.request, {});
-    answerEmbedding(vectorOfPicture());
+    if (!m_embedding->question.knowsNothing) {
+        tell(MessageType::Begun, message.session, message.request, {});
+    }
+    const std::vector<float> vector = vectorOfPicture();
+    if (m_servesOverdue && mayWait(*m_embedding)) {
+        m_embedding->question.knowsNothing = true;
+        m_pictures.push_front(std::move(m_embedding->question));
+    } else {
+        answerEmbedding(vector);
+    }
     m_embedding.reset();
     return true;
 }
@@ -237,11 +246,8 @@ std::vector<float> Worker::knownVector(FrameReader &frame)
 // the lowest priority may take seconds where others use the machine.
 void Worker::serveOverdue()
 {
-    const auto isOverdue = [](const Question &question) {
-        return Deadline::Clock::now() - question.asked >= Deadline::overdue;
-    };
     m_servesOverdue = true;
-    if (m_embedding && m_embedding->frame && isOverdue(m_embedding->question)) {
+    if (m_embedding && m_embedding->frame && !mayWait(*m_embedding)) {
         answerEmbedding(knownVector(*m_embedding->frame));
     }
     if (!m_embedding) {
@@ -251,6 +257,27 @@ void Worker::serveOverdue()
         }
     }
     m_servesOverdue = false;
+}
+
+bool Worker::isOverdue(const Question &question)
+{
+    const auto limit = question.knowsNothing ? Deadline::overdueWithNothing : Deadline::overdue;
+    return Deadline::Clock::now() - question.asked >= limit;
+}
+
+// Whether an answer of what is known now should not be given yet.
+bool Worker::mayWait(const Embedding &embedding) const
+{
+    const auto spent = Deadline::Clock::now() - embedding.question.asked;
+    if (!embedding.frame || spent >= Deadline::overdueWithNothing) {
+        return false;
+    }
+    const auto &lines = embedding.frame->lines();
+    const auto hasVector = [this](const FrameReader::Line &line) {
+        return !m_cache.findVector(line.key).value_or(std::vector<float>()).empty();
+    };
+    return spent < Deadline::overdue ||
+           (!lines.empty() && std::none_of(lines.begin(), lines.end(), hasVector));
 }
 
 bool Worker::readOn()

@@ -44,6 +44,7 @@ private:
     struct Question {
         Message message;
         Deadline::Clock::time_point asked;
+        bool knowsNothing = false; // of a picture: no line had a vector when it was looked at
     };
     struct Embedding { // of a picture, under way
         Question question;
@@ -68,6 +69,8 @@ private:
     void cut(ReadingJob &job);
     void finish(const ReadingJobPtr &job);
     void serveOverdue();
+    static bool isOverdue(const Question &question);
+    bool mayWait(const Embedding &embedding) const;
     void answerEmbedding(const std::vector<float> &vector);
     std::vector<float> vectorOfPicture();
     std::vector<float> knownVector(FrameReader &frame);

@@ -1,6 +1,7 @@
 // What the worker does first, and what it does not do twice.
 
 #include "coreai/runtime/worker.h"
+#include "coreai/meaning/meaningspace.h"
 #include "coreai/protocol/answers.h"
 #include "coreai/runtime/tellinglines.h"
 #include "reading/drawnsession.h"
@@ -141,6 +142,8 @@ private Q_SLOTS:
     void anEmbeddingKeepsItsTimeWithSlowEngines();
     void anEmbeddingDoesNotWaitForALineThatTakesSeconds();
     void aLateLineOfTheOwnEmbeddingIsReadAllTheSame();
+    void aFrameOfWhichNothingIsKnownIsGivenTheCallersLimit();
+    void aFrameThatWaitsForAnotherIsGivenTheCallersLimit();
     void aPictureThatIsNoneFails();
     void badPicturesHaveNoLines_data();
     void badPicturesHaveNoLines();
@@ -349,6 +352,41 @@ void WorkerTest::aLateLineOfTheOwnEmbeddingIsReadAllTheSame()
     bench.counts.readMilliseconds = 0;
     QTest::qWait(2000);                 // the line ends, and with it the embedding
     QCOMPARE(bench.answers.count(), 1); // answered once
+}
+
+void WorkerTest::aFrameOfWhichNothingIsKnownIsGivenTheCallersLimit()
+{
+    Bench bench;
+    bench.counts.readMilliseconds = 500; // one line is read and embedded before the limit
+    DrawnSession session({640, 480});
+    const std::string picture = encoded(session.screen(), "JPEG");
+    QElapsedTimer asked;
+    asked.start();
+    bench.embed(1, picture);
+    QTRY_COMPARE(bench.answers.count(), 1);
+    const bool inTime = asked.elapsed() < Deadline::overdueWithNothing.count();
+    bench.counts.readMilliseconds = 0;
+    if (!inTime) {
+        QSKIP("the machine was too busy for a line within the limit");
+    }
+    QVERIFY(bench.answers.vector(0) != MeaningSpace::forFrame({}, {}));
+}
+
+void WorkerTest::aFrameThatWaitsForAnotherIsGivenTheCallersLimit()
+{
+    Bench bench;
+    bench.counts.readMilliseconds = 600;
+    DrawnSession session({640, 480});
+    bench.read(Bench::recorder, 1, encoded(session.screen()));
+    QTRY_VERIFY(bench.counts.reads >= 1);
+    // Overdue while the other's line is read, and nothing of it is known.
+    session.switchTo(1);
+    bench.embed(2, encoded(session.screen(), "JPEG"));
+    QTRY_COMPARE(bench.answers.count(), 1);
+    QCOMPARE(bench.answers.at(0).request, std::uint64_t(2));
+    QCOMPARE(bench.answers.vector(0).size(), std::size_t(1024));
+    bench.counts.readMilliseconds = 0;
+    QTRY_COMPARE_WITH_TIMEOUT(bench.answers.count(), 2, 20000);
 }
 
 void WorkerTest::anEmbeddingKeepsItsTimeWithSlowEngines()
