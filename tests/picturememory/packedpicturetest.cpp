@@ -17,6 +17,8 @@ namespace
 {
 const QSize fullHd(1920, 1080);
 constexpr qint64 pictureBytes = 1920LL * 1080 * 4;
+constexpr int screens = 40;
+constexpr qint64 littleMemory = screens / 4 * pictureBytes;
 
 QImage noise(const QSize &size, QImage::Format format, quint32 seed = 1)
 {
@@ -68,8 +70,8 @@ private Q_SLOTS:
     void devicePixelRatioStays();
     void packedAgainIsEqual();
 
-    void aHundredScreensTakeLittleMemory();
-    void readingAHundredScreensTakesLittleMemory();
+    void manyScreensTakeLittleMemory();
+    void readingManyScreensTakesLittleMemory();
     void memoryIsFreeWhenThePicturesHaveGone();
 
     void manyThreadsReadTheSamePicturesAtOnce();
@@ -95,6 +97,11 @@ void PackedPictureTest::init()
     if (needsKernel && !m_pages->isServed()) {
         QSKIP("userfaultfd is refused here (Linux before 5.11, or a container)");
     }
+#ifdef __SANITIZE_THREAD__
+    if (QByteArray(QTest::currentTestFunction()).toLower().contains("memory")) {
+        QSKIP("the thread sanitizer's own memory would be counted");
+    }
+#endif
 }
 
 void PackedPictureTest::everyPixelIsEqual_data()
@@ -152,31 +159,30 @@ void PackedPictureTest::packedAgainIsEqual()
     QVERIFY(areSame(packedPicture(packedPicture(picture, m_pages), m_pages), picture));
 }
 
-void PackedPictureTest::aHundredScreensTakeLittleMemory()
+void PackedPictureTest::manyScreensTakeLittleMemory()
 {
     QVector<QImage> batch;
     const qint64 before = residentBytes();
-    for (int number = 0; number < 100; ++number) {
+    for (int number = 0; number < screens; ++number) {
         batch += packedPicture(Pictures::numbered(number, fullHd), m_pages);
     }
     const qint64 taken = residentBytes() - before;
-    QVERIFY2(taken < 10 * pictureBytes, qPrintable(QString::number(taken)));
+    QVERIFY2(taken < littleMemory, qPrintable(QString::number(taken)));
 }
 
-void PackedPictureTest::readingAHundredScreensTakesLittleMemory()
+void PackedPictureTest::readingManyScreensTakesLittleMemory()
 {
     QVector<QImage> batch;
-    for (int number = 0; number < 100; ++number) {
+    for (int number = 0; number < screens; ++number) {
         batch += packedPicture(Pictures::numbered(number, fullHd), m_pages);
     }
     const qint64 before = residentBytes();
     qint64 most = 0;
-    for (int number = 0; number < 100; ++number) {
-        QCOMPARE(Pictures::numberOf(batch.at(number)), number);
-        QVERIFY(areSame(batch.at(number), Pictures::numbered(number, fullHd)));
+    for (int number = 0; number < screens; ++number) {
+        QCOMPARE(Pictures::numberOf(batch.at(number).copy()), number); // reads all of it
         most = std::max(most, residentBytes() - before);
     }
-    QVERIFY2(most < 10 * pictureBytes, qPrintable(QString::number(most)));
+    QVERIFY2(most < littleMemory, qPrintable(QString::number(most)));
 }
 
 void PackedPictureTest::memoryIsFreeWhenThePicturesHaveGone()
