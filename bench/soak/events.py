@@ -9,6 +9,7 @@ from program import kill, setting, setting_now
 
 FULL_BATCH_S = 180
 MEMORY_STEP = 16 << 20
+BACK_S = 7200
 PICTURE_S = 2.0  # a picture that was under way may still come so long after a change
 SEARCH_WORD = re.compile(r"[a-z]{7,12}")
 
@@ -72,13 +73,14 @@ def clock_set_back(soak):
     """The program stops by itself and opens its window; it goes on when asked, once the clock is
     right again."""
     right = soak.clock.moment()
-    soak.set_clock(right - datetime.timedelta(hours=2))
+    soak.set_clock(right - datetime.timedelta(seconds=BACK_S))
     begun = time.monotonic()
     while setting_now("recording-memory") == "true":
         if time.monotonic() - begun > soak.patience:
             soak.violated("it recorded with the clock set back")
             break
         time.sleep(0.3)
+    soak.clock_was_back(right.timestamp() - BACK_S, soak.clock.now())
     soak.set_clock(right + datetime.timedelta(seconds=(time.monotonic() - begun + 5) *
                                               soak.clock.rate))
     soak.in_the_window("adjust")

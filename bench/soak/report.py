@@ -1,4 +1,7 @@
 """The table at the end, and the verdict."""
+import dataclasses
+import json
+
 import logs
 import watch
 from expected import EXPECTED
@@ -65,8 +68,15 @@ def _pictures(soak):
         soak.violated(f"{check.unreadable} pictures show no state")
 
 
+def _keep_samples(soak):
+    """For a closer look."""
+    (soak.world / "samples.json").write_text(json.dumps(
+        [dataclasses.asdict(sample) for sample in soak.watch.samples]))
+
+
 def tell(soak, options):
     """Prints everything; whether nothing was violated."""
+    _keep_samples(soak)
     warm_up = min(watch.WARM_UP_S, options.minutes * 3)
     print(f"\nsoak of {options.minutes:g} minutes, seed {options.seed}: "
           f"{options.minutes * soak.clock.rate / 60:.0f} hours of the program's clock and its jumps")

@@ -43,7 +43,7 @@ class Soak:
         self.begun = time.monotonic()
         self.violations, self.skipped, self.explained = [], {}, collections.Counter()
         self.counts, self.store = collections.Counter(), {}
-        self._disk_full, self._gapped = [], {}
+        self._disk_full, self._gapped, self._clock_back = [], {}, []
         self.known = set()
         self.is_short = options.minutes < SHORT_MINUTES
         logs = self.world / "logs"
@@ -62,7 +62,8 @@ class Soak:
         self.history = StoredHistory(pathlib.Path.home(), self.build, self.clock.environment())
         self.ledger = Ledger(self.cache)
         self.pictures = checks.PictureCheck(self.cache, self.screen, RATE, self.is_behind_gap)
-        self.watch = Watch(self.program, bridges, self.history.open_pictures)
+        self.watch = Watch(self.program, bridges, self.history.open_pictures,
+                           self.ledger.unread)
 
     # What is told
 
@@ -156,7 +157,7 @@ class Soak:
                 now = self.ledger.unread()
                 if now != before:
                     before, since = now, time.monotonic()
-            self.watch.look(is_quiet=True)
+            self.watch.look()
             self.look_at_pictures()
             self.verify(*options)
 
@@ -183,13 +184,17 @@ class Soak:
 
     def _is_explained(self, kind, subject):
         """Of a full disk: the picture could not be written, and stands in memory alone until its
-        video is made; or the row could not, and the vector could."""
+        video is made; or the row could not, and the vector could. Of a clock that was set back: the
+        frame was being taken at that moment."""
         if kind == "row without frame":
             return any(f"{row.video}#{row.index}" == subject and self.is_behind_gap(row)
                        for row in self.ledger.look())
         if kind == "vector without row":
             moment = checks.times_of_vectors(self.cache).get(subject, 0)
             return any(begun <= moment <= ended for begun, ended in self._disk_full)
+        if kind == "video that runs backwards":
+            return any(row.video == subject and begun <= row.time <= ended
+                       for row in self.ledger.look() for begun, ended in self._clock_back)
         return False
 
     def disk_was_full(self, begun, ended):
@@ -199,6 +204,9 @@ class Soak:
         open_before = [row.video for row in rows if row.time < begun][-1:]
         for video in open_before + [row.video for row in rows if row.time >= begun]:
             self._gapped.setdefault(video, begun)
+
+    def clock_was_back(self, begun, ended):
+        self._clock_back.append((begun, ended))
 
     def is_behind_gap(self, row):
         """Whether safety copies before that frame's may be missing: made into a video after a kill,

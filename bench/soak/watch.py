@@ -36,12 +36,13 @@ class Sample:
     life: dict   # by role: number of that process
     held: dict   # by role
     open_pictures: int
-    is_quiet: bool
+    unread: int  # pictures that wait for the reader; each holds a descriptor on both sides
 
 
 class Watch:
-    def __init__(self, program, find_bridge, open_pictures):
-        self._program, self._find_bridge, self._open_pictures = program, find_bridge, open_pictures
+    def __init__(self, program, find_bridge, open_pictures, unread):
+        self._program, self._find_bridge = program, find_bridge
+        self._open_pictures, self._unread = open_pictures, unread
         self._first_seen = {}  # by process
         self._ended = threading.Event()
         self._lock = threading.Lock()
@@ -55,11 +56,11 @@ class Watch:
         self._ended.set()
         self._thread.join()
 
-    def look(self, is_quiet=False):
+    def look(self):
         now = time.monotonic()
         processes = {RECORDER: [self._program.process], BRIDGE: self._find_bridge(),
                      RUNTIME: [process for process, _ in self._program.runtime()]}
-        sample = Sample(now, {}, {}, {}, self._open_pictures(), is_quiet)
+        sample = Sample(now, {}, {}, {}, self._open_pictures(), self._unread())
         for role in ROLES:
             held = Held()
             for process in processes[role]:
@@ -115,9 +116,14 @@ def slope(points):
 
 
 def growth(samples, role, field, warm_up=WARM_UP_S):
-    """A second, and the longest life in seconds."""
-    points = [(sample.life[role], sample.at, getattr(sample.held[role], field),
-               sample.open_pictures if role == RECORDER else 0)
+    """A second, with the share of what is being worked on taken out, and the longest life in
+    seconds."""
+    def share(sample):
+        if field == "descriptors":
+            return sample.unread
+        return sample.open_pictures if role == RECORDER else 0
+
+    points = [(sample.life[role], sample.at, getattr(sample.held[role], field), share(sample))
               for sample in samples if role in sample.life and sample.age[role] > warm_up]
     longest = max((sample.age[role] for sample in samples if role in sample.age), default=0.0)
     return slope(points), longest
