@@ -129,6 +129,7 @@ void DamagedFilesTest::aDamagedMatrixIsBuiltAnew_data()
     QTest::newRow("generation") << qint64{56} << qint64{1};
     QTest::newRow("first card") << qint64{4096} << qint64{1};
     QTest::newRow("number of a row") << qint64{HEAD + CARD + 8} << qint64{1};
+    QTest::newRow("key in a card") << qint64{HEAD + 5 * CARD + 42} << qint64{1};
     QTest::newRow("name in a card") << qint64{HEAD + 5 * CARD + 80} << qint64{1};
     QTest::newRow("codes") << qint64{HEAD + CARDS + 10 * 64} << qint64{1};
     QTest::newRow("floats") << qint64{HEAD + CARDS + CODES + 1000 * 256 + 3} << qint64{1};

@@ -225,6 +225,9 @@ void ExactSearchTest::eachErrorIsThatOfItsOwnCoding()
             leftOfRow += std::pow(query.unit[i] - double{row.scale} * codes[i], 2);
             leftOfQuery += std::pow(query.unit[i] - query.scale * query.codes[i], 2);
         }
+        const double half = 0.5001 * std::sqrt(double(dimension)); // of a step, for each number
+        QVERIFY(std::sqrt(leftOfRow) <= half * double{row.scale});
+        QVERIFY(std::sqrt(leftOfQuery) <= half * query.scale);
         QVERIFY(row.error >= std::sqrt(leftOfRow));
         QVERIFY(row.error <= std::sqrt(leftOfRow) * 1.00001 + 1e-12);
         QVERIFY(query.error >= std::sqrt(leftOfQuery));
