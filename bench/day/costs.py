@@ -1,16 +1,21 @@
 """From samples to costs: what each part of the run took, and what the whole day would take.
 
-The day's scenes are shortened by leaving out their later parts, never by faster hands. What a scene
-costs in a second of the run is therefore taken for what it costs in each second of the day. Reading
-that goes on when a still scene begins, and the last video at the end, are costs of the work before
-them: they are spread over the working scenes in proportion."""
+The day's scenes are shortened by leaving out their later parts, never by faster hands. Their
+beginnings (windows that open, a subject's first text) come as often in the run as in the whole day:
+they are taken as they are. What a scene costs in a second of the run after them is taken for what
+it costs in each further second of the day. Reading that goes on when a still scene begins, and the
+last video at the end, are costs of the work before them: they are spread over the working scenes in
+proportion."""
 import dataclasses
 
 from processes import ROLES
 
-STARTING, WORK, SETTLING, CLOSING = "starting", "work", "settling", "closing"
+STARTING, SETTLING, CLOSING = "starting", "settling", "closing"
+BEGINNING, WORK = "beginning", "work"
+WORKING = (BEGINNING, WORK)
 IDLE, LOCKED = "idle", "locked"
 _STILL = (IDLE, LOCKED)
+_LEAST_WORK_S = 5.0  # after its beginnings, for a scene's rate to be taken of that
 
 
 @dataclasses.dataclass
@@ -64,28 +69,40 @@ class WholeDay:
         self._closing_cpu_s = closing_cpu_s
 
     def _seconds(self, kinds):
-        return sum(60 * self._minutes[part.name] for part in of_kind(self._parts, *kinds))
+        return sum(60 * self._minutes[name] for name in self._names(kinds))
+
+    def _names(self, kinds):
+        return {part.name for part in of_kind(self._parts, *kinds)}
 
     @property
     def seconds(self):
-        return self._seconds((WORK, *_STILL))
+        return self._seconds((*WORKING, *_STILL))
 
     @property
     def working_seconds(self):
-        return self._seconds((WORK,))
+        return self._seconds(WORKING)
 
-    def _of_scenes(self, field, kinds, roles):
+    def _still(self, field, roles):
         return sum(rate([part], field, roles) * 60 * self._minutes[part.name]
-                   for part in of_kind(self._parts, *kinds))
+                   for part in of_kind(self._parts, *_STILL))
+
+    def _of_scene(self, name, field, roles):
+        parts = [part for part in of_kind(self._parts, *WORKING) if part.name == name]
+        beginnings, later = of_kind(parts, BEGINNING), of_kind(parts, WORK)
+        if seconds(later) < _LEAST_WORK_S:
+            later = parts
+        remaining = max(0.0, 60 * self._minutes[name] - seconds(beginnings))
+        return total(beginnings, field, roles) + rate(later, field, roles) * remaining
 
     def working(self, field, roles=ROLES):
         """Of the day's working scenes, with their share of settling and closing."""
-        measured = total(of_kind(self._parts, WORK), field, roles)
+        measured = total(of_kind(self._parts, *WORKING), field, roles)
         later = total(of_kind(self._parts, SETTLING), field, roles)
         if field == "cpu_s" and "recorder" in roles:
             later += self._closing_cpu_s
         share = later / measured if measured else 0.0
-        return self._of_scenes(field, (WORK,), roles) * (1 + share)
+        return (1 + share) * sum(self._of_scene(name, field, roles)
+                                 for name in self._names(WORKING))
 
     def whole(self, field, roles=ROLES):
-        return self.working(field, roles) + self._of_scenes(field, _STILL, roles)
+        return self.working(field, roles) + self._still(field, roles)

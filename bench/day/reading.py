@@ -24,6 +24,8 @@ class Browse(Activity):
         stage = self.stage
         environment = {"WEBKIT_DISABLE_SANDBOX_THIS_IS_DANGEROUS": "1"}  # root has none
         for number, (page, subject, words) in enumerate(self.pages):
+            if number > 0:
+                stage.turn_to_something_new()
             if number == 0 and "browser" not in stage.desk.windows:
                 stage.desk.open("browser", ["epiphany", page], environment=environment)
             else:

@@ -5,7 +5,7 @@ import os
 import statistics
 
 import costs
-from costs import IDLE, LOCKED, SETTLING, WORK
+from costs import BEGINNING, IDLE, LOCKED, SETTLING, WORK, WORKING
 from figures import Figures
 from processes import RECORDER, ROLES, RUNTIME
 from stage import SHORTEST_STATE_S
@@ -43,6 +43,7 @@ def _tell_run(day, parts):
         kinds[f"day {kind}"] += 60 * scene.minutes
     for name in day.failed:
         print(f"    BROKE OFF: {name}; its costs are those of its beginning")
+    print(f"    beginnings: {kinds[BEGINNING]:.0f} s of the run; as long in the day")
     for kind in (WORK, IDLE, LOCKED):
         print(f"    {kind}: {100 * kinds[f'day {kind}'] / day_s:.0f} % of the day,"
               f" {kinds[kind]:.0f} s of the run")
@@ -63,11 +64,12 @@ def _tell_parts(parts):
 
 
 def _tell_cpu(figures, parts, whole):
-    work = costs.of_kind(parts, WORK)
+    work = costs.of_kind(parts, *WORKING)
     figures.tell("CPU, average of the whole day, one core",
                  100 * whole.whole("cpu_s") / whole.seconds, "%", at_most=5)
     for role in ROLES:
         figures.tell(f"    {role}", 100 * whole.whole("cpu_s", (role,)) / whole.seconds, "%")
+    figures.tell("    of the run's work, beginnings and all", 100 * costs.rate(work, "cpu_s"), "%")
     figures.tell("CPU an hour of work, reading and closing included",
                  whole.working("cpu_s") / max(1.0, whole.working_seconds) * 3600, "s")
     for role in ROLES:
@@ -112,7 +114,7 @@ def _end_of_longest_idle(meter):
 
 
 def _tell_bytes(figures, day, parts, sizes):
-    hours = costs.seconds(costs.of_kind(parts, WORK)) / 3600
+    hours = costs.seconds(costs.of_kind(parts, *WORKING)) / 3600
     stored = sum(size for folder, size in sizes.items() if folder != "log") / MEGABYTE
     figures.tell("stored an hour of work", stored / hours, "MB", at_most=30)
     for folder, size in sizes.items():
@@ -129,15 +131,27 @@ def _tell_frames(figures, day, rows):
     figures.tell("pictures dropped: nothing new, or no known program", day.taken - len(rows), "")
 
 
-def _tell_markers(figures, day):
+def _was_kept(state, rows):
+    """Whether a frame was kept while the word stood there. Frames bear whole seconds."""
+    return any(state.shown_at - 1 <= moment <= state.hidden_at for _, moment, _ in rows)
+
+
+def _tell_markers(figures, day, rows):
     states = [state for state in day.stage.states if state.seconds >= SHORTEST_STATE_S]
     hits = {state.word: day.history.search(state.word) for state in states}
     found = sum(bool(frames) for frames in hits.values())
     figures.tell(f"screen states found by their word ({found} of {len(states)})",
                  100 * found / max(1, len(states)), "%", at_least=98)
-    lost = collections.Counter(state.scene for state in states if not hits[state.word])
-    if lost:
-        print("    not found: " + ", ".join(f"{scene} {count}" for scene, count in lost.items()))
+    kept = [state for state in states if _was_kept(state, rows)]
+    read = sum(bool(hits[state.word]) for state in kept)
+    figures.tell(f"    of those with a frame of their own ({read} of {len(kept)})",
+                 100 * read / max(1, len(kept)), "%")
+    for reason, some in (("no frame was kept", [each for each in states if each not in kept]),
+                         ("not read", kept)):
+        lost = collections.Counter(state.scene for state in some if not hits[state.word])
+        if lost:
+            print(f"    not found, {reason}: "
+                  + ", ".join(f"{scene} {count}" for scene, count in lost.items()))
     seen = sum(bool(day.history.search(word)) for word in day.secrets)
     figures.tell("words of the locked screen that were found", seen, "", at_most=0)
     arrived = _arrivals(day, states)
@@ -153,6 +167,7 @@ def _tell_markers(figures, day):
                                        for _, found_at, frame in arrived), "s")
     found_at = {state.word: moment for state, moment, _ in arrived}
     return [{**dataclasses.asdict(state), "found": bool(hits[state.word]),
+             "kept": _was_kept(state, rows),
              "searchable_s": found_at[state.word] - state.shown_at
              if state.word in found_at else None} for state in states]
 
@@ -201,7 +216,7 @@ def make(day):
     _tell_bytes(figures, day, parts, day.history.sizes())
     rows = day.history.rows()
     _tell_frames(figures, day, rows)
-    states = _tell_markers(figures, day)
+    states = _tell_markers(figures, day, rows)
     subjects = _tell_meanings(figures, day)
     return {"compression": day.compression, "load": os.getloadavg()[1], "figures": figures.all,
             "parts": [dataclasses.asdict(part) for part in parts], "states": states,

@@ -77,8 +77,11 @@ def play(scene, activity, stage, meter, watch, locker, seconds):
         settle(meter, watch)
     print(f"{time.strftime('%T')} {scene.name}, {seconds:.0f} s", file=sys.stderr, flush=True)
     with locker.locked() if scene.activity == LOCKED else contextlib.nullcontext():
-        meter.mark(scene.name, scene.activity if is_still else costs.WORK)
         stage.begin(scene, seconds)
+        if is_still:
+            meter.mark(scene.name, scene.activity)
+        else:
+            stage.turn_to_something_new()
         try:
             activity.play()
         except RuntimeError as error:  # a program that does not come; the day goes on
@@ -92,7 +95,9 @@ def run(options, log, desk):
     chance = random.Random(SEED)
     history = StoredHistory(pathlib.Path.home(), options.build)
     watch = ArrivalWatch(history)
-    stage = Stage(desk, Words(chance), chance, subjects(), watch.expect)
+    # The meter comes after the papers, whose making is not recorded.
+    stage = Stage(desk, Words(chance), chance, subjects(), watch.expect,
+                  lambda name, kind: meter.mark(name, kind))
     papers = options.world / "papers"
     lengths = [seconds_of(scene, options.compress) for scene in options.day]
     played = [activities.BY_NAME[scene.activity](stage, scene, seconds, papers / str(number))

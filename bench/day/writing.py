@@ -51,6 +51,8 @@ class Write(Activity):
     def play(self):
         stage = self.stage
         for number, subject in enumerate(self.subjects):
+            if number > 0:
+                stage.turn_to_something_new()
             name = f"editor {subject.name} {self.scene.name}"
             stage.desk.open(name, ["mousepad", "--disable-server",
                                    self.folder / f"{subject.name}.txt"],
