@@ -24,9 +24,10 @@ public:
     static constexpr std::chrono::milliseconds latest{750};
 
     // Then the answer is made of what is known, whatever is being computed. Where nothing is, the
-    // vector would find its frame by no question; so a busy machine is given the caller's limit.
+    // vector would find its frame by no question; so a busy machine is given more of the caller's
+    // second.
     static constexpr std::chrono::milliseconds overdue{400};
-    static constexpr std::chrono::milliseconds overdueWithNothing{950};
+    static constexpr std::chrono::milliseconds overdueWithNothing{750};
 
     explicit Deadline(Clock::time_point asked) : m_asked(asked) {}
 

@@ -142,8 +142,8 @@ private Q_SLOTS:
     void anEmbeddingKeepsItsTimeWithSlowEngines();
     void anEmbeddingDoesNotWaitForALineThatTakesSeconds();
     void aLateLineOfTheOwnEmbeddingIsReadAllTheSame();
-    void aFrameOfWhichNothingIsKnownIsGivenTheCallersLimit();
-    void aFrameThatWaitsForAnotherIsGivenTheCallersLimit();
+    void aFrameOfWhichNothingIsKnownIsGivenMoreTime();
+    void aFrameThatWaitsForAnotherIsGivenMoreTime();
     void aPictureThatIsNoneFails();
     void badPicturesHaveNoLines_data();
     void badPicturesHaveNoLines();
@@ -354,7 +354,7 @@ void WorkerTest::aLateLineOfTheOwnEmbeddingIsReadAllTheSame()
     QCOMPARE(bench.answers.count(), 1); // answered once
 }
 
-void WorkerTest::aFrameOfWhichNothingIsKnownIsGivenTheCallersLimit()
+void WorkerTest::aFrameOfWhichNothingIsKnownIsGivenMoreTime()
 {
     Bench bench;
     bench.counts.readMilliseconds = 500; // one line is read and embedded before the limit
@@ -372,7 +372,7 @@ void WorkerTest::aFrameOfWhichNothingIsKnownIsGivenTheCallersLimit()
     QVERIFY(bench.answers.vector(0) != MeaningSpace::forFrame({}, {}));
 }
 
-void WorkerTest::aFrameThatWaitsForAnotherIsGivenTheCallersLimit()
+void WorkerTest::aFrameThatWaitsForAnotherIsGivenMoreTime()
 {
     Bench bench;
     bench.counts.readMilliseconds = 600;
