@@ -1,5 +1,6 @@
 """What happens to the program while it records. Each event is a function of the Soak, which it
-tells what must not be; it leaves the program recording. ENDINGS end its process one way or another."""
+tells what must not be; it leaves the program recording. ENDINGS end its process one way or
+another."""
 import datetime
 import json
 import re

@@ -11,6 +11,9 @@ _WARNINGS = (
     ("^No data to delete$", ()),
     # Days without frames, between those that have some.
     ("^Invalid input parameters: date or appItemList is empty$", ()),
+    # A hit in a batch that is on its way into its video.
+    ("QML Image: Failed to get image from provider: image://videoimageprovider/(text|image)search",
+     ("search_in_the_window",)),
     # The screen is faster than the reader on a busy machine, which bounds what waits.
     ("^AI runtime: too many pictures wait; one is answered without lines$", ()),
     # A window of another program that has just gone.

@@ -31,8 +31,8 @@ class MemoryGroup:
 
     @contextlib.contextmanager
     def limited(self):
-        """Yields a function that takes so many bytes of what is in use away, as far as the kernel can
-        without ending anybody, or by ending somebody."""
+        """Yields a function that takes so many bytes of what is in use away, as far as the kernel
+        can without ending anybody, or by ending somebody."""
         try:
             yield self._take
         finally:

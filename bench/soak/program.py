@@ -25,7 +25,7 @@ class Program:
         self._path, self._logs = build / "bin/tavel-ai-yestermark", logs
         self._environment = {**clock.environment(), "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"}
         self._group = group
-        self.lives = 0
+        self.lives = self.shown = 0
 
     def start(self):
         self.lives += 1
@@ -37,6 +37,7 @@ class Program:
 
     def show(self):
         """What a second start does: the window of the first comes up."""
+        self.shown += 1
         subprocess.run([self._path], env=self._environment, check=True, timeout=PATIENCE_S,
                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 

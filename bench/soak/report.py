@@ -79,7 +79,7 @@ def tell(soak, options):
     _keep_samples(soak)
     warm_up = min(watch.WARM_UP_S, options.minutes * 3)
     print(f"\nsoak of {options.minutes:g} minutes, seed {options.seed}: "
-          f"{options.minutes * soak.clock.rate / 60:.0f} hours of the program's clock and its jumps")
+          f"{options.minutes * soak.clock.rate / 60:.0f} hours of the program's clock, and jumps")
     _line("states shown", len(soak.screen.shown))
     _line("frames stored, erased on purpose", soak.ledger.stored, soak.ledger.erased)
     _line("batches of 100 that became full", soak.ledger.full_videos())

@@ -1,6 +1,7 @@
 #!/usr/bin/python3
 """session.py BUILD WORLD [--minutes N] [--seed N]: the soak, on the virtual desktop that it runs
-in, with the release build in BUILD. Ends with 1 where anything was violated. Called by scripts/soak."""
+in, with the release build in BUILD. Ends with 1 where anything was violated. Called by
+scripts/soak."""
 import argparse
 import pathlib
 import random

@@ -36,6 +36,7 @@ class Sample:
     life: dict   # by role: number of that process
     held: dict   # by role
     open_pictures: int
+    shown: int   # how often the window was shown; it keeps the pictures of each search's hits
     unread: int  # pictures that wait for the reader; each holds a descriptor on both sides
 
 
@@ -60,7 +61,7 @@ class Watch:
         now = time.monotonic()
         processes = {RECORDER: [self._program.process], BRIDGE: self._find_bridge(),
                      RUNTIME: [process for process, _ in self._program.runtime()]}
-        sample = Sample(now, {}, {}, {}, self._open_pictures(), self._unread())
+        sample = Sample(now, {}, {}, {}, self._open_pictures(), self._program.shown, self._unread())
         for role in ROLES:
             held = Held()
             for process in processes[role]:
@@ -123,7 +124,9 @@ def growth(samples, role, field, warm_up=WARM_UP_S):
             return sample.unread
         return sample.open_pictures if role == RECORDER else 0
 
-    points = [(sample.life[role], sample.at, getattr(sample.held[role], field), share(sample))
+    # What the window takes when it is shown is a step, and no slope: a constant for each time.
+    points = [((sample.life[role], sample.shown), sample.at, getattr(sample.held[role], field),
+               share(sample))
               for sample in samples if role in sample.life and sample.age[role] > warm_up]
     longest = max((sample.age[role] for sample in samples if role in sample.age), default=0.0)
     return slope(points), longest

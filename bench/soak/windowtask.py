@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""windowtask.py search WORD | erase | adjust | minimize: does that in the program's window, which is shown, with
-real mouse and keys. Prints what a search found. A process of its own, as the accessibility bus of a
+"""windowtask.py search WORD | erase | adjust | minimize: does that in the program's window, which is
+shown, with real mouse and keys. Prints what a search found. A process of its own, as the accessibility bus of a
 session that has ended leaves nothing usable behind in one that knew it."""
 import pathlib
 import sys
@@ -44,4 +44,5 @@ def minimize():
     controls.click("Button_minimize")
 
 
-{"search": search, "erase": erase, "adjust": adjust, "minimize": minimize}[sys.argv[1]](*sys.argv[2:])
+tasks = {"search": search, "erase": erase, "adjust": adjust, "minimize": minimize}
+tasks[sys.argv[1]](*sys.argv[2:])
