@@ -472,7 +472,7 @@ void TestCaptureLoop::framesThatAreLostForLongAreTold()
     const QString told = QStringLiteral("Recording is on, but no frame could be stored");
     QVERIFY(!log.contains(QtWarningMsg, told));
 
-    ((*m_tracker).*memberOf(Uptime())).*memberOf(BeginSeconds()) -= 11 * 60;
+    ((*m_tracker).*memberOf(Uptime())).*memberOf(BeginSeconds()) -= qint64{11} * 60;
     show(2);
     m_tracker->processScreenShot();
     QCOMPARE(log.texts(QtWarningMsg).filter(told),
