@@ -2,8 +2,11 @@
 time."""
 import contextlib
 import json
+import pathlib
+import shutil
 import sqlite3
 import subprocess
+import tempfile
 
 FASTEST_S, SLOWEST_S = -1.0, 12.0  # from the moment a state is drawn to its row, on a busy machine
 
@@ -21,9 +24,15 @@ def verify(build, clock, *options):
 
 
 def times_of_vectors(cache):
-    """{frame: seconds since the epoch}"""
-    path = cache / "vector_database/vectors.db"
-    with contextlib.closing(sqlite3.connect(f"file:{path}?mode=ro", uri=True)) as file:
+    """{frame: seconds since the epoch}; of a copy, as the program keeps its file locked."""
+    with tempfile.TemporaryDirectory() as folder:
+        for file in (cache / "vector_database").glob("vectors.db*"):
+            shutil.copy(file, folder)
+        return _times_in(pathlib.Path(folder) / "vectors.db")
+
+
+def _times_in(path):
+    with contextlib.closing(sqlite3.connect(path)) as file:
         for number, in file.execute("SELECT number FROM collections WHERE name = 'screenshots'"):
             return {f"{video}#{index}": moment for video, index, moment in file.execute(
                 f"SELECT videoName, frameIndexOfVideo, realTime FROM rows_{number}")}

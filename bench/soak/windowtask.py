@@ -1,7 +1,7 @@
 #!/usr/bin/python3
-"""windowtask.py search WORD | erase | adjust | minimize: does that in the program's window, which is
-shown, with real mouse and keys. Prints what a search found. A process of its own, as the accessibility bus of a
-session that has ended leaves nothing usable behind in one that knew it."""
+"""windowtask.py search WORD | erase | adjust | minimize: does that in the program's window, which
+is shown, with real mouse and keys. Prints what a search found. A process of its own, as the
+accessibility bus of a session that has ended leaves nothing usable behind in one that knew it."""
 import pathlib
 import sys
 
