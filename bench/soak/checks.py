@@ -56,7 +56,7 @@ def lag_of(moment, shown, number, rate):
     the row to its beginning; 0 while it stood there."""
     begun = shown[number]
     ended = shown[number + 1][0] if number + 1 < len(shown) else moment
-    spans = [(begun[-1], max(begun[-1], ended))] + [(since, since) for since in begun]
+    spans = [(since, max(since, ended)) for since in begun]
     lags = [min(0.0, moment - since) + max(0.0, moment - until) for since, until in spans]
     return min(lags, key=abs) / rate
 

@@ -18,6 +18,7 @@ _CELLS_OF_BIT = 3
 _WORK = (40, 20, 1800, 900)
 _STRIP = (40, 985, 1500, 60)
 _BORDER = 2
+_UNDER_WAY = 4  # states, in the time from a picture to its row
 _ROWS = 40
 _COLOURS = ("97;44", "30;107", "92;40", "30;106")
 
@@ -131,9 +132,10 @@ class Screen:
         self._thread.start()
 
     def clock_has_moved(self):
-        """What is shown is shown since then as well."""
-        if self.shown:
-            self.shown[-1].append(self._now())
+        """What is shown is shown since then as well, and so are the states before it, of which a
+        picture may be under way."""
+        for state in self.shown[-_UNDER_WAY:]:
+            state.append(self._now())
 
     def end(self):
         self._ended.set()
