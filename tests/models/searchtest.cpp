@@ -155,6 +155,7 @@ private Q_SLOTS:
     void aSearchIsCancelledInEachPhase_data();
     void aSearchIsCancelledInEachPhase();
     void aSearchStoppedWhileItLooksUpIsContinuedWhole();
+    void aLookUpMadeAnewShowsItsRows();
     void aSearchStoppedWhileItDecodesGoesOnWithoutLookingUp();
     void whatIsUnderWayIsNotShownAfterANewSearch();
     void aNoticeOfAnEarlierSearchComesTooLate();
@@ -642,6 +643,26 @@ void SearchTest::aSearchStoppedWhileItLooksUpIsContinuedWhole()
     info.continueShowTextSearchResult("a");
     awaitRows(texts(), 36);
     QCOMPARE(notes.take().filter("texts").size() - 1, 1);
+}
+
+void SearchTest::aLookUpMadeAnewShowsItsRows()
+{
+    Notes notes;
+    std::atomic<bool> isSlow{true};
+    state().searchTexts = [&](const SearchQuery &) {
+        notes.add("texts");
+        if (isSlow) {
+            untilStopped();
+        }
+        return isToStop() ? hits(0) : hits(5);
+    };
+    VideoInfo &info = m_facade->info;
+    info.showTextSearchResult("a");
+    QTRY_COMPARE_WITH_TIMEOUT(notes.count("texts"), 1, 20000);
+    info.clearSearchTask();
+    isSlow = false;
+    info.continueShowTextSearchResult("a");
+    awaitRows(texts(), 5);
 }
 
 void SearchTest::aSearchStoppedWhileItDecodesGoesOnWithoutLookingUp()
