@@ -13,6 +13,11 @@ namespace
 constexpr int level = 1;
 } // namespace
 
+void ZstdContextDeleter::operator()(ZSTD_DCtx_s *context) const
+{
+    ZSTD_freeDCtx(context);
+}
+
 std::optional<PackedPixels> PackedPixels::of(const uchar *pixels, size_t bytes)
 {
     PackedPixels packed(bytes);
@@ -40,8 +45,14 @@ size_t PackedPixels::packedBytes() const
         [](size_t sum, const std::vector<char> &piece) { return sum + piece.size(); });
 }
 
-bool PackedPixels::unpack(size_t piece, uchar *target) const
+ZstdContext PackedPixels::unpackingContext()
+{
+    return ZstdContext(ZSTD_createDCtx());
+}
+
+bool PackedPixels::unpack(size_t piece, uchar *target, const ZstdContext &context) const
 {
     const std::vector<char> &packed = m_pieces.at(piece);
-    return ZSTD_decompress(target, pieceBytes, packed.data(), packed.size()) == sizeOfPiece(piece);
+    return ZSTD_decompressDCtx(context.get(), target, pieceBytes, packed.data(), packed.size()) ==
+           sizeOfPiece(piece);
 }

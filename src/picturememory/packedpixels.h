@@ -5,8 +5,19 @@
 #include <QtGlobal>
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <vector>
+
+struct ZSTD_DCtx_s;
+
+struct ZstdContextDeleter {
+    void operator()(ZSTD_DCtx_s *context) const;
+};
+
+/// What unpacking works with. Kept, because made anew each time it would need memory just when a
+/// picture is asked for.
+using ZstdContext = std::unique_ptr<ZSTD_DCtx_s, ZstdContextDeleter>;
 
 class PackedPixels
 {
@@ -22,10 +33,13 @@ public:
     size_t bytes() const { return m_bytes; }
     size_t packedBytes() const;
 
+    /// For unpack(); null if memory is short.
+    static ZstdContext unpackingContext();
+
     /// The piece that begins @p piece times pieceBytes behind the first pixel, into @p target,
-    /// which has room for pieceBytes; what lies behind the last pixel stays. False if memory is
-    /// short.
-    bool unpack(size_t piece, uchar *target) const;
+    /// which has room for pieceBytes; what lies behind the last pixel stays. Takes no memory. False
+    /// if the packed pixels are damaged.
+    bool unpack(size_t piece, uchar *target, const ZstdContext &context) const;
 
 private:
     explicit PackedPixels(size_t bytes) : m_bytes(bytes) {}

@@ -47,9 +47,12 @@ int PixelPages::openFaults()
     return faults;
 }
 
-PixelPages::PixelPages(int faults) : m_faults(faults), m_stop(::eventfd(0, EFD_CLOEXEC))
+PixelPages::PixelPages(int faults)
+    : m_faults(faults)
+    , m_stop(::eventfd(0, EFD_CLOEXEC))
+    , m_context(PackedPixels::unpackingContext())
 {
-    if (m_faults < 0 || m_stop < 0) {
+    if (m_faults < 0 || m_stop < 0 || !m_context) {
         qDebug() << "Pictures stay unpacked in memory: no page faults from the kernel";
         return;
     }
@@ -147,7 +150,7 @@ void PixelPages::serve(uchar *address)
         return; // of a picture that has gone
     }
     makeRoom();
-    if (!pixels->second.unpack(number, m_unpacked.data())) {
+    if (!pixels->second.unpack(number, m_unpacked.data(), m_context)) {
         qWarning() << "A picture could not be unpacked";
         std::fill(m_unpacked.begin(), m_unpacked.end(), uchar{0});
     }

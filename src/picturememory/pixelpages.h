@@ -57,8 +57,9 @@ private:
 
     int m_faults;
     int m_stop;
-    std::vector<uchar> m_unpacked; ///< the thread's
-    std::mutex m_mutex;            ///< over the two below, and over what is mapped where
+    ZstdContext m_context; ///< the thread's, as the next
+    std::vector<uchar> m_unpacked;
+    std::mutex m_mutex; ///< over the two below, and over what is mapped where
     std::map<uchar *, PackedPixels> m_pixels;
     std::deque<Piece> m_present; ///< oldest first
     std::thread m_thread;
