@@ -224,8 +224,6 @@ QImage ScreenHistoryTracker::imageOfOpenBatch(uint frameIndex)
         qWarning() << "requested frame index is out of range";
         return {};
     }
-    const QImage &image = m_images.at(static_cast<int>(frameIndex) - 1);
-    // A plain picture: whoever gets it may do with its pixels what a packed one does not allow.
-    m_cachedImage = isPacked(image) ? image.copy() : image;
+    m_cachedImage = plainPicture(m_images.at(static_cast<int>(frameIndex) - 1));
     return m_cachedImage;
 }

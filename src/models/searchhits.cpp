@@ -3,6 +3,7 @@
 #include "models/videoreader.h"
 
 #include "database/datahandler.h"
+#include "picturememory/packedpicture.h"
 
 #include <QDebug>
 #include <QThread>
@@ -92,10 +93,11 @@ void VideoReader::streamHits(const HitList &list, int start)
             return;
         }
         const ScreenShotData &frame = hits.at(place);
-        DecodedHit decoded{
-            &list, frame,
-            m_dataHandler->getScreenShotImageFromVideo(frame.videoName, frame.frameIndexOfVideo),
-            list.id + QString::number(place) + m_searchGeneration};
+        DecodedHit decoded{&list, frame,
+                           // Packed: four lists of 36 and more stay, two kinds in two generations.
+                           packedPicture(m_dataHandler->getScreenShotImageFromVideo(
+                               frame.videoName, frame.frameIndexOfVideo)),
+                           list.id + QString::number(place) + m_searchGeneration};
         if (isToStop()) {
             return;
         }
@@ -154,7 +156,7 @@ QImage VideoReader::imageOfHit(const HitList &list, const QString &id) const
         qWarning() << list.missingImage;
         return {};
     }
-    return *found;
+    return plainPicture(*found);
 }
 
 QImage VideoReader::getTextSearchResultImage(const QString &id) const

@@ -176,7 +176,7 @@ private:
     QMap<QString, QList<AppItemInfo>> m_dayAppItems; ///< by day, so in their order
     QImage m_previewImage;
     QImage m_curShowImage;
-    QMap<QString, QImage> m_textSearchImages; ///< by the last part of a hit's source
+    QMap<QString, QImage> m_textSearchImages; ///< packed, by the last part of a hit's source
     QMap<QString, QImage> m_imageSearchImages;
     DataHandler *m_dataHandler;
     OcrModule m_ocrModule;

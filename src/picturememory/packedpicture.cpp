@@ -61,3 +61,8 @@ bool isPacked(const QImage &picture)
 {
     return PixelPages::ofProcess()->holds(picture.constBits());
 }
+
+QImage plainPicture(const QImage &picture)
+{
+    return isPacked(picture) ? picture.copy() : picture;
+}

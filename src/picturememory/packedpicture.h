@@ -25,3 +25,7 @@ QImage packedPicture(const QImage &picture);
 
 /// Whether @p picture is one of those.
 bool isPacked(const QImage &picture);
+
+/// For whoever may do with the pixels what a packed picture does not allow: a plain copy of one,
+/// any other picture itself.
+QImage plainPicture(const QImage &picture);

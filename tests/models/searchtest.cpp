@@ -4,6 +4,8 @@
 #include "desktopentries.h"
 #include "facade.h"
 
+#include "picturememory/packedpicture.h"
+#include "picturememory/pixelpages.h"
 #include "support/logcapture.h"
 
 #include <QAbstractItemModelTester>
@@ -149,6 +151,7 @@ private Q_SLOTS:
     void aHitOfADayThatIsNotLoadedHasNoPlace();
     void aHitWhoseRowIsGoneIsShownWithoutAFrame();
     void picturesAreHandedOutByTheirIds();
+    void hitsWaitPackedAndAreHandedOutPlain();
     void anUnknownIdIsANullPictureAndAWarning();
     void picturesOutliveTheirSearch();
 
@@ -535,6 +538,21 @@ void SearchTest::picturesAreHandedOutByTheirIds()
     QCOMPARE(size, QSize(-7, -7));
     QVERIFY(provider.isPreviewImgNull()); // it speaks of previews alone
     QVERIFY(log.texts().isEmpty());
+}
+
+void SearchTest::hitsWaitPackedAndAreHandedOutPlain()
+{
+    if (!PixelPages::ofProcess()->isServed()) {
+        QSKIP("pictures stay as they are: this kernel tells no page faults");
+    }
+    VideoReader &reader = m_facade->reader;
+    reader.getSearchResultCount("a");
+    reader.getTextSearchResult(0);
+    const QImage once = reader.getTextSearchResultImage("textsearch0two");
+    const QImage again = reader.getTextSearchResultImage("textsearch0two");
+    QVERIFY(!isPacked(once));
+    QCOMPARE(once, again);
+    QVERIFY(once.constBits() != again.constBits()); // a plain picture that is kept would be shared
 }
 
 void SearchTest::anUnknownIdIsANullPictureAndAWarning()
