@@ -1,5 +1,6 @@
 # The toolkit's headers, which nearly every source includes, are read once a build instead of once a
-# source. Only the preset "dev" does so: all others show a source that lacks an include of its own.
+# source, for builds that ask for it (-DYESTERMARK_PRECOMPILED_HEADERS=ON). A source that lacks an
+# include of its own is seen in all others.
 
 option(YESTERMARK_PRECOMPILED_HEADERS "Read the toolkit's headers once" OFF)
 
