@@ -6,6 +6,8 @@ import sqlite3
 import threading
 import time
 
+from looker import Looker
+
 PERIOD_S = 1.0
 FRAMES_OF_VIDEO = 100
 _ROWS = ("SELECT video_name, frame_index_of_video, real_time, frame_index_of_day, ocr_text"
@@ -20,24 +22,16 @@ class Row:
     number_of_day: int
 
 
-class Ledger:
+class Ledger(Looker):
     def __init__(self, cache):
+        super().__init__("ledger", PERIOD_S)
         self._months = cache / "traditional_database"
         self._lock = threading.Lock()
-        self._ended = threading.Event()
-        self._thread = threading.Thread(target=self._run, name="ledger", daemon=True)
         self._erased = []  # functions of a Row
         self._present = {}  # Row: text
         self._seen = set()
         self._full_and_gone = set()  # videos
         self.stored = self.erased = 0  # of the whole run
-
-    def start(self):
-        self._thread.start()
-
-    def end(self):
-        self._ended.set()
-        self._thread.join()
 
     def look(self):
         """{Row: text} of now."""
@@ -88,7 +82,3 @@ class Ledger:
         lost = [row for row in gone if not any(of(row) for of in self._erased)]
         self.erased += len(gone) - len(lost)
         return sorted(lost, key=lambda row: row.time)
-
-    def _run(self):
-        while not self._ended.wait(PERIOD_S):
-            self.look()

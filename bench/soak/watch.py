@@ -5,6 +5,7 @@ import os
 import threading
 import time
 
+from looker import Looker
 from processes import BRIDGE, RECORDER, ROLES, RUNTIME, children_by_parent, numbers_in
 
 PERIOD_S = 2.0
@@ -40,22 +41,14 @@ class Sample:
     unread: int  # pictures that wait for the reader; each holds a descriptor on both sides
 
 
-class Watch:
+class Watch(Looker):
     def __init__(self, program, find_bridge, open_pictures, unread):
+        super().__init__("watch", PERIOD_S)
         self._program, self._find_bridge = program, find_bridge
         self._open_pictures, self._unread = open_pictures, unread
         self._first_seen = {}  # by process
-        self._ended = threading.Event()
         self._lock = threading.Lock()
-        self._thread = threading.Thread(target=self._run, name="watch", daemon=True)
         self.samples = []
-
-    def start(self):
-        self._thread.start()
-
-    def end(self):
-        self._ended.set()
-        self._thread.join()
 
     def look(self):
         now = time.monotonic()
@@ -76,10 +69,6 @@ class Watch:
         with self._lock:
             self.samples.append(sample)
         return sample
-
-    def _run(self):
-        while not self._ended.wait(PERIOD_S):
-            self.look()
 
 
 def bridges():
