@@ -30,7 +30,6 @@ struct VideoComposer::Truncation {
     AvFramePtr frame;
     AvPacketPtr packet;
     unsigned int done = 0; ///< frames decoded and passed on
-    bool hasInputEnded = false;
 };
 
 namespace
