@@ -52,6 +52,7 @@ private Q_SLOTS:
 
 private:
     void watch();
+    void takeAnswers();
     QStringList told() const { return m_told; }
 
     std::unique_ptr<PrivateBus> m_system;
@@ -94,7 +95,8 @@ void LockWatcherTest::cleanup()
     qunsetenv("XDG_SESSION_ID");
 }
 
-// Returns once the watcher hears everybody who is there.
+// Returns once the watcher hears everybody who is there and has their answers: one that came after
+// a later event would count as another.
 void LockWatcherTest::watch()
 {
     m_watcher = std::make_unique<LockWatcher>(QDBusConnection::sessionBus(),
@@ -111,6 +113,19 @@ void LockWatcherTest::watch()
     if (m_logind->isOwner()) {
         QTRY_VERIFY(m_logind->m_session.m_asked > 0);
     }
+    takeAnswers();
+}
+
+// A bus keeps the order of what one connection sends, and of what it sends to one: whoever has been
+// answered by the bus has sent, or received, all that was before.
+void LockWatcherTest::takeAnswers()
+{
+    for (const QDBusConnection &connection :
+         {m_saverBus, m_logind->m_bus, QDBusConnection::sessionBus(),
+          QDBusConnection(QStringLiteral("watched system"))}) {
+        QVERIFY(connection.interface()->registeredServiceNames().isValid());
+    }
+    QCoreApplication::processEvents();
 }
 
 using Event = QPair<int, bool>; // source, locked
