@@ -1,5 +1,12 @@
 # One helper for each kind of target, so that a folder's own list stays short.
 
+# only_with_tests(TARGET): what only tests run is no part of a build without them.
+function(only_with_tests target)
+    if(NOT BUILD_TESTING)
+        set_target_properties(${target} PROPERTIES EXCLUDE_FROM_ALL ON)
+    endif()
+endfunction()
+
 # yestermark_library(NAME SOURCES ... [PUBLIC libs...] [PRIVATE libs...])
 # A static library whose headers are included as <folder>/<header> by the targets that link it.
 function(yestermark_library name)
@@ -23,6 +30,7 @@ function(yestermark_test name)
     set_target_properties(${name} PROPERTIES
         RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests"
         ENABLE_EXPORTS ON) # lets the fake clock of tests/support replace the C library's
+    only_with_tests(${name})
     target_link_libraries(${name} PRIVATE test_support ${arg_LIBRARIES} Qt5::Test)
 
     set(wrapper "${PROJECT_SOURCE_DIR}/scripts/virtual-desktop" --build "${PROJECT_BINARY_DIR}")
@@ -77,6 +85,7 @@ function(yestermark_fuzzer name)
     endif()
     add_library(${name}_harness OBJECT ${arg_SOURCES})
     target_link_libraries(${name}_harness PUBLIC fuzz_support ${arg_LIBRARIES})
+    only_with_tests(${name}_harness)
     if(YESTERMARK_SANITIZERS MATCHES "fuzzer-no-link")
         add_executable(${name})
         target_link_libraries(${name} PRIVATE ${name}_harness ${arg_MUTATOR})
@@ -89,6 +98,7 @@ function(yestermark_fuzzer name)
     endif()
     add_executable(${name}_replay)
     target_link_libraries(${name}_replay PRIVATE ${name}_harness fuzz_replay)
+    only_with_tests(${name}_replay)
     set_target_properties(${name}_replay PROPERTIES
         RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests")
     add_test(NAME fuzzcorpustest-${name}
