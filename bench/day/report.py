@@ -132,8 +132,9 @@ def _tell_frames(figures, day, rows):
 
 
 def _was_kept(state, rows):
-    """Whether a frame was kept while the word stood there. Frames bear whole seconds."""
-    return any(state.shown_at - 1 <= moment <= state.hidden_at for _, moment, _ in rows)
+    """Whether a frame was kept while the word stood there. Frames bear whole seconds: one of the
+    second in which the word came or went may be of before or after."""
+    return any(state.shown_at <= moment <= state.hidden_at - 1 for _, moment, _ in rows)
 
 
 def _tell_markers(figures, day, rows):
@@ -142,7 +143,7 @@ def _tell_markers(figures, day, rows):
     found = sum(bool(frames) for frames in hits.values())
     figures.tell(f"screen states found by their word ({found} of {len(states)})",
                  100 * found / max(1, len(states)), "%", at_least=98)
-    kept = [state for state in states if _was_kept(state, rows)]
+    kept = [state for state in states if hits[state.word] or _was_kept(state, rows)]
     read = sum(bool(hits[state.word]) for state in kept)
     figures.tell(f"    of those with a frame of their own ({read} of {len(kept)})",
                  100 * read / max(1, len(kept)), "%")
@@ -167,7 +168,7 @@ def _tell_markers(figures, day, rows):
                                        for _, found_at, frame in arrived), "s")
     found_at = {state.word: moment for state, moment, _ in arrived}
     return [{**dataclasses.asdict(state), "found": bool(hits[state.word]),
-             "kept": _was_kept(state, rows),
+             "kept": state in kept,
              "searchable_s": found_at[state.word] - state.shown_at
              if state.word in found_at else None} for state in states]
 

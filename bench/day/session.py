@@ -28,13 +28,16 @@ from texts import subjects
 from words import Words
 
 SEED = 20240305
-SETTLED_S = 4.0       # the runtime has been quiet for so long
+SETTLED_S = 7.0       # the runtime has been quiet for so long; frames are at least 5 s apart
 SETTLE_PATIENCE_S = 240
 SETTINGS = (
     # Else it fetches a list of advertisers, from the network.
     ("org.gnome.Epiphany.web:/org/gnome/epiphany/web/", "enable-adblock", "false"),
     ("org.gnome.Epiphany", "ask-for-default", "false"),
     ("org.xfce.mousepad.preferences.view", "word-wrap", "true"),
+    # Else the editor of a later scene asks for the texts of one that was ended, and takes the first
+    # keys for the answer.
+    ("org.xfce.mousepad.preferences.file", "autosave-timer", "0"),
 )
 
 
