@@ -1,5 +1,5 @@
 """Small wrong changes of a C++ source, such as a slip of the hand would make, each behind a switch of
-mutationswitch.h, so that all of them are compiled at once."""
+switch.h, so that all of them are compiled at once."""
 
 import bisect
 import re

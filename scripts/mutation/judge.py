@@ -1,4 +1,4 @@
-"""mutationjudge.py CATALOGUE MINUTES JOBS PROGRAM...: runs test programs with one change on at a time.
+"""judge.py CATALOGUE MINUTES JOBS PROGRAM...: runs test programs with one change on at a time.
 
 For scripts/mutate, inside the world that the tests run in. The catalogue names source, line, change
 and text for each number."""

@@ -1,5 +1,5 @@
 #pragma once
-// The switches of mutations.py: every small wrong change of a source is compiled in at once, and
+// The switches of changes.py: every small wrong change of a source is compiled in at once, and
 // the environment tells which one is on. Where MUTATIONS_REACHED names a file, the number of each
 // switch that is passed is written to it, once a process. Any thread. Only scripts/mutate includes
 // this.
