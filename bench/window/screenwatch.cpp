@@ -12,6 +12,8 @@ namespace
 constexpr int rowsLookedAt = 4;
 constexpr int coloursOfAPage = 24;
 constexpr int edgesOfAText = 60;
+constexpr int textRows = 60;   // as high as a gap between two paragraphs and a line
+constexpr int textRowStep = 5; // less than a letter's height
 constexpr quint32 colourBits = 0x00ffffff;
 
 struct Freer {
@@ -26,6 +28,15 @@ int distance(quint32 one, quint32 other)
         sum += std::abs(int(one >> shift & 0xff) - int(other >> shift & 0xff));
     }
     return sum;
+}
+// In its middle half.
+bool hasText(const QVector<quint32> &pixels)
+{
+    int edges = 0;
+    for (int pixel = pixels.size() / 4 + 1; pixel < pixels.size() * 3 / 4; ++pixel) {
+        edges += distance(pixels.at(pixel), pixels.at(pixel - 1)) > 48 ? 1 : 0;
+    }
+    return edges >= edgesOfAText;
 }
 } // namespace
 
@@ -86,10 +97,10 @@ bool ScreenWatch::isPainted() const
 
 bool ScreenWatch::hasPicture() const
 {
-    const QVector<quint32> now = row(m_height / 2);
-    int edges = 0;
-    for (int pixel = m_width / 4 + 1; pixel < m_width * 3 / 4; ++pixel) {
-        edges += distance(now.at(pixel), now.at(pixel - 1)) > 48 ? 1 : 0;
+    for (int y = 0; y < textRows; y += textRowStep) {
+        if (hasText(row(m_height / 2 + y))) {
+            return true;
+        }
     }
-    return edges >= edgesOfAText;
+    return false;
 }

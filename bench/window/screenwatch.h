@@ -21,7 +21,7 @@ public:
     /// and there are as many colours as no empty window has.
     bool isPainted() const;
 
-    /// Whether there is a picture with text in the middle: its lines have many edges.
+    /// Whether there is a picture with text about the middle: its lines have many edges.
     bool hasPicture() const;
 
 private:
