@@ -9,13 +9,35 @@
 #include <QDir>
 #include <QRegularExpression>
 
+#include <algorithm>
+
 namespace
 {
 constexpr double GB_PER_MIB = 0.0009765625;
 
-QFileInfoList foldersIn(const QString &path)
+enum class End { First, Last };
+
+// By name, from that end.
+QFileInfoList foldersIn(const QString &path, End end)
 {
-    return QDir(path).entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot);
+    QFileInfoList folders = QDir(path).entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot);
+    if (end == End::Last) {
+        std::reverse(folders.begin(), folders.end());
+    }
+    return folders;
+}
+
+// The day that is not empty and next to that end; what lies between costs nothing.
+QString dayAt(const QString &root, End end)
+{
+    for (const QFileInfo &month : foldersIn(root, end)) {
+        for (const QFileInfo &day : foldersIn(month.absoluteFilePath(), end)) {
+            if (!QDir(day.absoluteFilePath()).isEmpty()) {
+                return day.completeBaseName();
+            }
+        }
+    }
+    return {};
 }
 } // namespace
 
@@ -81,25 +103,12 @@ QString DataHandler::screenshotsRoot() const
 
 QStringList DataHandler::getFirstAndLastDay()
 {
-    QStringList days{QString(), QString()};
     const QString root = screenshotsRoot();
     if (!QDir(root).exists()) {
         qWarning() << root << "not exist !";
-        return days;
+        return {QString(), QString()};
     }
-    for (const QFileInfo &month : foldersIn(root)) {
-        for (const QFileInfo &day : foldersIn(month.absoluteFilePath())) {
-            if (QDir(day.absoluteFilePath()).isEmpty()) {
-                continue;
-            }
-            const QString name = day.completeBaseName();
-            if (days.first().isEmpty()) {
-                days.first() = name;
-            }
-            days.last() = name;
-        }
-    }
-    return days;
+    return {dayAt(root, End::First), dayAt(root, End::Last)};
 }
 
 bool DataHandler::isValidDayFormat(const QString &day)
