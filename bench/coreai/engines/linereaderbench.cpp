@@ -79,13 +79,13 @@ void measureFirstLine(const QString &program)
           "ms", goalFirstLine);
 }
 
-void measureEngine(LineEngine wanted)
+void measureEngine(LineEngine wanted, const QByteArray &kind = {})
 {
     const ModelFolders models = ModelFolders::standard();
     const double before = residentBytes();
     std::unique_ptr<LineRecognizer> engine;
     const double load = Bench::milliseconds([&] { engine = loadLineRecognizer(models, wanted); });
-    const QByteArray name = QByteArray::fromStdString(engine->name());
+    const QByteArray name = QByteArray::fromStdString(engine->name()) + kind;
     print(name + ": load", load, "ms");
     for (const int columns : {24, 60, 120, 240, 480, 960, 1900}) {
         const cv::Mat line = lineOf(columns);
@@ -118,7 +118,8 @@ int main(int argc, char **argv)
         return firstLine();
     }
     measureFirstLine(QCoreApplication::applicationFilePath());
-    measureEngine(LineEngine::Automatic);
+    measureEngine(LineEngine::OpenVinoFloats, ", floats");
+    measureEngine(LineEngine::OpenVinoIntegers, ", integers");
     measureEngine(LineEngine::Tesseract);
     return 0;
 }

@@ -18,17 +18,32 @@ namespace coreai
 namespace
 {
 #ifdef YESTERMARK_OPENVINO
-std::unique_ptr<LineRecognizer> loadOpenVino(const ModelFolders &models, QString &whyNot)
+OpenVinoLineRecognizer::Arithmetic arithmeticOf(LineEngine wanted)
+{
+    using Arithmetic = OpenVinoLineRecognizer::Arithmetic;
+    switch (wanted) {
+    case LineEngine::OpenVinoFloats:
+        return Arithmetic::Floats;
+    case LineEngine::OpenVinoIntegers:
+        return Arithmetic::Integers;
+    default:
+        return Arithmetic::OfProcessor;
+    }
+}
+
+std::unique_ptr<LineRecognizer> loadOpenVino(const ModelFolders &models, LineEngine wanted,
+                                             QString &whyNot)
 {
     const QString file = models.find(lineModelFile);
     if (file.isEmpty()) {
         whyNot = lineModelFile + QStringLiteral(" is missing");
         return nullptr;
     }
-    return OpenVinoLineRecognizer::load(file, whyNot);
+    return OpenVinoLineRecognizer::load(file, whyNot, arithmeticOf(wanted));
 }
 #else
-std::unique_ptr<LineRecognizer> loadOpenVino(const ModelFolders & /*models*/, QString &whyNot)
+std::unique_ptr<LineRecognizer> loadOpenVino(const ModelFolders & /*models*/, LineEngine /*wanted*/,
+                                             QString &whyNot)
 {
     whyNot = QStringLiteral("built without OpenVINO");
     return nullptr;
@@ -65,8 +80,8 @@ std::unique_ptr<LineRecognizer> loadLineRecognizer(const ModelFolders &models, L
     std::unique_ptr<LineRecognizer> engine;
     QStringList reasons;
     QString whyNot;
-    if (wanted == LineEngine::Automatic || wanted == LineEngine::OpenVino) {
-        engine = loadOpenVino(models, whyNot);
+    if (wanted != LineEngine::Tesseract && wanted != LineEngine::None) {
+        engine = loadOpenVino(models, wanted, whyNot);
         if (!engine) {
             reasons << whyNot;
         }

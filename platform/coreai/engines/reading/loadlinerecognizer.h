@@ -13,7 +13,9 @@ class ModelFolders;
 
 enum class LineEngine {
     Automatic, // the first of those below that can be loaded
-    OpenVino,
+    OpenVino,  // in the arithmetic that is quicker here
+    OpenVinoFloats,
+    OpenVinoIntegers,
     Tesseract,
     None,
 };

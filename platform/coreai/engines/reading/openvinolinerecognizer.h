@@ -14,8 +14,16 @@ namespace coreai
 class OpenVinoLineRecognizer : public LineRecognizer
 {
 public:
+    enum class Arithmetic {
+        OfProcessor, // the quicker one here
+        Floats,
+        Integers, // of 8 bits, but for the layers that see the picture itself
+    };
+
     // Null where the file is no such model; `whyNot` then tells it in a few words.
-    static std::unique_ptr<OpenVinoLineRecognizer> load(const QString &modelFile, QString &whyNot);
+    static std::unique_ptr<OpenVinoLineRecognizer>
+    load(const QString &modelFile, QString &whyNot,
+         Arithmetic arithmetic = Arithmetic::OfProcessor);
     ~OpenVinoLineRecognizer() override;
 
     LineText read(const cv::Mat &line) override;

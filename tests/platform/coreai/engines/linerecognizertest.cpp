@@ -38,6 +38,7 @@ private Q_SLOTS:
     void initTestCase();
     void linesAreReadRight_data();
     void linesAreReadRight();
+    void oneOfTheTwoArithmeticsIsTaken();
     void aSureLineSaysSo();
     void theSameBitmapGivesTheSameTextWhateverWasReadBetween();
     void linesReadSideBySideHaveTheTextOfEachAlone();
@@ -54,6 +55,8 @@ private Q_SLOTS:
 
 private:
     std::unique_ptr<LineRecognizer> m_engine;
+    std::unique_ptr<LineRecognizer> m_floats;
+    std::unique_ptr<LineRecognizer> m_integers;
 };
 
 void LineRecognizerTest::initTestCase()
@@ -62,6 +65,8 @@ void LineRecognizerTest::initTestCase()
     if (m_engine->name() != "PP-OCRv6 small") {
         QSKIP("the line model or OpenVINO is not there (scripts/setup brings both)");
     }
+    m_floats = loadLineRecognizer(ModelFolders::standard(), LineEngine::OpenVinoFloats);
+    m_integers = loadLineRecognizer(ModelFolders::standard(), LineEngine::OpenVinoIntegers);
 }
 
 void LineRecognizerTest::linesAreReadRight_data()
@@ -112,7 +117,17 @@ void LineRecognizerTest::linesAreReadRight()
     QFETCH(QColor, paper);
     QFETCH(QString, family);
     const cv::Mat line = bitmapOf(drawn({text, pixelSize, ink, paper, family}));
-    QCOMPARE(told(m_engine->read(line)), text);
+    QCOMPARE(told(m_floats->read(line)), text);
+    QCOMPARE(told(m_integers->read(line)), text);
+}
+
+void LineRecognizerTest::oneOfTheTwoArithmeticsIsTaken()
+{
+    const float taken = m_engine->read(english16()).confidence;
+    const float floats = m_floats->read(english16()).confidence;
+    const float integers = m_integers->read(english16()).confidence;
+    QVERIFY(floats != integers);
+    QVERIFY(taken == floats || taken == integers);
 }
 
 void LineRecognizerTest::aSureLineSaysSo()
