@@ -38,6 +38,7 @@ SETTINGS = (
     # Else the editor of a later scene asks for the texts of one that was ended, and takes the first
     # keys for the answer.
     ("org.xfce.mousepad.preferences.file", "autosave-timer", "0"),
+    ("org.xfce.mousepad.preferences.file", "session-restore", "never"),
 )
 
 
