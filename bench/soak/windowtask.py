@@ -5,7 +5,7 @@ accessibility bus of a session that has ended leaves nothing usable behind in on
 import pathlib
 import sys
 
-sys.path.insert(0, str(pathlib.Path(__file__).parents[2] / "scripts"))
+sys.path.insert(0, str(pathlib.Path(__file__).parents[2] / "scripts" / "demonstration"))
 
 import controls  # noqa: E402  the path comes first
 from controls import hands  # noqa: E402
