@@ -210,7 +210,9 @@ void QuantizationTest::anEmptyRangeIsLeftOut()
 void QuantizationTest::everyRangeIsOfALayerOfTheLineModel()
 {
     const QString file = ModelFolders::standard().find(lineModelFile);
-    QVERIFY(!file.isEmpty());
+    if (file.isEmpty()) {
+        QSKIP("the line model is not there (scripts/setup brings it)");
+    }
     ov::Core core;
     const std::shared_ptr<ov::Model> model = core.read_model(QFile::encodeName(file).toStdString());
     QVERIFY(!lineRanges.empty());
