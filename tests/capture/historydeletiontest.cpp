@@ -1,25 +1,18 @@
-// Removing stored frames from disk, measuring what they occupy, reading one of them back. Videos,
-// rows and vectors are real.
+// Removing stored frames from disk, and measuring what they occupy. Videos, rows and vectors are
+// real.
 
-#include "ai/aiabilityprovider.h"
-#include "ai/coreaidouble/coreaidouble.h"
-#include "capture/capturefixture.h"
-#include "capture/screenhistorytracker.h"
 #include "database/databasemanager.h"
 #include "database/storedhistory.h"
-#include "desktopbridge/fake/fakedesktop.h"
 #include "support/fakeclock.h"
 #include "support/logcapture.h"
 #include "support/pictures.h"
+#include "trackerfixture.h"
 #include "video/videocomposer.h"
 
 #include <QDir>
 #include <QSemaphore>
 #include <QSignalSpy>
 #include <QTest>
-#include <QThread>
-
-#include <memory>
 
 using CaptureFixture::filesIn;
 using CaptureFixture::storedRows;
@@ -29,9 +22,6 @@ using StoredHistory::picturesIn;
 
 namespace
 {
-constexpr int encodingMs = 60000; // on a busy machine, under a sanitizer
-constexpr int secondsBetweenFrames = 5;
-
 QVector<int> numbers(int first, int last)
 {
     QVector<int> list;
@@ -47,15 +37,11 @@ QString quoted(const QString &text)
 }
 } // namespace
 
-class TestHistoryDeletion : public QObject
+class TestHistoryDeletion : public TrackerFixture
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
-
     void anHourWithoutFramesLeavesTheBatchAndTheCounters();
     void aRangeFromTheMiddleOfAVideoShortensItAndRemovesTheLaterOnes();
     void theFirstFrameOfTheRangeStaysInItsFile();
@@ -82,81 +68,14 @@ private Q_SLOTS:
     void aCeilingThatTakesTodayLosesNoNewFrame();
     void sizesAreAddedUpThroughAllFolders();
     void aMissingDirectoryHasNoSize();
-    void aFrameOfTheOpenBatchIsReadFromMemory();
-    void aFrameOfTheOpenBatchCanBeGivenToTheKernel();
-    void aFrameBeyondTheOpenBatchIsRefused_data();
-    void aFrameBeyondTheOpenBatchIsRefused();
-    void aFrameOfAStoredVideoIsReadFromItsFile();
-    void theFrameReadLastIsKept();
-    void aFailedReadLeavesTheFormerPicture();
-    void aFailedReadOfAFileIsNotMadeAgain();
-    void aReadThatIsGivenUpIsNotRemembered();
     void aClockSetBackWhileRecordingHarmsNothing_data();
     void aClockSetBackWhileRecordingHarmsNothing();
     void deletingAllEndsTheStateOfAClockSetBack_data();
     void deletingAllEndsTheStateOfAClockSetBack();
 
 private:
-    void start() { m_tracker = std::make_unique<ScreenHistoryTracker>(); }
-    void keep(int count);
-    void closeVideo();
     void addClockRows();
-    int readNumber(const QString &video, uint index);
-
-    std::unique_ptr<FakeDesktop> m_desktop;
-    std::unique_ptr<CaptureFixture::Application> m_application;
-    std::unique_ptr<ScreenHistoryTracker> m_tracker;
-    const QDateTime m_now{QDate(2024, 3, 15), QTime(14, 0)};
-    int m_next = 0;
 };
-
-void TestHistoryDeletion::initTestCase()
-{
-    StoredHistory::openVectorStore();
-    QTRY_VERIFY_WITH_TIMEOUT(
-        !AIAbilityProvider::getInstance()->embeddingImage(Pictures::numbered(0)).isEmpty(), 20000);
-    m_application =
-        std::make_unique<CaptureFixture::Application>(CaptureFixture::Application::FileManager);
-    m_desktop = std::make_unique<FakeDesktop>();
-    m_desktop->setActivePid(m_application->pid());
-}
-
-void TestHistoryDeletion::init()
-{
-    FakeClock::freeze(m_now);
-    StoredHistory::eraseEverything();
-    m_next = 0;
-}
-
-void TestHistoryDeletion::cleanup()
-{
-    m_tracker.reset();
-    FakeClock::reset();
-}
-
-void TestHistoryDeletion::keep(int count)
-{
-    for (int frame = 0; frame < count; ++frame) {
-        m_tracker->screenshotReady(Pictures::numbered(++m_next));
-        FakeClock::advance(secondsBetweenFrames);
-    }
-}
-
-void TestHistoryDeletion::closeVideo()
-{
-    const QString video = pathOf(storedRows().last().videoName);
-    m_tracker->convertRemainedImagesToVideo();
-    m_tracker->resetVideoStates();
-    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(video) &&
-                                 filesIn(todayDirectory(), QStringLiteral("*.png")).isEmpty(),
-                             encodingMs);
-}
-
-int TestHistoryDeletion::readNumber(const QString &video, uint index)
-{
-    const QImage image = m_tracker->getImageFromVideoFile(video, index);
-    return image.isNull() ? -1 : Pictures::numberOf(image);
-}
 
 void TestHistoryDeletion::anHourWithoutFramesLeavesTheBatchAndTheCounters()
 {
@@ -588,114 +507,6 @@ void TestHistoryDeletion::aMissingDirectoryHasNoSize()
              QStringList(QStringLiteral("Directory does not exist: \"/no/such/place\"")));
     QVERIFY(!QDir(StoredHistory::root()).exists());
     QCOMPARE(m_tracker->getScreenshotsStorageSize(), quint64(0));
-}
-
-void TestHistoryDeletion::aFrameOfTheOpenBatchIsReadFromMemory()
-{
-    start();
-    keep(3);
-    const QString video = storedRows().first().videoName;
-    QDir(todayDirectory()).removeRecursively();
-    QCOMPARE(m_tracker->getImageFromVideoFile(video, 2), Pictures::numbered(2));
-    QCOMPARE(m_tracker->getImageFromVideoFile(QLatin1String("/anywhere/") + video, 3),
-             Pictures::numbered(3));
-}
-
-void TestHistoryDeletion::aFrameOfTheOpenBatchCanBeGivenToTheKernel()
-{
-    start();
-    keep(2);
-    const QImage frame = m_tracker->getImageFromVideoFile(storedRows().first().videoName, 1);
-    QFile file(QDir::home().filePath(QStringLiteral("pixels")));
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
-    QCOMPARE(file.write(reinterpret_cast<const char *>(frame.constBits()), frame.sizeInBytes()),
-             frame.sizeInBytes());
-    QVERIFY(file.remove());
-}
-
-void TestHistoryDeletion::aFrameBeyondTheOpenBatchIsRefused_data()
-{
-    QTest::addColumn<uint>("index");
-    QTest::newRow("one too many") << 4U;
-    QTest::newRow("none") << 0U;
-    QTest::newRow("no number at all") << 0xffffffffU;
-}
-
-void TestHistoryDeletion::aFrameBeyondTheOpenBatchIsRefused()
-{
-    QFETCH(uint, index);
-    start();
-    keep(3);
-    const LogCapture log;
-    QVERIFY(m_tracker->getImageFromVideoFile(storedRows().first().videoName, index).isNull());
-    // The frames kept before may still be read, which warns that they hold no text.
-    QCOMPARE(log.texts(QtWarningMsg).count(QStringLiteral("requested frame index is out of range")),
-             1);
-}
-
-void TestHistoryDeletion::aFrameOfAStoredVideoIsReadFromItsFile()
-{
-    const QString yesterday = StoredHistory::store({m_now.addDays(-1), 12, 5, 1, 1});
-    const QString today = StoredHistory::store({m_now.addSecs(-600), 12, 5, 101, 1});
-    start();
-    for (const int index : {1, 2, 12, 11, 5}) {
-        QCOMPARE(readNumber(yesterday, static_cast<uint>(index)), index);
-        QCOMPARE(readNumber(today, static_cast<uint>(index)), 100 + index);
-    }
-    QCOMPARE(readNumber(today, 13), -1);
-    QCOMPARE(readNumber(QStringLiteral("2024-03-15_00-00-00.mp4"), 1), -1);
-}
-
-void TestHistoryDeletion::theFrameReadLastIsKept()
-{
-    const QString video = StoredHistory::store({m_now.addSecs(-600), 3});
-    start();
-    QCOMPARE(readNumber(video, 2), 2);
-    m_tracker->deleteAllVideos();
-    QVERIFY(!QFile::exists(pathOf(video)));
-    QCOMPARE(readNumber(video, 2), 2);
-}
-
-// The thread of a search that was asked to stop.
-void TestHistoryDeletion::aReadThatIsGivenUpIsNotRemembered()
-{
-    const QString video = StoredHistory::store({m_now.addSecs(-600), 3});
-    start();
-    QCOMPARE(readNumber(video, 1), 1);
-    int number = 0;
-    const std::unique_ptr<QThread> search(QThread::create([&] {
-        QThread::currentThread()->requestInterruption();
-        number = readNumber(video, 2);
-    }));
-    search->start();
-    QVERIFY(search->wait(encodingMs));
-    QCOMPARE(number, -1);
-    QCOMPARE(readNumber(video, 2), 2);
-}
-
-void TestHistoryDeletion::aFailedReadLeavesTheFormerPicture()
-{
-    start();
-    keep(3);
-    const QString video = storedRows().first().videoName;
-    QCOMPARE(readNumber(video, 2), 2);
-    QCOMPARE(readNumber(video, 9), -1);
-    const LogCapture log;
-    QCOMPARE(readNumber(video, 9), 2); // asked for again it gives what was read before
-    QVERIFY(!log.contains(QtWarningMsg, QStringLiteral("out of range")));
-}
-
-void TestHistoryDeletion::aFailedReadOfAFileIsNotMadeAgain()
-{
-    const QString video = StoredHistory::store({m_now.addSecs(-600), 3});
-    const QString hidden = pathOf(video) + QLatin1String(".hidden");
-    QVERIFY(QFile::rename(pathOf(video), hidden));
-    start();
-    QCOMPARE(readNumber(video, 2), -1);
-    QVERIFY(QFile::rename(hidden, pathOf(video)));
-    QCOMPARE(readNumber(video, 2), -1); // what the failed read gave
-    QCOMPARE(readNumber(video, 3), 3);
-    QCOMPARE(readNumber(video, 2), 2);
 }
 
 void TestHistoryDeletion::addClockRows()
