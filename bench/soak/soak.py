@@ -119,6 +119,9 @@ class Soak:
                 self._picture(f"window-{len(self.violations)}.png")
                 self.violated(f"the window could not be used: {task[0]}, "
                               f"{str(error.stderr)[-200:]}")
+                for way_out in ("leave", "minimize"):
+                    subprocess.run([_WINDOW_TASK, way_out], capture_output=True, check=False,
+                                   timeout=_WINDOW_PATIENCE_S)
                 return None
 
     def _picture(self, name):

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""windowtask.py search WORD | erase | adjust | minimize: does that in the program's window, which
-is shown, with real mouse and keys. Prints what a search found. A process of its own, as the
+"""windowtask.py search WORD | erase | leave | adjust | minimize: does that in the program's window,
+which is shown, with real mouse and keys. Prints what a search found. A process of its own, as the
 accessibility bus of a session that has ended leaves nothing usable behind in one that knew it."""
 import pathlib
 import sys
@@ -10,6 +10,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).parents[2] / "scripts" / "demonstr
 import controls  # noqa: E402  the path comes first
 from controls import hands  # noqa: E402
 
+QUESTION = "Are you sure you want to delete all data? After deletion, it cannot be restored."
 NOTHING = "We couldn't find the results you were looking for"
 
 
@@ -31,8 +32,18 @@ def erase():
     controls.click("Button_menu")
     controls.click("MenuItem_settings")
     controls.click("Button_deleteAllData")
+    controls.find(QUESTION)  # the settings behind it have a button of the same name
     controls.click("Button_confirm")
-    hands("sleep", "1", "key", "Escape")
+    hands("sleep", "1")
+    leave()
+
+
+def leave():
+    """Closes what stands open above the window, so that the next task finds it as it is at first."""
+    for _ in range(3):
+        if controls.is_shown("Button_cancel"):
+            controls.click("Button_cancel")
+            hands("sleep", "0.5")
 
 
 def adjust():
@@ -44,5 +55,5 @@ def minimize():
     controls.click("Button_minimize")
 
 
-tasks = {"search": search, "erase": erase, "adjust": adjust, "minimize": minimize}
+tasks = {"search": search, "erase": erase, "leave": leave, "adjust": adjust, "minimize": minimize}
 tasks[sys.argv[1]](*sys.argv[2:])
