@@ -32,8 +32,7 @@ def erase():
     controls.click("Button_menu")
     controls.click("MenuItem_settings")
     controls.click("Button_deleteAllData")
-    controls.find(QUESTION)  # the settings behind it have a button of the same name
-    controls.click("Button_confirm")
+    controls.click("Button_confirm", beside=QUESTION)  # the settings behind it have one, too
     hands("sleep", "1")
     leave()
 

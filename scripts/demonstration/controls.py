@@ -34,41 +34,44 @@ def _shown_below(node):
             yield from _shown_below(child)
 
 
-def _look_for(name):
-    """The shown control of that name, the newest window first; None if there is none."""
+def _look_for(names, beside):
+    """The shown control of one of the names, the newest window first; where BESIDE is given, the first
+    one behind that. None if there is none."""
     for application in _children(Atspi.get_desktop(0)):
         if application.get_name() != APPLICATION:
             continue
         for window in reversed(_children(application)):
+            is_behind = beside is None
             for node in [window, *_shown_below(window)]:
-                if node.get_name() == name and _is_shown(node):
+                if is_behind and node.get_name() in names and _is_shown(node):
                     return node
+                is_behind = is_behind or node.get_name() == beside
     return None
 
 
-def _shown(name):
+def _shown(name, beside=None):
     """What is called NAME at this moment, with the program's prefix or without; None if nothing."""
     try:
-        return _look_for(f"{APPLICATION}_{name}") or _look_for(name)
+        return _look_for((f"{APPLICATION}_{name}", name), beside)
     except GLib.Error:
         return None  # the tree changed under the walk
 
 
-def first_shown(*names):
+def first_shown(*names, beside=None):
     """The first of the controls, windows or texts of these names that is shown, and its name. Ends
     the script if none comes."""
     deadline = time.monotonic() + PATIENCE_S
     while time.monotonic() < deadline:
         for name in names:
-            if found := _shown(name):
+            if found := _shown(name, beside):
                 return found, name
         time.sleep(0.1)
     sys.exit(f"not shown: {', '.join(names)}")
 
 
-def find(name):
-    """The control, window or text of that name, once it is shown."""
-    return first_shown(name)[0]
+def find(name, beside=None):
+    """The control, window or text of that name, once it is shown; that behind BESIDE."""
+    return first_shown(name, beside=beside)[0]
 
 
 def is_shown(name):
@@ -76,11 +79,11 @@ def is_shown(name):
     return bool(_shown(name))
 
 
-def box(name):
+def box(name, beside=None):
     """(left, top, width, height) of a control on the screen, in pixels, once it stands still."""
     before = None
     while True:
-        extents = Atspi.Component.get_extents(find(name), Atspi.CoordType.SCREEN)
+        extents = Atspi.Component.get_extents(find(name, beside), Atspi.CoordType.SCREEN)
         now = (extents.x, extents.y, extents.width, extents.height)
         if now == before:
             return now
@@ -98,8 +101,8 @@ def point_at(x, y):
     hands("mousemove", x - 3, y, "sleep", "0.05", "mousemove", x, y)
 
 
-def click(name):
-    left, top, width, height = box(name)
+def click(name, beside=None):
+    left, top, width, height = box(name, beside)
     point_at(left + width // 2, top + height // 2)
     hands("click", 1)
 
