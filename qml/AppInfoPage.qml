@@ -14,11 +14,13 @@ Item {
         onMinimizeStateChosen: root.curMinimizeBtnCheckedState = minimize
         onDeleteAllDataRequested: deleteAllDataPage.visible = true
         onDone: root.page.settingsPageVisible = false
-    }
 
-    DeleteAllDataPage {
-        id: deleteAllDataPage
-        timeAxis: root.timeAxis
+        // Within, so that the question belongs to the settings' window: of two dialogs of the main
+        // window a desktop may show either on top.
+        DeleteAllDataPage {
+            id: deleteAllDataPage
+            timeAxis: root.timeAxis
+        }
     }
 
     AboutPage {

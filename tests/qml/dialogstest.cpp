@@ -369,6 +369,7 @@ void DialogsTest::deletionInOrder()
     PagesFixture::click(find("Button_deleteAllData"));
     QQuickWindow *page = PagesFixture::dialog(QStringLiteral("Delete All Data"));
     QVERIFY(page);
+    QCOMPARE(page->transientParent(), PagesFixture::dialog(QStringLiteral("Settings")));
     QCOMPARE(page->width(), 424);
     QStringList texts = PagesFixture::texts(page);
     QCOMPARE(texts, QStringList({deletionQuestion, "Cancel", "Confirm"}));
