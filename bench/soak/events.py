@@ -84,7 +84,7 @@ def clock_set_back(soak):
     soak.clock_was_back(right.timestamp() - BACK_S, soak.clock.now())
     soak.set_clock(right + datetime.timedelta(seconds=(time.monotonic() - begun + 5) *
                                               soak.clock.rate))
-    soak.in_the_window("adjust")
+    soak.in_the_window("adjust", shown_first=True)  # others' windows may lie above it by now
     setting("recording-memory", "true")
 
 
