@@ -14,13 +14,11 @@ Item {
         onMinimizeStateChosen: root.curMinimizeBtnCheckedState = minimize
         onDeleteAllDataRequested: deleteAllDataPage.visible = true
         onDone: root.page.settingsPageVisible = false
+    }
 
-        // Within, so that the question belongs to the settings' window: of two dialogs of the main
-        // window a desktop may show either on top.
-        DeleteAllDataPage {
-            id: deleteAllDataPage
-            timeAxis: root.timeAxis
-        }
+    DeleteAllDataPage {
+        id: deleteAllDataPage
+        timeAxis: root.timeAxis
     }
 
     AboutPage {

@@ -1,7 +1,7 @@
 // The frame of every dialog: rounded where the desktop can, moved by its top strip, closed by Esc,
 // confirmed by Enter unless a button has the focus.
 import QtQuick 2.12
-import QtQuick.Window 2.12
+import QtQuick.Window 2.13
 
 Window {
     id: root
@@ -10,6 +10,7 @@ Window {
     property Item firstFocus
     property int stripHeight: 36
     property bool moved: false
+    property QtObject owner // the window that it belongs to when no dialog is open
 
     signal confirmed
     signal dismissed
@@ -19,8 +20,13 @@ Window {
     color: "transparent"
 
     onVisibleChanged: {
-        if (!visible)
+        if (!visible) {
+            if (owner)
+                transientParent = owner // above one that is hidden it could not be shown again
             return
+        }
+        owner = transientParent
+        transientParent = OpenDialogs.enter(root) || owner
         moved = false
         centre()
         requestActivate()

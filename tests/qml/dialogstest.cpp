@@ -14,6 +14,8 @@ private Q_SLOTS:
     void texts();
     void areModalAndFrameless_data();
     void areModalAndFrameless();
+    void belongToTheDialogThatIsOpen_data();
+    void belongToTheDialogThatIsOpen();
     void escapeCloses_data();
     void escapeCloses();
     void closeRequestsOfTheDesktopClose_data();
@@ -161,6 +163,34 @@ void DialogsTest::areModalAndFrameless()
     QVERIFY(dialog->title() != QLatin1String("Yestermark")); // the main window is found by that
     const QPoint centre = dialog->geometry().center() - dialog->screen()->geometry().center();
     QVERIFY(centre.manhattanLength() < 4);
+}
+
+void DialogsTest::belongToTheDialogThatIsOpen_data()
+{
+    addDialogs();
+}
+
+// A desktop may show either of two dialogs of one window on top, whichever blocks the other.
+void DialogsTest::belongToTheDialogThatIsOpen()
+{
+    QFETCH(QByteArray, flag);
+    QFETCH(QByteArray, title);
+    PagesFixture pages;
+    const QByteArray otherFlag =
+        flag == "settingsPageVisible" ? "closeBtnPopUpVisible" : "settingsPageVisible";
+    const QByteArray otherTitle =
+        flag == "settingsPageVisible" ? "Please select the state after closing:" : "Settings";
+    QQuickWindow *first = open(&pages, otherFlag, otherTitle);
+    QVERIFY(first);
+    QCOMPARE(first->transientParent(), &pages.view);
+    QQuickWindow *second = open(&pages, flag, title);
+    QVERIFY(second);
+    QCOMPARE(second->transientParent(), first);
+
+    pages.root()->setProperty(flag, false);
+    pages.root()->setProperty(otherFlag, false);
+    QCOMPARE(open(&pages, flag, title), second);
+    QCOMPARE(second->transientParent(), &pages.view);
 }
 
 void DialogsTest::escapeCloses_data()
@@ -369,7 +399,6 @@ void DialogsTest::deletionInOrder()
     PagesFixture::click(find("Button_deleteAllData"));
     QQuickWindow *page = PagesFixture::dialog(QStringLiteral("Delete All Data"));
     QVERIFY(page);
-    QCOMPARE(page->transientParent(), PagesFixture::dialog(QStringLiteral("Settings")));
     QCOMPARE(page->width(), 424);
     QStringList texts = PagesFixture::texts(page);
     QCOMPARE(texts, QStringList({deletionQuestion, "Cancel", "Confirm"}));
