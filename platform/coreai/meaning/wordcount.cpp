@@ -1,5 +1,7 @@
 #include "coreai/meaning/wordcount.h"
 
+#include "coreai/meaning/syllables.h"
+
 #include <QChar>
 #include <QString>
 #include <QVector>
@@ -10,19 +12,6 @@ namespace
 {
 constexpr int lettersOfWord = 3;
 constexpr double wordsOfSyllable = 0.5;
-
-bool isSyllable(uint character)
-{
-    switch (QChar::script(character)) {
-    case QChar::Script_Han:
-    case QChar::Script_Hiragana:
-    case QChar::Script_Katakana:
-    case QChar::Script_Hangul:
-        return true;
-    default:
-        return false;
-    }
-}
 } // namespace
 
 double wordCount(const std::string &utf8)

@@ -1,5 +1,7 @@
 #include "coreai/engines/meaning/meaningtext.h"
 
+#include "coreai/meaning/syllables.h"
+
 #include <QChar>
 #include <QString>
 #include <QVector>
@@ -18,19 +20,6 @@ constexpr int lettersOfIdeograph = 3;
 bool isIdeograph(uint character)
 {
     return QChar::script(character) == QChar::Script_Han;
-}
-
-bool isSyllable(uint character)
-{
-    switch (QChar::script(character)) {
-    case QChar::Script_Han:
-    case QChar::Script_Hiragana:
-    case QChar::Script_Katakana:
-    case QChar::Script_Hangul:
-        return true;
-    default:
-        return false;
-    }
 }
 
 // The text model's tables spell this Arabic ligature out in eighteen letters; its library has room
