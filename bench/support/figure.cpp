@@ -55,6 +55,11 @@ double medianMilliseconds(int rounds, const std::function<void()> &work)
     return median(values);
 }
 
+void Times::measure(const std::function<void()> &work)
+{
+    cpu.push_back(cpuMilliseconds([&] { wall.push_back(milliseconds(work)); }));
+}
+
 void print(const Figure &figure)
 {
     QString line =

@@ -23,6 +23,14 @@ double median(std::vector<double> values);
 /// time in milliseconds.
 double medianMilliseconds(int rounds, const std::function<void()> &work);
 
+/// Wall and CPU times of the same work, call by call, in milliseconds.
+struct Times {
+    std::vector<double> wall;
+    std::vector<double> cpu;
+
+    void measure(const std::function<void()> &work);
+};
+
 struct Figure {
     QString name;       ///< what was measured, with its size, such as "png 1920x1080"
     double value = 0.0; ///< in @a unit

@@ -76,16 +76,6 @@ int codeBare(const QString &file, int frames)
     }
     return done;
 }
-
-struct Times {
-    std::vector<double> wall;
-    std::vector<double> cpu;
-
-    void measure(const std::function<void()> &work)
-    {
-        cpu.push_back(Bench::cpuMilliseconds([&] { wall.push_back(Bench::milliseconds(work)); }));
-    }
-};
 } // namespace
 
 int main(int argumentCount, char *arguments[])
@@ -107,8 +97,8 @@ int main(int argumentCount, char *arguments[])
         }
     }
     const int kept = count - 1;
-    Times shortened;
-    Times bare;
+    Bench::Times shortened;
+    Bench::Times bare;
     bool isComplete = true;
     for (int round = 0; round < ROUNDS; ++round) {
         bare.measure([&] { isComplete = codeBare(whole, kept) == kept && isComplete; });

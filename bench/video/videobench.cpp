@@ -90,16 +90,6 @@ int batchSize(const QSize &size, const char *wish)
     }
     return size.width() * size.height() > 1920 * 1200 ? 20 : 100;
 }
-
-struct Times {
-    std::vector<double> wall;
-    std::vector<double> cpu;
-
-    void measure(const std::function<void()> &work)
-    {
-        cpu.push_back(Bench::cpuMilliseconds([&] { wall.push_back(Bench::milliseconds(work)); }));
-    }
-};
 } // namespace
 
 int main(int argumentCount, char *arguments[])
@@ -117,9 +107,9 @@ int main(int argumentCount, char *arguments[])
     VideoComposer composer(nullptr);
 
     // Turn about, so that a slow spell of the machine meets all of them.
-    Times batch;
-    Times bare;
-    Times conversion;
+    Bench::Times batch;
+    Bench::Times bare;
+    Bench::Times conversion;
     for (int round = 0; round < ROUNDS; ++round) {
         bare.measure([&] { encodeBare(frames, size); });
         batch.measure([&] { composer.convertImagesToVideo(images, file); });

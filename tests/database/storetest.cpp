@@ -3,6 +3,8 @@
 #include "database/dataencryptor.h"
 #include "support/fakeclock.h"
 
+#include <QTest>
+
 void StoreTest::init()
 {
     FakeClock::set(QDateTime(QDate(2024, 3, 15), QTime(12, 0)));
@@ -16,4 +18,11 @@ void StoreTest::cleanup()
     m_log.reset();
     m_home.reset();
     FakeClock::reset();
+}
+
+void StoreTest::cleanupWithoutWarnings()
+{
+    const QStringList warnings = m_log->texts(QtWarningMsg);
+    cleanup();
+    QCOMPARE(warnings, QStringList());
 }

@@ -17,6 +17,9 @@ protected:
     std::unique_ptr<TestStore::Home> m_home;
     std::unique_ptr<LogCapture> m_log;
 
+    /// For stores whose every message belongs on the debug log.
+    void cleanupWithoutWarnings();
+
 protected Q_SLOTS:
     void init();
     void cleanup();

@@ -52,7 +52,23 @@ private Q_SLOTS:
     void theEndOfTheProgramEndsItsSearch();
     void typingFastShowsTheLastTextAlone();
     void anyOrderOfCallsKeepsToOneThread();
+
+private:
+    bool searchUntilStopped(std::atomic<bool> *isDecoding);
 };
+
+/// Begins a search that decodes its first hit until it is stopped, and tells while it does.
+bool SearchCourseTest::searchUntilStopped(std::atomic<bool> *isDecoding)
+{
+    state().decode = [isDecoding](const QString &, unsigned int) {
+        *isDecoding = true;
+        untilStopped();
+        *isDecoding = false;
+        return QImage();
+    };
+    m_facade->info.showTextSearchResult("a");
+    return QTest::qWaitFor([isDecoding] { return isDecoding->load(); }, 20000);
+}
 
 void SearchCourseTest::aSearchIsCancelledInEachPhase_data()
 {
@@ -290,14 +306,7 @@ void SearchCourseTest::aContinuationWithoutATextDoesNothing()
 void SearchCourseTest::theEndOfTheFacadeEndsItsSearch()
 {
     std::atomic<bool> isDecoding{false};
-    state().decode = [&isDecoding](const QString &, unsigned int) {
-        isDecoding = true;
-        untilStopped();
-        isDecoding = false;
-        return QImage();
-    };
-    m_facade->info.showTextSearchResult("a");
-    QTRY_VERIFY_WITH_TIMEOUT(isDecoding, 20000);
+    QVERIFY(searchUntilStopped(&isDecoding));
     m_facade.reset();
     QVERIFY(!isDecoding);
 }
@@ -306,14 +315,7 @@ void SearchCourseTest::theEndOfTheFacadeEndsItsSearch()
 void SearchCourseTest::searchesContinuedWithoutAStopEndTogether()
 {
     std::atomic<bool> isDecoding{false};
-    state().decode = [&isDecoding](const QString &, unsigned int) {
-        isDecoding = true;
-        untilStopped();
-        isDecoding = false;
-        return QImage();
-    };
-    m_facade->info.showTextSearchResult("a");
-    QTRY_VERIFY_WITH_TIMEOUT(isDecoding, 20000);
+    QVERIFY(searchUntilStopped(&isDecoding));
     m_facade->info.continueShowTextSearchResult("a");
     m_facade->info.continueShowImageSearchResult("a");
     m_facade.reset();
@@ -323,14 +325,7 @@ void SearchCourseTest::searchesContinuedWithoutAStopEndTogether()
 void SearchCourseTest::theEndOfTheProgramEndsItsSearch()
 {
     std::atomic<bool> isDecoding{false};
-    state().decode = [&isDecoding](const QString &, unsigned int) {
-        isDecoding = true;
-        untilStopped();
-        isDecoding = false;
-        return QImage();
-    };
-    m_facade->info.showTextSearchResult("a");
-    QTRY_VERIFY_WITH_TIMEOUT(isDecoding, 20000);
+    QVERIFY(searchUntilStopped(&isDecoding));
     QVERIFY(QMetaObject::invokeMethod(QCoreApplication::instance(), "aboutToQuit"));
     QVERIFY(!isDecoding); // before the backend takes the reader down
 }

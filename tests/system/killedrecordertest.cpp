@@ -2,7 +2,7 @@
 // row with its own frame: in a video, since a start ends the open batch.
 
 #include "capture/capturefixture.h"
-#include "support/pictures.h"
+#include "recorderrun.h"
 #include "video/videocomposer.h"
 
 #include <QDateTime>
@@ -20,34 +20,6 @@ constexpr int runs = 50;
 constexpr int secondsBetweenRuns = 60;
 constexpr int shortestRunMs = 150;
 constexpr int longestRunMs = 2200;
-
-QString videoPath(const QString &name)
-{
-    return QDir::homePath() + QLatin1String("/.cache/tavel-ai-yestermark/screenshots/") +
-           name.left(7) + QLatin1Char('/') + name.left(10) + QLatin1Char('/') + name;
-}
-
-// The numbers of a video's pictures in order, read through a decoder of its own.
-QVector<int> numbersInVideo(const QString &path)
-{
-    constexpr int width = 320;
-    constexpr int height = 240;
-    QProcess decoder;
-    decoder.start(QStringLiteral("ffmpeg"),
-                  {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"), path,
-                   QStringLiteral("-vf"), QStringLiteral("scale=%1:%2").arg(width).arg(height),
-                   QStringLiteral("-f"), QStringLiteral("rawvideo"), QStringLiteral("-pix_fmt"),
-                   QStringLiteral("gray"), QStringLiteral("-")});
-    decoder.waitForFinished();
-    const QByteArray pixels = decoder.readAllStandardOutput();
-    QVector<int> numbers;
-    for (int start = 0; start + width * height <= pixels.size(); start += width * height) {
-        const QImage frame(reinterpret_cast<const uchar *>(pixels.constData()) + start, width,
-                           height, width, QImage::Format_Grayscale8);
-        numbers.append(Pictures::numberOf(frame));
-    }
-    return numbers;
-}
 } // namespace
 
 class TestKilledRecorder : public QObject
@@ -96,7 +68,8 @@ void TestKilledRecorder::recover(int run)
 void TestKilledRecorder::verifyCounts(int run)
 {
     for (const ScreenShotData &row : CaptureFixture::storedRows()) {
-        const uint frames = VideoComposer::getFrameNumberFromVideo(videoPath(row.videoName));
+        const uint frames =
+            VideoComposer::getFrameNumberFromVideo(RecordedHistory::pathOf(row.videoName));
         QVERIFY2(row.frameIndexOfVideo <= frames,
                  qPrintable(QStringLiteral("run %1: %2 has %3 frames, a row names frame %4")
                                 .arg(run)
@@ -111,7 +84,7 @@ void TestKilledRecorder::verifyContents()
     QHash<QString, QVector<int>> numbers;
     for (const ScreenShotData &row : CaptureFixture::storedRows()) {
         if (!numbers.contains(row.videoName)) {
-            numbers.insert(row.videoName, numbersInVideo(videoPath(row.videoName)));
+            numbers.insert(row.videoName, RecordedHistory::numbersInVideo(row.videoName));
         }
         QCOMPARE(numbers[row.videoName].value(static_cast<int>(row.frameIndexOfVideo) - 1),
                  static_cast<int>(row.frameIndexOfDay));

@@ -127,31 +127,6 @@ bool RecorderRun::stop()
 
 namespace RecordedHistory
 {
-namespace
-{
-/// The numbers of a video's pictures in order, read through a decoder of its own.
-QVector<int> numbersInVideo(const QString &path)
-{
-    constexpr int width = 320;
-    constexpr int height = 240;
-    QProcess decoder;
-    decoder.start(QStringLiteral("ffmpeg"),
-                  {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"), path,
-                   QStringLiteral("-vf"), QStringLiteral("scale=%1:%2").arg(width).arg(height),
-                   QStringLiteral("-f"), QStringLiteral("rawvideo"), QStringLiteral("-pix_fmt"),
-                   QStringLiteral("gray"), QStringLiteral("-")});
-    decoder.waitForFinished(answerMs);
-    const QByteArray pixels = decoder.readAllStandardOutput();
-    QVector<int> numbers;
-    for (int start = 0; start + width * height <= pixels.size(); start += width * height) {
-        const QImage frame(reinterpret_cast<const uchar *>(pixels.constData()) + start, width,
-                           height, width, QImage::Format_Grayscale8);
-        numbers.append(Pictures::numberOf(frame));
-    }
-    return numbers;
-}
-} // namespace
-
 QString cacheFolder()
 {
     return QDir::homePath() + QStringLiteral("/.cache/tavel-ai-yestermark");
@@ -173,6 +148,28 @@ QString pathOf(const QString &videoName)
            videoName.left(10) + QLatin1Char('/') + videoName;
 }
 
+QVector<int> numbersInVideo(const QString &videoName)
+{
+    constexpr int width = 320;
+    constexpr int height = 240;
+    QProcess decoder;
+    decoder.start(QStringLiteral("ffmpeg"),
+                  {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"),
+                   pathOf(videoName), QStringLiteral("-vf"),
+                   QStringLiteral("scale=%1:%2").arg(width).arg(height), QStringLiteral("-f"),
+                   QStringLiteral("rawvideo"), QStringLiteral("-pix_fmt"), QStringLiteral("gray"),
+                   QStringLiteral("-")});
+    decoder.waitForFinished(answerMs);
+    const QByteArray pixels = decoder.readAllStandardOutput();
+    QVector<int> numbers;
+    for (int start = 0; start + width * height <= pixels.size(); start += width * height) {
+        const QImage frame(reinterpret_cast<const uchar *>(pixels.constData()) + start, width,
+                           height, width, QImage::Format_Grayscale8);
+        numbers.append(Pictures::numberOf(frame));
+    }
+    return numbers;
+}
+
 QStringList rowsWithWrongPicture()
 {
     QStringList wrong;
@@ -182,7 +179,7 @@ QStringList rowsWithWrongPicture()
             continue;
         }
         if (!numbers.contains(row.videoName)) {
-            numbers.insert(row.videoName, numbersInVideo(pathOf(row.videoName)));
+            numbers.insert(row.videoName, numbersInVideo(row.videoName));
         }
         const QVector<int> &ofVideo = numbers[row.videoName];
         const int place = static_cast<int>(row.frameIndexOfVideo) - 1;

@@ -57,6 +57,9 @@ QString cacheFolder(); ///< below which the program stores
 QString monthFile(const QString &month);
 QString pathOf(const QString &videoName);
 
+/// The numbers of a video's pictures in order, read through a decoder of its own.
+QVector<int> numbersInVideo(const QString &videoName);
+
 /// Rows whose text, the number of their picture, is not that of their frame in their video. Rows
 /// without text, video or frame are passed over.
 QStringList rowsWithWrongPicture();
