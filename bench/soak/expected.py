@@ -34,7 +34,7 @@ _WARNINGS = (
     ("^back in time detected$", ("clock_set_back",)),
     # The axis asks for a frame whose row could not be stored, or that was just erased; the full
     # disk cuts lines of the log short.
-    ("QML Image: Failed to get image from prov",
+    ("QML Image: Failed to get",
      ("fill_the_disk", "erase_everything", "lower_the_ceiling")),
 )
 EXPECTED = [(re.compile(expression), causes) for expression, causes in _WARNINGS]

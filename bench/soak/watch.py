@@ -1,7 +1,9 @@
 """What the processes hold while they live: memory, descriptors, threads, children; sampled, and how
 it grows."""
 import dataclasses
+import itertools
 import os
+import statistics
 import threading
 import time
 
@@ -9,7 +11,12 @@ from looker import Looker
 from processes import BRIDGE, RECORDER, ROLES, RUNTIME, children_by_parent, numbers_in
 
 PERIOD_S = 2.0
-WARM_UP_S = 60.0
+WARM_UP_S = 180.0
+# Two samples are compared that are further apart than noise and, mostly, on one side of a step; a
+# batch is full after some 100 s.
+APART_S = (20.0, 120.0)
+EQUAL_WORK = 2
+FEWEST_PAIRS = 10
 _KIBIBYTE, _MEGABYTE = 1024, 1e6
 
 
@@ -33,7 +40,7 @@ class Held:
 @dataclasses.dataclass
 class Sample:
     at: float    # time.monotonic()
-    age: dict    # by role: seconds since the role's oldest process was first seen
+    age: dict    # by role: seconds since the role's youngest process was first seen
     life: dict   # by role: number of that process
     held: dict   # by role
     open_pictures: int
@@ -62,9 +69,9 @@ class Watch(Looker):
                     held.add(process)
                 except (OSError, KeyError):  # ended meanwhile
                     continue
-                begun = self._first_seen.setdefault(process, now)
-                sample.life.setdefault(role, process)
-                sample.age.setdefault(role, now - begun)
+                age = now - self._first_seen.setdefault(process, now)
+                if age <= sample.age.get(role, age):
+                    sample.life[role], sample.age[role] = process, age
             sample.held[role] = held
         with self._lock:
             self.samples.append(sample)
@@ -86,36 +93,28 @@ def _is_ours(process):
 
 
 def slope(points):
-    """How much y grows with x (per second), with z's own share taken out, over [(life, x, y, z)]:
-    least squares with a constant for each life. None for too few points."""
+    """How much y grows with x (per second) at equal z, over [(life, x, y, z)]: the median over pairs of
+    points of one life, which few steps or peaks do not move. None for too few pairs."""
     lives = {}
     for life, *point in points:
         lives.setdefault(life, []).append(point)
-    centred = []
-    for family in lives.values():
-        means = [sum(column) / len(family) for column in zip(*family)]
-        centred += [[value - mean for value, mean in zip(point, means)] for point in family]
-    xx, xz, zz, xy, zy = (sum(point[a] * point[b] for point in centred)
-                          for a, b in ((0, 0), (0, 2), (2, 2), (0, 1), (2, 1)))
-    if len(centred) < 10 or xx == 0:
-        return None
-    if zz == 0:
-        return xy / xx
-    determinant = xx * zz - xz * xz
-    return (xy * zz - zy * xz) / determinant if determinant else None
+    gains = [(later[1] - point[1]) / (later[0] - point[0])
+             for life in lives.values() for point, later in itertools.combinations(life, 2)
+             if APART_S[0] <= later[0] - point[0] <= APART_S[1] and
+             abs(later[2] - point[2]) <= EQUAL_WORK]
+    return statistics.median(gains) if len(gains) >= FEWEST_PAIRS else None
 
 
 def growth(samples, role, field, warm_up=WARM_UP_S):
-    """A second, with the share of what is being worked on taken out, and the longest life in
-    seconds."""
-    def share(sample):
+    """A second, at equal amounts of what is being worked on, and the longest life in seconds."""
+    def work(sample):
         if field == "descriptors":
             return sample.unread
         return sample.open_pictures if role == RECORDER else 0
 
     # What the window takes when it is shown is a step, and no slope: a constant for each time.
     points = [((sample.life[role], sample.shown), sample.at, getattr(sample.held[role], field),
-               share(sample))
+               work(sample))
               for sample in samples if role in sample.life and sample.age[role] > warm_up]
     longest = max((sample.age[role] for sample in samples if role in sample.age), default=0.0)
     return slope(points), longest
