@@ -40,23 +40,25 @@ struct Interrupted {
     qint64 end = 0; ///< seconds since the epoch; 0: there was none
 
     qint64 start() const { return range == AllTime ? 0 : end - 3600; }
+    bool covers(qint64 time) const { return time >= start() && time <= end; }
 };
 
 /// Rows whose frame is gone and vectors whose row is gone, of the time that was to be erased.
 bool isExplained(const HistoryChecker::Finding &finding, const Interrupted &erasure)
 {
     return (finding.kind == Kind::RowWithoutFrame || finding.kind == Kind::VectorWithoutRow) &&
-           finding.time >= erasure.start() && finding.time <= erasure.end;
+           erasure.covers(finding.time);
 }
 
-/// A video without frames that no row names. The encoder was still writing it when its frames were
-/// erased and the process was killed, or a kill left one picture of it, half-written.
-bool isOfNoRow(const HistoryChecker::Finding &finding)
+/// A video without frames that no row names but such as were to be erased. The encoder was still
+/// writing it when its frames were erased and the process was killed, before the rows were erased
+/// or after it, or a kill left one picture of it, half-written.
+bool isOfNoRow(const HistoryChecker::Finding &finding, const Interrupted &erasure)
 {
     const QVector<ScreenShotData> rows = CaptureFixture::storedRows();
     return finding.kind == Kind::VideoWithoutFrames &&
-           std::none_of(rows.cbegin(), rows.cend(), [&finding](const ScreenShotData &row) {
-               return row.videoName == finding.subject;
+           std::none_of(rows.cbegin(), rows.cend(), [&](const ScreenShotData &row) {
+               return row.videoName == finding.subject && !erasure.covers(row.realTime);
            });
 }
 } // namespace
@@ -120,7 +122,7 @@ HistoryChecker::Report TestKilledHistory::checkAfter(int run, bool workInProgres
     m_mostRows = std::max(m_mostRows, report.rows);
     QVector<HistoryChecker::Finding> left;
     for (const HistoryChecker::Finding &finding : qAsConst(report.disagreements)) {
-        if (isOfNoRow(finding)) {
+        if (isOfNoRow(finding, m_erasure)) {
             m_halfWritten.insert(finding.subject);
         }
         if (!isExplained(finding, m_erasure) && !m_halfWritten.contains(finding.subject)) {
