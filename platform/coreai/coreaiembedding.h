@@ -1,8 +1,9 @@
 // The embedding library of the on-device AI runtime: turns pictures and texts into vectors of one
 // space, so that a text finds pictures by cosine similarity.
 //
-// Every call blocks until the answer is there, within about a second. A session may be used from
-// several threads at once. A runtime that dies is started again and the request repeated once.
+// Every call blocks until the answer is there, usually within a second; one that has none after 5 s
+// fails. A session may be used from several threads at once. A runtime that dies is started again
+// and the request repeated once.
 
 #pragma once
 

@@ -6,6 +6,7 @@
 #include <QDebug>
 
 #include <algorithm>
+#include <pthread.h>
 
 namespace
 {
@@ -37,6 +38,7 @@ void EmbeddingModel::SessionDeleter::operator()(ImageEmbeddingSession *session) 
 EmbeddingModel::EmbeddingModel()
 {
     m_initThread = std::thread(&EmbeddingModel::init, this);
+    pthread_setname_np(m_initThread.native_handle(), "ai vector start");
 }
 
 EmbeddingModel::~EmbeddingModel()

@@ -16,7 +16,8 @@ public:
     /// The server's host is what the build was configured with, by default none.
     explicit MultiModel(QObject *parent);
 
-    /// Where to ask from now on. Without an address no request is made and every summary is empty.
+    /// Where to ask from now on; only tests say so, the program leaves it at what the build has.
+    /// Without an address no request is made and every summary is empty.
     void setServerAddress(const QString &address);
     void setServerPort(const QString &port);
 

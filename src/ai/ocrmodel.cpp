@@ -2,6 +2,7 @@
 
 #include <QDebug>
 
+#include <pthread.h>
 #include <utility>
 
 namespace
@@ -17,6 +18,7 @@ void onRecognized(TextRecognitionResult *result, void *userData)
 OcrModel::OcrModel()
 {
     m_initThread = std::thread(&OcrModel::init, this);
+    pthread_setname_np(m_initThread.native_handle(), "ai frames start");
 }
 
 OcrModel::~OcrModel()
@@ -44,7 +46,8 @@ void OcrModel::init()
     }
     m_sessionReady = true;
     // A callback set before this line found the session not ready and left the registration to us.
-    if (std::atomic_load(&m_resultCallback)) {
+    const std::shared_ptr<const ResultCallback> stored = std::atomic_load(&m_resultCallback);
+    if (stored && *stored) {
         registerCallback();
     }
 }

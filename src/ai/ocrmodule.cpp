@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <pthread.h>
 
 namespace
 {
@@ -21,6 +22,7 @@ OcrModule::OcrModule(QObject *parent) : QObject(parent)
     // A queued signal looks its parameters up by the names that it declares, reference and all.
     qRegisterMetaType<QVector<OCRTextData>>("QVector<OCRTextData>&");
     m_initThread = std::thread(&OcrModule::init, this);
+    pthread_setname_np(m_initThread.native_handle(), "ai region start");
 }
 
 OcrModule::~OcrModule()

@@ -9,6 +9,8 @@
 #include "support/pictures.h"
 
 #include <QBuffer>
+#include <QDir>
+#include <QFile>
 #include <QTest>
 
 #include <algorithm>
@@ -107,7 +109,9 @@ private Q_SLOTS:
     void theConstructorDoesNotWaitForTheRuntime();
     void aRequestBeforeTheSessionIsReadyYieldsOneWarningAndNoCallback();
     void aCallbackSetBeforeTheSessionWasReadyStillGetsResultsAfterwards();
+    void anEmptyCallbackSetBeforeTheSessionWasReadyIsNotRegistered();
     void aCallbackSetAfterwardsIsRegisteredAtOnce();
+    void theStartHasAThreadWithAName();
     void thePictureGoesOutAsPngWithEveryPixel();
     void resultsComeInTheOrderOfTheRequestsOnTheRuntimesThread();
     void aNullResultHandleYieldsNoCallbackToTheOwner();
@@ -206,6 +210,33 @@ void TestOcrModel::aCallbackSetBeforeTheSessionWasReadyStillGetsResultsAfterward
     QTRY_COMPARE(m_results->count(), 1);
     QCOMPARE(log.texts(QtWarningMsg),
              QStringList({CALLBACK_EARLY, QStringLiteral("No text detected in image.")}));
+}
+
+void TestOcrModel::anEmptyCallbackSetBeforeTheSessionWasReadyIsNotRegistered()
+{
+    CoreAiDouble::holdStarts();
+    auto model = std::make_unique<OcrModel>();
+    model->setImageOCRResultCallback({});
+    CoreAiDouble::releaseStarts();
+    model.reset(); // waits for the start, whose last step it would be
+    QVERIFY(CoreAiDouble::calls().contains(QStringLiteral("text_recognition_init_session")));
+    QCOMPARE(registrations(), 0);
+}
+
+void TestOcrModel::theStartHasAThreadWithAName()
+{
+    CoreAiDouble::holdStarts();
+    const OcrModel model;
+    QStringList names;
+    const QDir tasks(QStringLiteral("/proc/self/task"));
+    for (const QString &thread : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile name(tasks.filePath(thread) + QStringLiteral("/comm"));
+        if (name.open(QFile::ReadOnly)) {
+            names << QString::fromLatin1(name.readAll().trimmed());
+        }
+    }
+    CoreAiDouble::releaseStarts();
+    QVERIFY2(names.contains(QStringLiteral("ai frames start")), qPrintable(names.join(u' ')));
 }
 
 void TestOcrModel::aCallbackSetAfterwardsIsRegisteredAtOnce()

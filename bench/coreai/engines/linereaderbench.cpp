@@ -68,7 +68,7 @@ void print(const char *name, double value, const char *unit, double goal = 0)
 int firstLine()
 {
     const auto engine = loadLineRecognizer(ModelFolders::standard());
-    return engine->read(lineOf(300)).text.empty() ? 1 : 0;
+    return engine->read(lineOf(300)).value_or(LineText()).text.empty() ? 1 : 0;
 }
 
 void measureFirstLine(const QString &program)

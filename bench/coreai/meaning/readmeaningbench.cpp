@@ -74,7 +74,9 @@ private:
                              static_cast<int>(bitmap.total() * bitmap.elemSize()));
         auto known = m_texts.constFind(key);
         if (known == m_texts.constEnd()) {
-            known = m_texts.insert(key, QString::fromStdString(m_recognizer->read(bitmap).text));
+            known = m_texts.insert(
+                key, QString::fromStdString(
+                         m_recognizer->read(bitmap).value_or(coreai::LineText()).text));
         }
         return *known;
     }

@@ -104,7 +104,8 @@ Reading readCut(QImage picture, coreai::LineRecognizer &engine)
     reading.cpuMilliseconds = Bench::cpuMilliseconds([&] {
         for (const coreai::CutLine &line : coreai::cutLines(pixels))
             reading.text +=
-                QString::fromStdString(engine.read(line.bitmap).text) + QLatin1Char('\n');
+                QString::fromStdString(engine.read(line.bitmap).value_or(coreai::LineText()).text) +
+                QLatin1Char('\n');
     });
     return reading;
 }

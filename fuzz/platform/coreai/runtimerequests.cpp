@@ -38,6 +38,7 @@ public:
         m_whileWaiting = std::move(whileWaiting);
     }
     void prepareReading() override {}
+    std::chrono::milliseconds pause() const override { return {}; }
 
     Lines readLines(const std::vector<cv::Mat> &lines) override
     {

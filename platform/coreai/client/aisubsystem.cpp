@@ -4,6 +4,5 @@
 
 bool is_ai_subsystem_inited(void)
 {
-    const coreai::ModelFolders models = coreai::ModelFolders::standard();
-    return coreai::lineRecognizerAvailable(models) && coreai::textMeaningAvailable(models);
+    return coreai::aiSubsystemAvailable(coreai::ModelFolders::standard());
 }

@@ -30,7 +30,10 @@ TextRecognitionModelConfig *text_recognition_model_config_create(void)
 void text_recognition_model_config_set_name(TextRecognitionModelConfig *config, const char *name)
 {
     if (config) {
-        config->name = name ? name : "";
+        try {
+            config->name = name ? name : "";
+        } catch (const std::exception &) { // no memory left: it keeps the name that it has
+        }
     }
 }
 
@@ -66,7 +69,10 @@ void text_recognition_recognize_text_from_image_data_async(TextRecognitionSessio
                                                            const uint8_t *data, uint64_t size)
 {
     if (session) {
-        session->request({reinterpret_cast<const char *>(data), data ? std::size_t(size) : 0});
+        try {
+            session->request({reinterpret_cast<const char *>(data), data ? std::size_t(size) : 0});
+        } catch (const std::exception &) { // not even memory for the place of an answer
+        }
     }
 }
 

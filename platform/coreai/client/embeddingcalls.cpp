@@ -70,7 +70,7 @@ std::vector<float> _ImageEmbeddingSession::embed(MessageType type, std::string_v
         message.session = m_session;
         message.request = m_link->nextRequest();
         m_calls->expect(message.request);
-        if (!m_link->send(message)) {
+        if (m_link->send(message) != RuntimeLink::Sending::Accepted) {
             m_calls->put(Message{MessageType::Vector, m_session, message.request, Payload()});
         }
     }

@@ -18,6 +18,11 @@ constexpr auto openPatience = 10s;
 constexpr int mostFailedStarts = 2;    // in a row, then requests are answered empty ...
 constexpr auto pauseAfterFailure = 5s; // ... for so long
 
+// A process that dies so soon, with nothing answered, counts as one that failed to start where
+// others before it did the same. More than the four deaths that two requests may cost.
+constexpr auto shortLife = 3s;
+constexpr int mostShortLives = 5;
+
 bool isAnswer(MessageType type)
 {
     return type == MessageType::Lines || type == MessageType::NoResult ||
@@ -38,8 +43,10 @@ std::shared_ptr<RuntimeLink> RuntimeLink::shared()
     return link;
 }
 
-RuntimeLink::RuntimeLink()
-    : m_wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), m_thread([this] { run(); })
+RuntimeLink::RuntimeLink(std::size_t mostWaitingBytes)
+    : m_mostWaitingBytes(mostWaitingBytes)
+    , m_wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+    , m_thread([this] { run(); })
 {
 }
 
@@ -67,6 +74,7 @@ std::int32_t RuntimeLink::open(SessionKind kind, Handler handler, std::uint32_t 
     added.handler = std::move(handler);
     m_nextStart = Clock::time_point::min(); // who asks for a session asks for another try
     m_failedStarts = 0;
+    m_shortLives = 0;
     wake();
     const bool told =
         m_opened.wait_for(lock, openPatience, [&] { return m_sessions.at(number).answered; });
@@ -95,18 +103,35 @@ void RuntimeLink::close(std::uint32_t session)
     wake();
 }
 
-bool RuntimeLink::send(Message message)
+RuntimeLink::Sending RuntimeLink::send(Message message)
 {
     {
         const std::lock_guard lock(m_mutex);
-        if (!message.payload.isValid() || m_sessions.count(message.session) == 0 ||
-            m_unanswered.countOf(message.session) >= mostWaiting) {
-            return false;
+        const Sending refusal = refusalOf(message);
+        if (refusal != Sending::Accepted) {
+            return refusal;
         }
         m_unanswered.add(std::move(message));
     }
     wake();
-    return true;
+    return Sending::Accepted;
+}
+
+// Called with the lock held.
+RuntimeLink::Sending RuntimeLink::refusalOf(const Message &message) const
+{
+    if (!message.payload.isValid()) {
+        return Sending::NoPayload;
+    }
+    const auto session = m_sessions.find(message.session);
+    if (session == m_sessions.end() ||
+        (session->second.answered && session->second.status != LinkReady)) {
+        return Sending::NoSession;
+    }
+    const std::size_t count = m_unanswered.countOf(message.session);
+    const std::size_t bytes = m_unanswered.bytesOf(message.session) + message.payload.size();
+    const bool tooMany = count >= mostWaiting || (count > 0 && bytes > m_mostWaitingBytes);
+    return tooMany ? Sending::TooManyWait : Sending::Accepted;
 }
 
 void RuntimeLink::forget(std::uint32_t session, std::uint64_t request)
@@ -171,7 +196,8 @@ bool RuntimeLink::startIfNeeded()
             return false;
         }
     }
-    m_spoken = false;
+    m_spoken = m_useful = false;
+    m_started = Clock::now();
     const bool started = m_process.start(runtimeProgram());
     const std::lock_guard lock(m_mutex);
     m_processId = m_process.processId();
@@ -206,7 +232,19 @@ void RuntimeLink::onDied()
     answerEmpty(m_unanswered.processDied());
     if (m_spoken) {
         m_failedStarts = 0;
+        countShortLife();
     } else if (++m_failedStarts >= mostFailedStarts) {
+        onStartFailed();
+    }
+}
+
+// Called with the lock held.
+void RuntimeLink::countShortLife()
+{
+    const bool isShort = !m_useful && Clock::now() - m_started < shortLife;
+    m_shortLives = isShort ? m_shortLives + 1 : 0;
+    if (m_shortLives >= mostShortLives) {
+        qWarning("AI runtime: the process keeps ending; it is left alone for a while");
         onStartFailed();
     }
 }
@@ -216,6 +254,7 @@ void RuntimeLink::receiveAll()
     Message message;
     while (m_process.channel().receive(message) == Channel::Receiving::Received) {
         m_spoken = true;
+        m_useful = m_useful || isAnswer(message.type);
         take(std::move(message));
     }
 }

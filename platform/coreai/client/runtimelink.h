@@ -30,13 +30,22 @@ public:
     // nor call the link. A request that is given up is answered with empty Lines or Vector.
     using Handler = std::function<void(Message answer)>;
 
-    // Requests of one session that may wait. The recorder keeps at most one frame a second and
-    // reads faster than that on average; more than this many mean that reading never catches up.
+    // Requests of one session that may wait, and their bytes, which are memory; a single one may
+    // have more. The recorder keeps at most one frame a second. On an idle machine they are read
+    // faster than that; beside a long build they are not, and those beyond the bounds go unread.
     static constexpr std::size_t mostWaiting = 256;
+    static constexpr std::size_t usualWaitingBytes = std::size_t(512) << 20;
+
+    enum class Sending {
+        Accepted,
+        TooManyWait,
+        NoPayload, // there was no memory for it, or it is too large
+        NoSession, // it is not open, or a runtime that was started again refuses it
+    };
 
     static std::shared_ptr<RuntimeLink> shared();
 
-    RuntimeLink();
+    explicit RuntimeLink(std::size_t mostWaitingBytes = usualWaitingBytes);
     ~RuntimeLink();
     RuntimeLink(const RuntimeLink &) = delete;
     RuntimeLink &operator=(const RuntimeLink &) = delete;
@@ -50,8 +59,8 @@ public:
     // A number for the next request, above all before. Requests must be sent in this order within a
     // session.
     std::uint64_t nextRequest() { return ++m_lastRequest; }
-    // False, and no answer comes, where too many wait or the payload could not be made.
-    bool send(Message message);
+    // No answer comes to what is not accepted.
+    Sending send(Message message);
     // No answer is wanted any more.
     void forget(std::uint32_t session, std::uint64_t request);
 
@@ -74,15 +83,22 @@ private:
     void take(Message message);
     bool sendAll();
     void onDied();
+    void countShortLife();
+    Sending refusalOf(const Message &message) const;
     void onStartFailed();
     void answerEmpty(std::vector<Message> requests);
     void setStatus(std::uint32_t session, std::int32_t status);
     void wake();
     void waitForWork(bool full);
 
+    const std::size_t m_mostWaitingBytes;
     Descriptor m_wake;        // an event counter
     ChannelProcess m_process; // the link's thread only, but for its number
-    bool m_spoken = false;    // the present process has sent something; the link's thread only
+    // Of the present process, the link's thread only: whether it has sent something, whether that
+    // was an answer, and when it was started.
+    bool m_spoken = false;
+    bool m_useful = false;
+    Clock::time_point m_started;
 
     mutable std::mutex m_mutex; // of everything below
     std::condition_variable m_opened;
@@ -93,6 +109,7 @@ private:
     std::uint32_t m_lastSession = 0;
     std::uint32_t m_inHandler = 0; // session whose handler runs, or 0
     int m_failedStarts = 0;
+    int m_shortLives = 0; // in a row
     Clock::time_point m_nextStart = Clock::time_point::min();
     pid_t m_processId = -1;
     bool m_stop = false;

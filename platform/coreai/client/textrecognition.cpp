@@ -2,7 +2,35 @@
 
 #include <QtGlobal>
 
+#include <exception>
+
 using namespace coreai;
+
+namespace
+{
+const char *reasonOf(RuntimeLink::Sending refusal)
+{
+    switch (refusal) {
+    case RuntimeLink::Sending::TooManyWait:
+        return "too many pictures wait";
+    case RuntimeLink::Sending::NoSession:
+        return "the session is refused";
+    default:
+        return "a picture cannot be passed on";
+    }
+}
+
+// NoPayload also where no memory is left for the request.
+RuntimeLink::Sending sendPicture(RuntimeLink &link, Message message, std::string_view picture)
+{
+    try {
+        message.payload = Payload::of(picture);
+        return link.send(std::move(message));
+    } catch (const std::exception &) {
+        return RuntimeLink::Sending::NoPayload;
+    }
+}
+} // namespace
 
 _TextRecognitionSession::_TextRecognitionSession() : m_delivery(Delivery::start()) {}
 
@@ -46,11 +74,11 @@ void _TextRecognitionSession::request(std::string_view picture)
     message.type = MessageType::ReadPicture;
     message.session = m_session;
     message.request = m_link->nextRequest();
-    message.payload = Payload::of(picture);
     const std::uint64_t number = message.request;
     m_delivery->expect(number);
-    if (!m_link->send(std::move(message))) {
-        qWarning("AI runtime: too many pictures wait; one is answered without lines");
+    const RuntimeLink::Sending sending = sendPicture(*m_link, std::move(message), picture);
+    if (sending != RuntimeLink::Sending::Accepted) {
+        qWarning("AI runtime: %s; one is answered without lines", reasonOf(sending));
         m_delivery->putEmpty(number);
     }
 }

@@ -1,6 +1,7 @@
 #include "coreai/client/unanswered.h"
 
 #include <algorithm>
+#include <numeric>
 #include <set>
 
 namespace coreai
@@ -108,5 +109,15 @@ std::size_t Unanswered::countOf(std::uint32_t session) const
         std::count_if(m_requests.begin(), m_requests.end(), [session](const auto &entry) {
             return entry.second.message.session == session;
         }));
+}
+
+std::size_t Unanswered::bytesOf(std::uint32_t session) const
+{
+    return std::accumulate(m_requests.begin(), m_requests.end(), std::size_t(0),
+                           [session](std::size_t bytes, const auto &entry) {
+                               const Message &message = entry.second.message;
+                               return bytes +
+                                      (message.session == session ? message.payload.size() : 0);
+                           });
 }
 } // namespace coreai

@@ -40,6 +40,7 @@ public:
 
     bool isEmpty() const { return m_requests.empty(); }
     std::size_t countOf(std::uint32_t session) const;
+    std::size_t bytesOf(std::uint32_t session) const;
 
 private:
     struct Request {

@@ -6,6 +6,7 @@
 
 #include <opencv2/core/mat.hpp>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,14 +22,15 @@ class LineRecognizer
 public:
     virtual ~LineRecognizer() = default;
 
-    // `line` is CV_8UC4 (blue, green, red, ignored) of any size but empty. Keeps to one core.
-    virtual LineText read(const cv::Mat &line) = 0;
+    // `line` is CV_8UC4 (blue, green, red, ignored) of any size but empty. Nothing where it could
+    // not be read, which is not the same as one without text. Keeps to one core.
+    virtual std::optional<LineText> read(const cv::Mat &line) = 0;
 
     // The texts of several lines in their order, each as read() gives it. An engine that can read
     // side by side takes two cores for them.
-    virtual std::vector<LineText> readAll(const std::vector<cv::Mat> &lines)
+    virtual std::vector<std::optional<LineText>> readAll(const std::vector<cv::Mat> &lines)
     {
-        std::vector<LineText> texts;
+        std::vector<std::optional<LineText>> texts;
         texts.reserve(lines.size());
         for (const cv::Mat &line : lines) {
             texts.push_back(read(line));

@@ -23,18 +23,16 @@ bool openVinoAvailable(const ModelFolders & /*folders*/)
 #endif
 
 #ifdef YESTERMARK_TESSERACT
-bool tesseractAvailable()
+bool tesseractAvailable(const ModelFolders &folders)
 {
-    // The library looks there, or where the variable says.
-    const QString chosen = qEnvironmentVariable("TESSDATA_PREFIX");
-    const QDir data(chosen.isEmpty() ? QStringLiteral(YESTERMARK_TESSDATA) : chosen);
+    const QDir data(folders.tesseract());
     const QStringList languages{QStringLiteral("eng.traineddata"),
                                 QStringLiteral("chi_sim.traineddata")};
     return std::any_of(languages.begin(), languages.end(),
                        [&](const QString &file) { return data.exists(file); });
 }
 #else
-bool tesseractAvailable()
+bool tesseractAvailable(const ModelFolders & /*folders*/)
 {
     return false;
 }
@@ -43,11 +41,16 @@ bool tesseractAvailable()
 
 bool lineRecognizerAvailable(const ModelFolders &folders)
 {
-    return openVinoAvailable(folders) || tesseractAvailable();
+    return openVinoAvailable(folders) || tesseractAvailable(folders);
 }
 
 bool textMeaningAvailable(const ModelFolders &folders)
 {
     return !folders.find(textMeaningFile).isEmpty();
+}
+
+bool aiSubsystemAvailable(const ModelFolders &folders)
+{
+    return lineRecognizerAvailable(folders) && textMeaningAvailable(folders);
 }
 } // namespace coreai

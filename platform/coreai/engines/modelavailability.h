@@ -12,4 +12,7 @@ bool lineRecognizerAvailable(const ModelFolders &folders);
 
 // True where loadTextMeaning() would find its model's file.
 bool textMeaningAvailable(const ModelFolders &folders);
+
+// True where both are.
+bool aiSubsystemAvailable(const ModelFolders &folders);
 } // namespace coreai

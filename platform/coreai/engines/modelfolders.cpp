@@ -7,7 +7,15 @@
 
 namespace coreai
 {
-ModelFolders::ModelFolders(const QStringList &folders) : m_folders(folders) {}
+ModelFolders::ModelFolders(const QStringList &folders)
+    : ModelFolders(folders, QStringLiteral(YESTERMARK_TESSDATA))
+{
+}
+
+ModelFolders::ModelFolders(const QStringList &folders, const QString &tesseract)
+    : m_folders(folders), m_tesseract(tesseract)
+{
+}
 
 ModelFolders ModelFolders::standard()
 {

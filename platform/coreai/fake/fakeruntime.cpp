@@ -49,10 +49,13 @@ void FakeRuntime::take(const Message &message)
 {
     if (message.type == MessageType::OpenSession) {
         send(MessageType::SessionOpened, message, std::uint64_t(m_behaviour.status), {});
+        if (m_behaviour.dieOpened) {
+            std::raise(SIGKILL);
+        }
         return;
     }
-    if (message.type == MessageType::CloseSession) {
-        return;
+    if (message.type == MessageType::CloseSession || m_behaviour.status != 0) {
+        return; // of a refused session nothing is answered
     }
     ++m_requests;
     misbehave(message);

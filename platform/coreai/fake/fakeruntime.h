@@ -25,6 +25,7 @@ public:
         int noCornersOf = 0;
         int garbageAt = 0;
         bool silent = false;
+        bool dieOpened = false;
     };
 
     FakeRuntime(Channel channel, Behaviour behaviour);

@@ -25,6 +25,8 @@ int main(int argc, char **argv)
     add("no-corners", "Leaves the corners of the n-th line of each picture out.", "0");
     add("garbage-at", "Breaks the protocol at the n-th request of the process.", "0");
     parser.addOption({QStringLiteral("silent"), QStringLiteral("Answers no request.")});
+    parser.addOption(
+        {QStringLiteral("die-opened"), QStringLiteral("Ends once it has opened a session.")});
     parser.process(application);
 
     const auto number = [&parser](const char *name) {
@@ -41,6 +43,7 @@ int main(int argc, char **argv)
     behaviour.noCornersOf = number("no-corners");
     behaviour.garbageAt = number("garbage-at");
     behaviour.silent = parser.isSet(QStringLiteral("silent"));
+    behaviour.dieOpened = parser.isSet(QStringLiteral("die-opened"));
     coreai::FakeRuntime(
         coreai::Channel(coreai::Descriptor(coreai::ChannelProcess::channelDescriptor)), behaviour)
         .run();

@@ -7,7 +7,9 @@
 #include <cstring>
 #include <ctime>
 #include <memory>
+#include <poll.h>
 #include <spawn.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 
 extern char **environ;
@@ -76,6 +78,15 @@ bool isGone(pid_t process)
     return reaped == process || (reaped < 0 && errno == ECHILD);
 }
 } // namespace
+
+bool ChannelProcess::endWithParent()
+{
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    // Of a parent that died before this, only the other end of the channel tells: the process
+    // numbers are those of whoever took the orphan.
+    pollfd channel = {channelDescriptor, 0, 0};
+    return ::poll(&channel, 1, 0) == 0;
+}
 
 ChannelProcess::~ChannelProcess()
 {

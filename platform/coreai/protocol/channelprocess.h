@@ -1,7 +1,7 @@
 // A child process with a channel as its descriptor 3. It ends by itself when the channel is closed;
-// this object waits for that, or kills it.
-// Owner: the connection that talks through the channel. Thread: one at a time; the program may have
-// others, of which the child sees nothing.
+// this object waits for that, or kills it. A child that may be too busy to look at its channel
+// calls endWithParent(). Owner: the connection that talks through the channel. Thread: one at a
+// time; the program may have others, of which the child sees nothing.
 
 #pragma once
 
@@ -19,6 +19,10 @@ class ChannelProcess
 public:
     // The child finds its channel here; it inherits nothing else but the standard streams.
     static constexpr int channelDescriptor = 3;
+
+    // In the child, first of all: the system kills it when the thread that started it ends, be it
+    // with its whole process. False where that has happened already.
+    static bool endWithParent();
 
     ChannelProcess() = default;
     // Closes the channel and ends the process, by force after 300 ms.

@@ -33,8 +33,8 @@ enum class MessageType : std::uint16_t {
     EngineOfPicture, // payload: encodeBitmap()
 
     // engines to runtime
-    EngineLines = 96, // payload: encodeTexts() of encodeLine(), one for each line
-    EngineVectors,    // payload: encodeVectors(), one for each text or picture
+    EngineLines = 96, // payload: encodeTexts() of encodeLine() for each line, empty if it failed
+    EngineVectors,    // payload: encodeVectors(), one for each text or picture; empty on failure
 };
 
 enum class SessionKind : std::uint32_t { TextRecognition = 1, Embedding = 2 };

@@ -72,7 +72,7 @@ void FrameReader::readNextTogether(const RecognizeAll &recognize)
         bitmaps.push_back(m_lines[index].bitmap);
     }
     const auto texts = recognize(bitmaps);
-    for (std::size_t place = 0; place < chosen.size(); ++place) {
+    for (std::size_t place = 0; place < std::min(chosen.size(), texts.size()); ++place) {
         settle(m_lines[chosen[place]], texts[place]);
     }
 }
@@ -100,9 +100,13 @@ std::vector<std::size_t> FrameReader::nextTogether()
 
 void FrameReader::dropBitmaps()
 {
-    if (isComplete()) {
-        return;
+    if (!isComplete()) {
+        startAgain();
     }
+}
+
+void FrameReader::startAgain()
+{
     for (Line &line : m_lines) {
         line.bitmap.release();
     }

@@ -16,7 +16,8 @@ class FrameReader
 public:
     // Reads one line's bitmap; nothing where the recogniser failed, which is not remembered.
     using Recognize = std::function<std::optional<LineText>(const cv::Mat &)>;
-    // Reads several: as many texts, in their order.
+    // Reads several: their texts in their order. Fewer where the rest was not tried, which then
+    // stays unread.
     using RecognizeAll =
         std::function<std::vector<std::optional<LineText>>(const std::vector<cv::Mat> &)>;
 
@@ -58,6 +59,9 @@ public:
     // Gives the memory of the unread lines back (up to some MB a picture). They cannot be read
     // until the picture is cut again; a complete frame has none.
     void dropBitmaps();
+
+    // As dropBitmaps(), and also takes back that lines failed: cut again, they are asked for anew.
+    void startAgain();
 
 private:
     std::vector<std::size_t> nextTogether();

@@ -1,6 +1,7 @@
 #include "inkparts.h"
 
 #include "edgemap.h"
+#include "unionfind.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -71,15 +72,6 @@ void appendRuns(const uchar *ink, int width, int row, std::vector<InkRun> &runs)
         if (first >= 0)
             runs.push_back({row, first, last, 0});
     }
-}
-
-int rootOf(std::vector<int> &parents, int i)
-{
-    while (parents[i] != i) {
-        parents[i] = parents[parents[i]];
-        i = parents[i];
-    }
-    return i;
 }
 
 // Joins each run from `begin` on with those of the row before, from `above` to `begin`, that it

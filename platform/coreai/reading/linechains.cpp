@@ -3,6 +3,7 @@
 #include "bridges.h"
 #include "edgemap.h"
 #include "partgrid.h"
+#include "unionfind.h"
 
 #include <algorithm>
 #include <tuple>
@@ -137,14 +138,7 @@ public:
     }
 
 private:
-    int rootOf(int i)
-    {
-        while (m_parents[i] != i) {
-            m_parents[i] = m_parents[m_parents[i]];
-            i = m_parents[i];
-        }
-        return i;
-    }
+    int rootOf(int i) { return coreai::rootOf(m_parents, i); }
 
     void unite(int i, int j)
     {

@@ -1,5 +1,7 @@
 #include "lineorder.h"
 
+#include "unionfind.h"
+
 #include <algorithm>
 #include <numeric>
 #include <tuple>
@@ -31,15 +33,6 @@ bool ofOneBlock(const cv::Rect &a, const cv::Rect &b)
     if (columnsApart < 0)
         return 5 * rowsApart <= 6 * high;
     return 2 * rowsApart <= -low && columnsApart <= 2 * high;
-}
-
-int rootOf(std::vector<int> &parents, int i)
-{
-    while (parents[i] != i) {
-        parents[i] = parents[parents[i]];
-        i = parents[i];
-    }
-    return i;
 }
 
 // Orders `boxes` by rows, and within a row from the left. A box whose top lies above the middle of

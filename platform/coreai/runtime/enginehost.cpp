@@ -94,12 +94,12 @@ std::string EngineHost::readLines(std::string_view bytes)
         }
         bitmaps.push_back(matOf(*bitmap));
     }
-    const std::vector<LineText> read =
+    const std::vector<std::optional<LineText>> read =
         bitmaps.size() == 1 ? std::vector{lines().read(bitmaps.front())} : lines().readAll(bitmaps);
     std::vector<std::string> texts;
     texts.reserve(read.size());
-    for (const LineText &line : read) {
-        texts.push_back(encodeLine(line.text, line.confidence));
+    for (const std::optional<LineText> &line : read) {
+        texts.push_back(line ? encodeLine(line->text, line->confidence) : std::string());
     }
     return encodeTexts(texts);
 }

@@ -16,10 +16,7 @@ using Clock = std::chrono::steady_clock;
 constexpr int patienceWithoutCpu = 15;
 constexpr std::chrono::milliseconds waitingSlice = 40ms;
 
-// Engines that fail twice in a row are left alone for a while: a picture has hundreds of lines, and
-// each would start two processes.
-constexpr int mostFailures = 2;
-constexpr auto pauseAfterFailures = 10s;
+constexpr int mostFailures = 2; // in a row, before a pause
 
 std::string bitmapBytes(const cv::Mat &bitmap)
 {
@@ -31,8 +28,9 @@ std::string bitmapBytes(const cv::Mat &bitmap)
 }
 } // namespace
 
-EngineProcess::EngineProcess(std::vector<std::string> command, std::chrono::milliseconds patience)
-    : m_command(std::move(command)), m_patience(patience)
+EngineProcess::EngineProcess(std::vector<std::string> command, std::chrono::milliseconds patience,
+                             std::chrono::milliseconds pauseAfterFailures)
+    : m_command(std::move(command)), m_patience(patience), m_pauseAfterFailures(pauseAfterFailures)
 {
 }
 
@@ -51,13 +49,18 @@ void EngineProcess::prepareReading()
     }
 }
 
+std::chrono::milliseconds EngineProcess::pause() const
+{
+    return std::max(0ms, std::chrono::ceil<std::chrono::milliseconds>(m_pauseUntil - Clock::now()));
+}
+
 bool EngineProcess::startIfNeeded()
 {
     if (m_process.isRunning() && m_process.channel().isOpen()) {
         return true;
     }
     m_toldToLoad = false;
-    return Clock::now() >= m_pauseUntil && m_process.start(m_command);
+    return pause() == 0ms && m_process.start(m_command);
 }
 
 bool EngineProcess::send(const Message &message)
@@ -113,6 +116,9 @@ bool EngineProcess::isStuck(Clock::time_point asked, std::chrono::nanoseconds cp
 std::optional<Message> EngineProcess::call(MessageType type, std::string_view bytes,
                                            MessageType answerType, int tries)
 {
+    if (pause() > 0ms) {
+        return std::nullopt; // counts as no failure, which would make the pause last for ever
+    }
     Message question;
     question.type = type;
     question.request = ++m_calls;
@@ -120,7 +126,7 @@ std::optional<Message> EngineProcess::call(MessageType type, std::string_view by
     if (!question.payload.isValid()) {
         return std::nullopt;
     }
-    for (int attempt = 0; attempt < tries && Clock::now() >= m_pauseUntil; ++attempt) {
+    for (int attempt = 0; attempt < tries; ++attempt) {
         if (std::optional<Message> answer = tryCall(question, answerType)) {
             m_failures = 0;
             return answer;
@@ -128,12 +134,18 @@ std::optional<Message> EngineProcess::call(MessageType type, std::string_view by
         m_process.end(0);
         qWarning("AI runtime: the engines' process ended in a call");
     }
-    m_failures += tries == usualTries ? 1 : 0;
-    if (m_failures >= mostFailures) {
-        m_failures = 0;
-        m_pauseUntil = Clock::now() + pauseAfterFailures;
+    if (tries == usualTries) {
+        countFailure();
     }
     return std::nullopt;
+}
+
+// Only an answer sets the count back: after a pause one failure is enough.
+void EngineProcess::countFailure()
+{
+    if (++m_failures >= mostFailures) {
+        m_pauseUntil = Clock::now() + m_pauseAfterFailures;
+    }
 }
 
 // Lines that fail together are read once more, each alone, so that they lose nothing by the one at
@@ -147,6 +159,9 @@ EngineSet::Lines EngineProcess::readLines(const std::vector<cv::Mat> &lines)
     }
     Lines texts;
     for (const cv::Mat &line : lines) {
+        if (pause() > 0ms) {
+            break;
+        }
         texts.push_back(readTogether({line}, usualTries).value_or(Lines(1)).front());
     }
     return texts;

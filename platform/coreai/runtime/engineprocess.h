@@ -20,13 +20,19 @@ public:
     static constexpr std::chrono::milliseconds usualPatience{20000};
     // Of one call, each with a process of its own if the one before died.
     static constexpr int usualTries = 2;
+    // Engines that fail twice in a row are left alone for so long: a picture has hundreds of lines,
+    // and each would start two processes. The first call after it is tried, and one that fails
+    // begins the next pause.
+    static constexpr std::chrono::milliseconds usualPause{10000};
 
     // `command` starts the process: an absolute path and arguments.
     explicit EngineProcess(std::vector<std::string> command,
-                           std::chrono::milliseconds patience = usualPatience);
+                           std::chrono::milliseconds patience = usualPatience,
+                           std::chrono::milliseconds pauseAfterFailures = usualPause);
 
     void setWhileWaiting(std::function<void()> whileWaiting) override;
     void prepareReading() override;
+    std::chrono::milliseconds pause() const override;
     Lines readLines(const std::vector<cv::Mat> &lines) override;
     Vectors ofPassages(const std::vector<std::string> &texts) override;
     std::vector<float> ofQuery(const std::string &utf8) override;
@@ -44,11 +50,13 @@ private:
     std::vector<float> vectorFor(MessageType type, std::string_view bytes);
     std::optional<Lines> readTogether(const std::vector<cv::Mat> &lines, int tries);
     bool startIfNeeded();
+    void countFailure();
     bool isStuck(std::chrono::steady_clock::time_point asked, std::chrono::nanoseconds cpu) const;
     bool send(const Message &message);
 
     std::vector<std::string> m_command;
     std::chrono::milliseconds m_patience;
+    std::chrono::milliseconds m_pauseAfterFailures;
     std::function<void()> m_whileWaiting;
     ChannelProcess m_process;
     std::uint64_t m_calls = 0;

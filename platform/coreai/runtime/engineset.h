@@ -6,6 +6,7 @@
 
 #include "coreai/engines/linerecognizer.h"
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
@@ -28,10 +29,19 @@ public:
     // Lines will be read soon: loads what can be loaded meanwhile. Returns at once.
     virtual void prepareReading() = 0;
 
-    // As many texts as lines, in their order. A line alone is read on one core, several on two.
+    // For how long from now on every call fails at once; 0 where engines can be asked. Those that
+    // failed again and again are left alone for a while.
+    virtual std::chrono::milliseconds pause() const = 0;
+
+    // The texts of the lines in their order, nothing for one that failed. Fewer than lines where a
+    // pause began: the rest was not tried. A line alone is read on one core, several on two.
     virtual Lines readLines(const std::vector<cv::Mat> &lines) = 0;
 
-    std::optional<LineText> readLine(const cv::Mat &line) { return readLines({line}).front(); }
+    std::optional<LineText> readLine(const cv::Mat &line)
+    {
+        const Lines texts = readLines({line});
+        return texts.empty() ? std::nullopt : texts.front();
+    }
 
     // A vector for each text, empty for one without meaning; no vectors at all on failure.
     virtual Vectors ofPassages(const std::vector<std::string> &texts) = 0;

@@ -19,6 +19,10 @@ using namespace coreai;
 
 int main(int argc, char **argv)
 {
+    // The runtime's worker starts this process and lives as long as the runtime.
+    if (!ChannelProcess::endWithParent()) {
+        return 1;
+    }
     QCoreApplication application(argc, argv); // for the folders of the models
     pthread_setname_np(pthread_self(), "ai engines");
     const ModelFolders models =

@@ -82,7 +82,7 @@ void FrameMeaning::knownVectors(FrameReader &frame)
     });
 }
 
-// False at the deadline, and where nothing is missing.
+// False at the deadline, in a pause, and where nothing is missing.
 bool FrameMeaning::nextGroup(FrameReader &frame, const Deadline &deadline)
 {
     std::vector<Wanted> group;
@@ -99,6 +99,9 @@ bool FrameMeaning::nextGroup(FrameReader &frame, const Deadline &deadline)
 bool FrameMeaning::readForGroup(FrameReader &frame, std::size_t line, const Deadline &deadline,
                                 std::vector<Wanted> &group)
 {
+    if (m_engines.pause() > std::chrono::milliseconds::zero()) {
+        return false;
+    }
     std::size_t bytes = 0;
     for (const Wanted &wanted : group) {
         bytes += wanted.text.size();

@@ -48,7 +48,7 @@ public:
     FrameMeaning(EngineSet &engines, LineCache &cache) : m_engines(engines), m_cache(cache) {}
 
     // `picture` is the vector of the picture itself, or empty. Reads and embeds what is new in
-    // `frame` until the deadline, and remembers it.
+    // `frame` until the deadline, or the engines' pause, and remembers it.
     std::vector<float> of(FrameReader &frame, const std::vector<float> &picture,
                           const Deadline &deadline);
 

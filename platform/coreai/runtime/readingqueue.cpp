@@ -34,7 +34,7 @@ void ReadingQueue::removeSession(std::uint32_t session)
 ReadingJobPtr ReadingQueue::next() const
 {
     const auto rank = [](const auto &session) {
-        return std::make_tuple(session.second.size(), session.second.front()->size.area());
+        return std::make_tuple(session.second.front()->size.area(), session.second.size());
     };
     const auto session = std::min_element(
         m_sessions.begin(), m_sessions.end(),

@@ -34,8 +34,9 @@ public:
     void remove(const ReadingJob &job);
     void removeSession(std::uint32_t session);
 
-    // Of the session with the fewest waiting pictures, since somebody looks at that one's answer,
-    // while a long queue is the recorder's; of several such, the smallest picture. Null when empty.
+    // The smallest of the sessions' first pictures: somebody looks at the answer for what was cut
+    // out of a screen, also where the session still has one that was given up. Of equal ones that
+    // of the shortest queue, since a long one is the recorder's. Null when empty.
     ReadingJobPtr next() const;
 
     // The picture of this size that came last, or null.

@@ -45,7 +45,8 @@ Worker::Worker(std::unique_ptr<EngineSet> engines, Settings settings, Answer ans
     : m_engines(std::move(engines))
     , m_settings(std::move(settings))
     , m_answer(std::move(answer))
-    , m_cache(m_settings.cacheBytes)
+    , m_cache(m_settings.cacheBytes, m_settings.clock)
+    , m_nextDrop(m_settings.clock() + dropInterval)
     , m_thread([this] { run(); })
 {
 }
@@ -81,6 +82,7 @@ void Worker::run()
                 return;
             }
         }
+        dropOldInTime();
         if (step()) {
             m_rested = false;
         } else {
@@ -91,19 +93,40 @@ void Worker::run()
 
 void Worker::waitForInbox()
 {
-    const auto patience = m_rested ? std::chrono::milliseconds(dropInterval) : m_settings.idleTime;
+    // With work to do, it is the engines that are waited for.
+    const bool idle = m_reading.isEmpty() && m_vectorless.empty();
+    const auto idleTime = m_rested ? std::chrono::milliseconds(dropInterval) : m_settings.idleTime;
+    const auto patience = idle ? idleTime : m_engines->pause();
     std::unique_lock lock(m_mutex);
     const bool posted =
         m_posted.wait_for(lock, patience, [this] { return m_stop || !m_inbox.empty(); });
     lock.unlock();
-    if (!posted) {
+    if (!posted && idle) {
         rest();
+    }
+}
+
+// A busy worker never rests.
+void Worker::dropOldInTime()
+{
+    if (m_settings.clock() >= m_nextDrop) {
+        dropOld();
+    }
+}
+
+void Worker::dropOld()
+{
+    const auto now = m_settings.clock();
+    m_nextDrop = now + dropInterval;
+    m_cache.dropOld();
+    while (!m_vectorless.empty() && now - m_vectorless.front().read > LineCache::lifetime) {
+        m_vectorless.pop_front();
     }
 }
 
 void Worker::rest()
 {
-    m_cache.dropOld();
+    dropOld();
     if (!m_rested) {
         m_engines->unload();
         m_recent.clear();
@@ -214,8 +237,13 @@ std::vector<float> Worker::vectorOfPicture()
     }
     const std::vector<float> picture =
         m_settings.pictureModel ? m_engines->ofPicture(smaller) : std::vector<float>();
-    return FrameMeaning(*m_engines, m_cache)
-        .of(*m_embedding->frame, picture, Deadline(m_embedding->question.asked));
+    std::vector<float> vector =
+        FrameMeaning(*m_engines, m_cache)
+            .of(*m_embedding->frame, picture, Deadline(m_embedding->question.asked));
+    if (isPaused()) {
+        m_embedding->frame->startAgain(); // it may still wait to be read
+    }
+    return vector;
 }
 
 std::shared_ptr<FrameReader> Worker::frameOf(std::string_view picture, const cv::Mat &smaller)
@@ -283,7 +311,7 @@ bool Worker::mayWait(const Embedding &embedding) const
 bool Worker::readOn()
 {
     const ReadingJobPtr job = m_reading.next();
-    if (!job) {
+    if (!job || isPaused()) {
         return false;
     }
     if (!job->reader->isCut()) {
@@ -292,10 +320,27 @@ bool Worker::readOn()
     } else if (!job->reader->isComplete()) {
         readLines(*job);
     }
-    if (job->reader->isComplete()) {
+    if (isPaused()) {
+        stopReading(job);
+    } else if (job->reader->isComplete()) {
         finish(job);
     }
     return true;
+}
+
+bool Worker::isPaused() const
+{
+    return m_engines->pause() > 0ms;
+}
+
+// The engines failed at this picture. It waits for them once; what failed is read then.
+void Worker::stopReading(const ReadingJobPtr &job)
+{
+    if (m_pausedBefore) {
+        finish(job);
+    }
+    job->reader->startAgain();
+    m_pausedBefore = true;
 }
 
 void Worker::begin(ReadingJob &job)
@@ -320,11 +365,19 @@ void Worker::cut(ReadingJob &job)
 
 void Worker::readLines(const ReadingJob &job)
 {
+    const auto read = [this](const std::vector<cv::Mat> &lines) {
+        EngineSet::Lines texts = m_engines->readLines(lines);
+        const auto isRead = [](const auto &text) { return text.has_value(); };
+        m_pausedBefore = m_pausedBefore && std::none_of(texts.begin(), texts.end(), isRead);
+        return texts;
+    };
     if (job.mayTakeTwoCores && isWaitedFor(job)) {
-        job.reader->readNextTogether(
-            [this](const std::vector<cv::Mat> &lines) { return m_engines->readLines(lines); });
+        job.reader->readNextTogether(read);
     } else {
-        job.reader->readNext([this](const cv::Mat &line) { return m_engines->readLine(line); });
+        job.reader->readNext([&read](const cv::Mat &line) {
+            const EngineSet::Lines texts = read({line});
+            return texts.empty() ? std::nullopt : texts.front();
+        });
     }
 }
 
@@ -343,7 +396,7 @@ void Worker::finish(const ReadingJobPtr &job)
     for (auto place = telling.rbegin(); place != telling.rend(); ++place) {
         const FrameReader::Line &line = lines[*place];
         if (!m_cache.findVector(line.key)) {
-            m_vectorless.push_back({line.key, line.text->text});
+            m_vectorless.push_back({line.key, line.text->text, m_settings.clock()});
         }
     }
     while (m_vectorless.size() > mostVectorless) {
@@ -355,6 +408,9 @@ void Worker::finish(const ReadingJobPtr &job)
 // What was read last is asked for first, of a frame the most telling.
 bool Worker::embedLines()
 {
+    if (isPaused()) {
+        return false;
+    }
     std::vector<Vectorless> lines;
     while (lines.size() < vectorsAtOnce && !m_vectorless.empty()) {
         if (!m_cache.findVector(m_vectorless.back().key)) {

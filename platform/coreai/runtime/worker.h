@@ -1,7 +1,10 @@
 // The runtime's one thread that computes. It works in steps of a line, or of a few that are read
 // side by side where somebody waits for the picture, and after each step does
-// what is most urgent: embeddings of queries, of pictures, reading (shortest queue first), vectors
-// of new lines. Answers of a session come in the order of its requests of one kind.
+// what is most urgent: embeddings of queries, of pictures, reading (smallest picture first),
+// vectors of new lines. Answers of a session come in the order of its requests of one kind. While
+// the engines are left alone, pictures wait to be read. After each pause the first of them is
+// tried; where the engines fail anew, it is answered with what was read of it. So one picture a
+// pause goes where no engines ever come, and the client bounds those that wait.
 // Owner: RuntimeService. Thread: post() and the constructor on the owner's, the rest on its own.
 
 #pragma once
@@ -26,6 +29,7 @@ public:
         PowerState power;
         bool pictureModel = false; // engines give picture vectors
         std::size_t cacheBytes = LineCache::usualBytes;
+        LineCache::Clock clock = std::chrono::steady_clock::now; // of what is forgotten
     };
 
     // Takes the worker's answers; called on its thread.
@@ -54,6 +58,7 @@ private:
     struct Vectorless {
         LineKey key;
         std::string text;
+        std::chrono::steady_clock::time_point read;
     };
 
     void run();
@@ -65,6 +70,8 @@ private:
     bool readOn();
     bool embedLines();
 
+    bool isPaused() const;
+    void stopReading(const ReadingJobPtr &job);
     void begin(ReadingJob &job);
     void cut(ReadingJob &job);
     void finish(const ReadingJobPtr &job);
@@ -79,6 +86,8 @@ private:
     bool isWaitedFor(const ReadingJob &job) const;
     void tell(MessageType type, std::uint32_t session, std::uint64_t request,
               std::string_view bytes);
+    void dropOldInTime();
+    void dropOld();
     void rest();
 
     const std::unique_ptr<EngineSet> m_engines;
@@ -91,10 +100,12 @@ private:
     RecentFrames m_recent;
     std::deque<Question> m_texts;
     std::deque<Question> m_pictures;
-    std::deque<Vectorless> m_vectorless;
+    std::deque<Vectorless> m_vectorless; // the newest last
     std::optional<Embedding> m_embedding;
     bool m_servesOverdue = false; // an engine's call is under way: none may be called
     bool m_rested = true;
+    bool m_pausedBefore = false; // the engines paused, and have read nothing since
+    std::chrono::steady_clock::time_point m_nextDrop;
 
     std::mutex m_mutex; // of what follows
     std::condition_variable m_posted;

@@ -52,7 +52,7 @@ std::unique_ptr<E5TextMeaning> E5TextMeaning::load(const QString &path, QString 
 
 std::vector<float> E5TextMeaning::ofPassage(const std::string &utf8)
 {
-    return embed({utf8}, TextRole::Passage).front();
+    return embedOne(utf8, TextRole::Passage);
 }
 
 std::vector<std::vector<float>> E5TextMeaning::ofPassages(const std::vector<std::string> &texts)
@@ -62,7 +62,7 @@ std::vector<std::vector<float>> E5TextMeaning::ofPassages(const std::vector<std:
 
 std::vector<float> E5TextMeaning::ofQuery(const std::string &utf8)
 {
-    return embed({utf8}, TextRole::Query).front();
+    return embedOne(utf8, TextRole::Query);
 }
 
 int E5TextMeaning::tokenCount(const std::string &utf8)
@@ -96,6 +96,12 @@ std::string E5TextMeaning::withinWindow(const std::string &text, TextRole role)
     }
 }
 
+std::vector<float> E5TextMeaning::embedOne(const std::string &text, TextRole role)
+{
+    const std::vector<std::vector<float>> vectors = embed({text}, role);
+    return vectors.empty() ? std::vector<float>() : vectors.front();
+}
+
 std::vector<std::vector<float>> E5TextMeaning::embed(const std::vector<std::string> &texts,
                                                      TextRole role)
 {
@@ -121,7 +127,7 @@ std::vector<std::vector<float>> E5TextMeaning::embed(const std::vector<std::stri
     if (E5Library::ofThisProcessor().embed(m_model.get(), pointers.data(),
                                            static_cast<int>(pointers.size()),
                                            role == TextRole::Query, vectors.data()) != 0) {
-        return results;
+        return {};
     }
     for (size_t i = 0; i < places.size(); ++i) {
         const float *begin = vectors.data() + i * dimensions;

@@ -34,6 +34,7 @@ public:
 private:
     E5TextMeaning(E5ModelPtr model, Vectors vectors);
 
+    std::vector<float> embedOne(const std::string &text, TextRole role);
     std::vector<std::vector<float>> embed(const std::vector<std::string> &texts, TextRole role);
     std::string withinWindow(const std::string &text, TextRole role);
 

@@ -51,12 +51,12 @@ std::unique_ptr<LineRecognizer> loadOpenVino(const ModelFolders & /*models*/, Li
 #endif
 
 #ifdef YESTERMARK_TESSERACT
-std::unique_ptr<LineRecognizer> loadTesseract(QString &whyNot)
+std::unique_ptr<LineRecognizer> loadTesseract(const ModelFolders &models, QString &whyNot)
 {
-    return TesseractLineRecognizer::load(whyNot);
+    return TesseractLineRecognizer::load(models.tesseract(), whyNot);
 }
 #else
-std::unique_ptr<LineRecognizer> loadTesseract(QString &whyNot)
+std::unique_ptr<LineRecognizer> loadTesseract(const ModelFolders & /*models*/, QString &whyNot)
 {
     whyNot = QStringLiteral("built without Tesseract");
     return nullptr;
@@ -87,7 +87,7 @@ std::unique_ptr<LineRecognizer> loadLineRecognizer(const ModelFolders &models, L
         }
     }
     if (!engine && wanted != LineEngine::None) {
-        engine = loadTesseract(whyNot);
+        engine = loadTesseract(models, whyNot);
         if (!engine) {
             reasons << whyNot;
         }

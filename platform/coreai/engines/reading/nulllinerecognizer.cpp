@@ -2,9 +2,9 @@
 
 namespace coreai
 {
-LineText NullLineRecognizer::read(const cv::Mat & /*line*/)
+std::optional<LineText> NullLineRecognizer::read(const cv::Mat & /*line*/)
 {
-    return {};
+    return std::nullopt;
 }
 
 std::string NullLineRecognizer::name() const

@@ -10,7 +10,7 @@ namespace coreai
 class NullLineRecognizer : public LineRecognizer
 {
 public:
-    LineText read(const cv::Mat &line) override;
+    std::optional<LineText> read(const cv::Mat &line) override;
     std::string name() const override;
 };
 } // namespace coreai

@@ -8,6 +8,7 @@
 #include <QDebug>
 #include <QFile>
 #include <openvino/openvino.hpp>
+#include <pthread.h>
 
 #include <algorithm>
 #include <array>
@@ -124,7 +125,7 @@ OpenVinoLineRecognizer::OpenVinoLineRecognizer(std::unique_ptr<Network> network)
 
 OpenVinoLineRecognizer::~OpenVinoLineRecognizer() = default;
 
-LineText OpenVinoLineRecognizer::read(const cv::Mat &line)
+std::optional<LineText> OpenVinoLineRecognizer::read(const cv::Mat &line)
 {
     PartedLines lines(std::vector<cv::Mat>(1, line));
     std::atomic<std::size_t> next{0};
@@ -132,13 +133,17 @@ LineText OpenVinoLineRecognizer::read(const cv::Mat &line)
     return lines.texts().front();
 }
 
-std::vector<LineText> OpenVinoLineRecognizer::readAll(const std::vector<cv::Mat> &bitmaps)
+std::vector<std::optional<LineText>>
+OpenVinoLineRecognizer::readAll(const std::vector<cv::Mat> &bitmaps)
 {
     PartedLines lines(bitmaps);
     std::atomic<std::size_t> next{0};
     std::thread beside;
     try {
-        beside = std::thread([&] { m_network->readOn(lines, next, m_network->requests.back()); });
+        beside = std::thread([&] {
+            pthread_setname_np(pthread_self(), "ai reader");
+            m_network->readOn(lines, next, m_network->requests.back());
+        });
     } catch (const std::system_error &) {
         // No thread is to be had: this one reads them all.
     }

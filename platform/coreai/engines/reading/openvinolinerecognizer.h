@@ -26,8 +26,8 @@ public:
          Arithmetic arithmetic = Arithmetic::OfProcessor);
     ~OpenVinoLineRecognizer() override;
 
-    LineText read(const cv::Mat &line) override;
-    std::vector<LineText> readAll(const std::vector<cv::Mat> &lines) override;
+    std::optional<LineText> read(const cv::Mat &line) override;
+    std::vector<std::optional<LineText>> readAll(const std::vector<cv::Mat> &lines) override;
     std::string name() const override;
 
 private:

@@ -52,9 +52,9 @@ PartedLines::PartedLines(const std::vector<cv::Mat> &lines) : m_lines(lines.size
                      [&](std::size_t one, std::size_t other) { return width(one) > width(other); });
 }
 
-std::vector<LineText> PartedLines::texts() const
+std::vector<std::optional<LineText>> PartedLines::texts() const
 {
-    std::vector<LineText> texts(m_lines);
+    std::vector<std::optional<LineText>> texts(m_lines, LineText());
     for (auto first = m_parts.begin(); first != m_parts.end();) {
         const auto last = std::find_if(first, m_parts.end(),
                                        [&](const Part &part) { return part.line != first->line; });
@@ -64,13 +64,13 @@ std::vector<LineText> PartedLines::texts() const
     return texts;
 }
 
-LineText PartedLines::joined(Parts::const_iterator first, Parts::const_iterator last)
+std::optional<LineText> PartedLines::joined(Parts::const_iterator first, Parts::const_iterator last)
 {
     LineText answer;
     int weight = 0;
     for (; first != last; ++first) {
         if (!first->text) {
-            return {};
+            return std::nullopt;
         }
         const LineText &read = *first->text;
         if (first->newWord && endsWithWord(answer.text) && startsWithWord(read.text)) {

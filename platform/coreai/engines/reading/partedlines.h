@@ -25,8 +25,8 @@ public:
     const cv::Mat &part(std::size_t number) const { return m_parts[m_order[number]].bitmap; }
     void put(std::size_t number, LineText text) { m_parts[m_order[number]].text = std::move(text); }
 
-    // In the order of the lines; empty for a line of which a part was not put.
-    std::vector<LineText> texts() const;
+    // In the order of the lines; nothing for a line of which a part was not put.
+    std::vector<std::optional<LineText>> texts() const;
 
 private:
     struct Part {
@@ -37,7 +37,7 @@ private:
     };
     using Parts = std::vector<Part>;
 
-    static LineText joined(Parts::const_iterator first, Parts::const_iterator last);
+    static std::optional<LineText> joined(Parts::const_iterator first, Parts::const_iterator last);
 
     std::size_t m_lines;
     Parts m_parts; // line by line

@@ -2,6 +2,8 @@
 
 #include "coreai/engines/reading/lineink.h"
 
+#include <QFile>
+
 #include <opencv2/imgproc.hpp>
 #include <tesseract/baseapi.h>
 
@@ -53,7 +55,7 @@ private:
 
 std::string oneLine(const char *text)
 {
-    std::string line(text ? text : "");
+    std::string line(text ? text : ""); // none: it saw no line there
     std::replace(line.begin(), line.end(), '\n', ' ');
     while (!line.empty() && line.back() == ' ') {
         line.pop_back();
@@ -62,13 +64,15 @@ std::string oneLine(const char *text)
 }
 } // namespace
 
-std::unique_ptr<TesseractLineRecognizer> TesseractLineRecognizer::load(QString &whyNot)
+std::unique_ptr<TesseractLineRecognizer> TesseractLineRecognizer::load(const QString &folder,
+                                                                       QString &whyNot)
 {
+    const QByteArray data = QFile::encodeName(folder);
     for (const char *languages : {"eng+chi_sim", "eng", "chi_sim"}) {
         auto api = std::make_unique<tesseract::TessBaseAPI>();
         // The library prints its complaints; nobody reads them there.
         api->SetVariable("debug_file", "/dev/null");
-        if (api->Init(nullptr, languages, tesseract::OEM_LSTM_ONLY) == 0) {
+        if (api->Init(data.constData(), languages, tesseract::OEM_LSTM_ONLY) == 0) {
             api->SetPageSegMode(tesseract::PSM_SINGLE_LINE);
             return std::unique_ptr<TesseractLineRecognizer>(
                 new TesseractLineRecognizer(std::move(api)));
@@ -85,10 +89,10 @@ TesseractLineRecognizer::TesseractLineRecognizer(std::unique_ptr<tesseract::Tess
 
 TesseractLineRecognizer::~TesseractLineRecognizer() = default;
 
-LineText TesseractLineRecognizer::read(const cv::Mat &line)
+std::optional<LineText> TesseractLineRecognizer::read(const cv::Mat &line)
 {
     if (!hasInk(line)) {
-        return {};
+        return LineText();
     }
     const OneThread oneThread;
     const cv::Mat picture = prepared(line);

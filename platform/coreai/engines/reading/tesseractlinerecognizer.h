@@ -20,11 +20,12 @@ namespace coreai
 class TesseractLineRecognizer : public LineRecognizer
 {
 public:
-    // Null where no language data is installed; `whyNot` then tells it in a few words.
-    static std::unique_ptr<TesseractLineRecognizer> load(QString &whyNot);
+    // Null where `folder` holds no language data; `whyNot` then tells it in a few words. The
+    // library's own way to it would follow the environment.
+    static std::unique_ptr<TesseractLineRecognizer> load(const QString &folder, QString &whyNot);
     ~TesseractLineRecognizer() override;
 
-    LineText read(const cv::Mat &line) override;
+    std::optional<LineText> read(const cv::Mat &line) override;
     std::string name() const override;
 
 private:

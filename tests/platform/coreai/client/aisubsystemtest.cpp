@@ -8,6 +8,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QTest>
 
 class AiSubsystemTest : public QObject
@@ -15,7 +16,9 @@ class AiSubsystemTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void needsATextEngineAndATextMeaning_data();
     void needsATextEngineAndATextMeaning();
+    void theUsersModelsAreEnough();
     void answersWithin20Milliseconds();
 };
 
@@ -27,31 +30,54 @@ QString userModels()
            QStringLiteral("/tavel-ai-yestermark/models");
 }
 
-void put(const QString &name)
+bool put(const QString &folder, const QString &name)
 {
-    QDir().mkpath(userModels());
-    QFile file(userModels() + QLatin1Char('/') + name);
-    QVERIFY(file.open(QFile::WriteOnly));
-    file.write("model");
+    QFile file(folder + QLatin1Char('/') + name);
+    return QDir().mkpath(folder) && file.open(QFile::WriteOnly) && file.write("model") > 0;
 }
 } // namespace
 
+void AiSubsystemTest::needsATextEngineAndATextMeaning_data()
+{
+    QTest::addColumn<QStringList>("models");
+    QTest::addColumn<QString>("language"); // of the fallback engine
+    QTest::addColumn<bool>("inited");
+    const QString english = QStringLiteral("eng.traineddata");
+    const QString chinese = QStringLiteral("chi_sim.traineddata");
+    const QString line = coreai::lineModelFile;
+    const QString text = coreai::textMeaningFile;
+    QTest::newRow("nothing") << QStringList() << QString() << false;
+    QTest::newRow("text engine") << QStringList{line} << QString() << false;
+    QTest::newRow("fallback engine") << QStringList() << english << false;
+    QTest::newRow("text meaning") << QStringList{text} << QString() << false;
+    QTest::newRow("fallback engine, text meaning") << QStringList{text} << english << true;
+    QTest::newRow("its other language, text meaning") << QStringList{text} << chinese << true;
+    QTest::newRow("other language data, text meaning")
+        << QStringList{text} << QStringLiteral("osd.traineddata") << false;
+}
+
 void AiSubsystemTest::needsATextEngineAndATextMeaning()
 {
-    // The build's own models count as well, and so does the distribution's Tesseract: without the
-    // user's files the answer is what these make it.
-    const coreai::ModelFolders standard = coreai::ModelFolders::standard();
-    QCOMPARE(is_ai_subsystem_inited(),
-             coreai::lineRecognizerAvailable(standard) && coreai::textMeaningAvailable(standard));
-    if (!coreai::textMeaningAvailable(standard)) {
-        QVERIFY(!is_ai_subsystem_inited());
+    QFETCH(QStringList, models);
+    QFETCH(QString, language);
+    QFETCH(bool, inited);
+    const QTemporaryDir folder;
+    const QTemporaryDir tesseract;
+    for (const QString &model : models) {
+        QVERIFY(put(folder.path(), model));
     }
-    put(coreai::textMeaningFile);
-    put(coreai::lineModelFile);
-    QVERIFY(is_ai_subsystem_inited());
+    if (!language.isEmpty()) {
+        QVERIFY(put(tesseract.path(), language));
+    }
+    const coreai::ModelFolders folders({folder.path()}, tesseract.path());
+    QCOMPARE(coreai::aiSubsystemAvailable(folders), inited);
+}
 
-    const coreai::ModelFolders none({QStringLiteral("/nowhere")});
-    QVERIFY(!coreai::textMeaningAvailable(none));
+void AiSubsystemTest::theUsersModelsAreEnough()
+{
+    QVERIFY(put(userModels(), coreai::textMeaningFile));
+    QVERIFY(put(userModels(), coreai::lineModelFile));
+    QVERIFY(is_ai_subsystem_inited());
 }
 
 void AiSubsystemTest::answersWithin20Milliseconds()

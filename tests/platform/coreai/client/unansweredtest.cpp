@@ -37,6 +37,7 @@ private Q_SLOTS:
     void blamesTheOldestWhereNothingHadBegun();
     void anAnswerCountsOnlyForItsSession();
     void takesOneSession();
+    void countsTheBytesOfASession();
 };
 
 void UnansweredTest::repeatsInOrderWhatHadNoAnswer()
@@ -112,6 +113,22 @@ void UnansweredTest::takesOneSession()
     QCOMPARE(unanswered.takeSession(2).size(), std::size_t(1));
     QCOMPARE(unanswered.takeAll().size(), std::size_t(1));
     QVERIFY(unanswered.isEmpty());
+}
+
+void UnansweredTest::countsTheBytesOfASession()
+{
+    Unanswered unanswered;
+    for (std::uint64_t number = 1; number <= 2; ++number) {
+        Message message = request(std::uint32_t(number), number);
+        message.payload = Payload::of(std::string(100 * number, 'x'));
+        unanswered.add(std::move(message));
+    }
+    unanswered.add(request(1, 3));
+    QCOMPARE(unanswered.countOf(1), std::size_t(2));
+    QCOMPARE(unanswered.bytesOf(1), std::size_t(100));
+    QCOMPARE(unanswered.bytesOf(2), std::size_t(200));
+    QVERIFY(unanswered.remove(2, 2));
+    QCOMPARE(unanswered.bytesOf(2), std::size_t(0));
 }
 
 QTEST_GUILESS_MAIN(UnansweredTest)

@@ -89,10 +89,14 @@ private Q_SLOTS:
     void aRuntimeThatCannotStartFailsTheSession();
     void aRuntimeThatBreaksTheProtocolIsReplaced();
     void passesTheStatusOfARefusal();
+    void whatANewRuntimeRefusesIsAnsweredEmpty();
+    void aRuntimeThatEndsOnceItHasSpokenIsLeftAlone();
     void aNullResultStaysNull();
     void aPictureWithoutTextHasNoArray();
     void aLineWithoutCornersGivesNone();
     void answersEmptyBeyondTheBoundInOrder();
+    void theBytesThatWaitAreBounded();
+    void aPictureThatIsTooLargeIsToldAsSuch();
     void requestsBeforeInitAreDroppedWithAWarning();
     void aReplacedCallbackGetsTheAnswers();
     void aNullCallbackDropsAnswers();
@@ -228,6 +232,39 @@ void VisionClientTest::passesTheStatusOfARefusal()
     QCOMPARE(session.init(), 42);
 }
 
+void VisionClientTest::whatANewRuntimeRefusesIsAnsweredEmpty()
+{
+    LogCapture log;
+    Session session;
+    {
+        const FakeProgram program;
+        QCOMPARE(session.init(), 0);
+    }
+    const FakeProgram program({"--status", "42"});
+    ::kill(FakeProgram::processId(), SIGKILL);
+    for (int request = 1; request <= 2; ++request) { // before, or after it is told, then after
+        session.ask("1");
+        QTRY_COMPARE(session.log.count(), request);
+    }
+    QCOMPARE(session.log.firstLines(), QStringList({"empty", "empty"}));
+    QVERIFY(log.contains(QtWarningMsg, QStringLiteral("the session is refused")));
+}
+
+void VisionClientTest::aRuntimeThatEndsOnceItHasSpokenIsLeftAlone()
+{
+    LogCapture log;
+    const FakeProgram program({"--die-opened"});
+    Session session;
+    QCOMPARE(session.init(), 0);
+    QTRY_VERIFY(log.contains(QtWarningMsg, QStringLiteral("left alone for a while")));
+    const int starts = log.count(QtWarningMsg, QStringLiteral("the process ended"));
+    session.ask("1");
+    QTRY_COMPARE(session.log.count(), 1);
+    QCOMPARE(session.log.firstLines(), QStringList("empty"));
+    QCOMPARE(log.count(QtWarningMsg, QStringLiteral("the process ended")), starts);
+    QCOMPARE(FakeProgram::processId(), pid_t(-1));
+}
+
 void VisionClientTest::aNullResultStaysNull()
 {
     const FakeProgram program({"--null", "2"});
@@ -278,6 +315,46 @@ void VisionClientTest::answersEmptyBeyondTheBoundInOrder()
         QVERIFY2(texts.at(index) == read || texts.at(index) == QStringLiteral("empty"),
                  qPrintable(texts.at(index)));
     }
+}
+
+void VisionClientTest::theBytesThatWaitAreBounded()
+{
+    using coreai::RuntimeLink;
+    const FakeProgram program({"--silent"});
+    RuntimeLink link(1000);
+    std::uint32_t session = 0;
+    const auto ignore = [](const coreai::Message &) {};
+    QCOMPARE(link.open(coreai::SessionKind::TextRecognition, ignore, &session), 0);
+    const auto send = [&](std::size_t bytes) {
+        coreai::Message message;
+        message.type = coreai::MessageType::ReadPicture;
+        message.session = session;
+        message.request = link.nextRequest();
+        message.payload = coreai::Payload::of(std::string(bytes, 'x'));
+        return link.send(message);
+    };
+    QVERIFY(send(5000) == RuntimeLink::Sending::Accepted); // where nothing else waits
+    QVERIFY(send(1) == RuntimeLink::Sending::TooManyWait);
+    link.forget(session, 1);
+    QVERIFY(send(600) == RuntimeLink::Sending::Accepted);
+    QVERIFY(send(400) == RuntimeLink::Sending::Accepted);
+    QVERIFY(send(1) == RuntimeLink::Sending::TooManyWait);
+    link.close(session);
+}
+
+void VisionClientTest::aPictureThatIsTooLargeIsToldAsSuch()
+{
+    LogCapture log;
+    const FakeProgram program;
+    Session session;
+    QCOMPARE(session.init(), 0);
+    const uint8_t byte = 0; // the size alone is looked at
+    text_recognition_recognize_text_from_image_data_async(session.handle(), &byte,
+                                                          coreai::Payload::mostBytes + 1);
+    QTRY_COMPARE(session.log.count(), 1);
+    QCOMPARE(session.log.firstLines(), QStringList("empty"));
+    QVERIFY(log.contains(QtWarningMsg, QStringLiteral("a picture cannot be passed on")));
+    QVERIFY(!log.contains(QtWarningMsg, QStringLiteral("too many")));
 }
 
 void VisionClientTest::requestsBeforeInitAreDroppedWithAWarning()

@@ -267,7 +267,7 @@ void TextMeaningTest::missingModel()
     const auto engine = coreai::loadTextMeaning(folders);
     QVERIFY(engine->ofPassage("words").empty());
     QVERIFY(engine->ofQuery("words").empty());
-    QCOMPARE(engine->ofPassages({"words", "more"}).size(), size_t(2));
+    QVERIFY(engine->ofPassages({"words", "more"}).empty()); // not two without meaning
     QCOMPARE(engine->tokenCount("words"), 0);
     coreai::loadTextMeaning(folders);
     QCOMPARE(log.texts().size(), 1);

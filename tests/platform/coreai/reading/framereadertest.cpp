@@ -118,6 +118,8 @@ private Q_SLOTS:
     void aFailedLineIsEmptyAndNotRemembered();
     void aLineReadForAnotherPictureIsTaken();
     void canBeCutAgainAfterItsBitmapsWereDropped();
+    void linesThatWereNotTriedStayUnread();
+    void afterABeginningAgainFailedLinesAreAskedForAnew();
     void aLineMayBeReadOutOfOrder();
     void linesReadTogetherEqualLinesReadAlone();
     void linesReadTogetherAreFewAndNeverOneAlone_data();
@@ -219,6 +221,42 @@ void FrameReaderTest::aLineReadForAnotherPictureIsTaken()
         waiting.readNext(std::ref(recognizer));
     }
     QCOMPARE(recognizer.reads, 0);
+}
+
+void FrameReaderTest::linesThatWereNotTriedStayUnread()
+{
+    LineCache cache;
+    const QImage screen = DrawnSession({640, 480}).screen();
+    FrameReader reader(cache);
+    reader.cut(matOf(screen));
+    const int unread = reader.unreadCount();
+    QVERIFY(unread > 2);
+    std::size_t asked = 0;
+    reader.readNextTogether([&asked](const std::vector<cv::Mat> &lines) {
+        asked = lines.size();
+        return std::vector<std::optional<LineText>>{LineText{"first", 1}};
+    });
+    QVERIFY(asked > 1);
+    QCOMPARE(reader.unreadCount(), unread - 1);
+}
+
+void FrameReaderTest::afterABeginningAgainFailedLinesAreAskedForAnew()
+{
+    LineCache cache;
+    const QImage screen = DrawnSession({640, 480}).screen();
+    FrameReader reader(cache);
+    reader.cut(matOf(screen));
+    while (!reader.isComplete()) {
+        reader.readNext([](const cv::Mat &) { return std::nullopt; });
+    }
+    reader.startAgain();
+    QVERIFY(!reader.isCut());
+    reader.cut(matOf(screen));
+    Recognizer recognizer;
+    while (!reader.isComplete()) {
+        reader.readNext(std::ref(recognizer));
+    }
+    QCOMPARE(textsOf(reader), readWithEmptyCache(screen));
 }
 
 void FrameReaderTest::canBeCutAgainAfterItsBitmapsWereDropped()

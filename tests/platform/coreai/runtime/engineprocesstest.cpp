@@ -5,6 +5,8 @@
 #include "testengines.h"
 
 #include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <csignal>
@@ -31,7 +33,10 @@ private Q_SLOTS:
     void aDeathAmongSeveralLinesCostsOnlyTheOne();
     void oneThatDiedAmongSeveralLinesIsAskedAgain();
     void unloadsAndLoadsAgain();
+    void aLineThatCannotBeReadIsToldFromOneWithoutText();
     void aMissingProgramFailsQuickly();
+    void aProgramThatAppearsAfterAPauseIsUsed();
+    void ofSeveralLinesNoneIsTriedInAPause();
     void aStuckProcessIsGivenUp();
     void aSilentEndIsNoHang();
 };
@@ -150,6 +155,46 @@ void EngineProcessTest::aMissingProgramFailsQuickly()
     QVERIFY(engines.ofQuery("query").empty());
     QVERIFY(timer.elapsed() < 2000);
     QVERIFY(log.texts().size() < 20); // not two lines for each of them
+}
+
+void EngineProcessTest::aLineThatCannotBeReadIsToldFromOneWithoutText()
+{
+    LogCapture log;
+    EngineProcess engines({ENGINE_PROGRAM, "0", "-1", "123"});
+    const EngineSet::Lines texts = engines.readLines({line(100), line(123), line(140)});
+    QCOMPARE(texts.size(), std::size_t(3));
+    QVERIFY(texts[0].has_value() && !texts[1].has_value() && texts[2].has_value());
+    QVERIFY(!engines.readLine(line(123)).has_value());
+    QCOMPARE(engines.pause().count(), 0); // the process itself is well
+    QVERIFY(log.texts().isEmpty());
+}
+
+void EngineProcessTest::aProgramThatAppearsAfterAPauseIsUsed()
+{
+    using namespace std::chrono_literals;
+    const QTemporaryDir folder;
+    const QString program = folder.filePath(QStringLiteral("engines"));
+    LogCapture log;
+    EngineProcess engines({program.toStdString()}, EngineProcess::usualPatience, 200ms);
+    QVERIFY(!engines.readLine(line(100)).has_value());
+    QCOMPARE(engines.pause().count(), 0);
+    QVERIFY(!engines.readLine(line(100)).has_value());
+    QVERIFY(engines.pause() > 0ms && engines.pause() <= 200ms);
+    QVERIFY(QFile::link(QStringLiteral(ENGINE_PROGRAM), program));
+    // Calls meanwhile do not make it longer.
+    QTRY_VERIFY_WITH_TIMEOUT(engines.readLine(line(100)).has_value(), 10000);
+    QCOMPARE(engines.pause().count(), 0);
+}
+
+void EngineProcessTest::ofSeveralLinesNoneIsTriedInAPause()
+{
+    LogCapture log;
+    EngineProcess engines({"/nowhere/yestermark-ai-engines"});
+    QVERIFY(!engines.readLine(line(100)).has_value());
+    const EngineSet::Lines texts = engines.readLines({line(100), line(110), line(120)});
+    QCOMPARE(texts.size(), std::size_t(1));
+    QVERIFY(engines.readLines({line(100), line(110)}).empty());
+    QVERIFY(!engines.readLine(line(100)).has_value());
 }
 
 void EngineProcessTest::aStuckProcessIsGivenUp()

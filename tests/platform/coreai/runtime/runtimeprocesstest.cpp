@@ -115,6 +115,8 @@ private Q_SLOTS:
     void killedEnginesLoseNoLine();
     void bothProcessesGoWithTheLastSession();
     void bothProcessesGoWithAKilledClient();
+    void stuckEnginesGoWithAKilledRuntime_data();
+    void stuckEnginesGoWithAKilledRuntime();
     void enginesEndWhenIdleAndComeBackUnnoticed();
     void theEnginesRunAtTheLowestPriority();
     void threadsAreNamed();
@@ -232,6 +234,38 @@ void RuntimeProcessTest::bothProcessesGoWithAKilledClient()
     client.channel().close();
     QTRY_VERIFY_WITH_TIMEOUT(!isAlive(process), patience);
     QTRY_VERIFY_WITH_TIMEOUT(!isAlive(engines), patience);
+}
+
+void RuntimeProcessTest::stuckEnginesGoWithAKilledRuntime_data()
+{
+    QTest::addColumn<QString>("engines");
+    QTest::newRow("the test's") << QStringLiteral(ENGINE_PROGRAM);
+    QTest::newRow("the installed ones") << QStringLiteral(ENGINES_INSTALLED);
+}
+
+void RuntimeProcessTest::stuckEnginesGoWithAKilledRuntime()
+{
+    QFETCH(QString, engines);
+    coreai::ChannelProcess client;
+    QVERIFY(client.start({RUNTIME_PROGRAM, "--engines", engines.toStdString(), "--models",
+                          m_models.path().toStdString()}));
+    coreai::Message message;
+    message.session = 1;
+    message.request = std::uint64_t(coreai::SessionKind::Embedding);
+    QVERIFY(client.channel().send(message) == coreai::Channel::Sending::Sent);
+    message.type = coreai::MessageType::EmbedText;
+    QVERIFY(client.channel().send(message) == coreai::Channel::Sending::Sent);
+    const auto isAnswered = [&client] {
+        coreai::Message answer;
+        return client.channel().receive(answer) == coreai::Channel::Receiving::Received &&
+               answer.type == coreai::MessageType::Vector;
+    };
+    QVERIFY(QTest::qWaitFor(isAnswered, patience)); // not QTRY_VERIFY, which would ask again
+    const pid_t process = childrenOf(client.processId()).at(0);
+    // It looks at its channel no more than inside a call that does not end.
+    QCOMPARE(::kill(process, SIGSTOP), 0);
+    ::kill(client.processId(), SIGKILL);
+    QTRY_VERIFY_WITH_TIMEOUT(!isAlive(process), patience);
 }
 
 void RuntimeProcessTest::enginesEndWhenIdleAndComeBackUnnoticed()

@@ -36,6 +36,13 @@ std::vector<float> vectorOf(const std::string &text)
     return vector;
 }
 
+std::chrono::milliseconds CountingSet::pause() const
+{
+    using std::chrono::milliseconds;
+    const auto left = m_pauseUntil - std::chrono::steady_clock::now();
+    return std::max(milliseconds::zero(), std::chrono::ceil<milliseconds>(left));
+}
+
 coreai::EngineSet::Lines CountingSet::readLines(const std::vector<cv::Mat> &lines)
 {
     const int count = int(lines.size());
@@ -48,6 +55,12 @@ coreai::EngineSet::Lines CountingSet::readLines(const std::vector<cv::Mat> &line
         m_whileWaiting();
     }
     wait(left);
+    if (m_counts.fails && m_counts.pauseMilliseconds > 0) {
+        ++m_counts.pauses;
+        m_pauseUntil = std::chrono::steady_clock::now() +
+                       std::chrono::milliseconds(m_counts.pauseMilliseconds);
+        return {std::nullopt};
+    }
     Lines texts(lines.size());
     for (std::size_t index = 0; index < lines.size() && !m_counts.fails; ++index) {
         texts[index] = coreai::LineText{textOf(lines[index]), 1};
@@ -71,9 +84,9 @@ std::vector<float> CountingSet::ofQuery(const std::string &utf8)
     return m_counts.fails ? std::vector<float>() : vectorOf(utf8);
 }
 
-coreai::LineText Recognizer::read(const cv::Mat &line)
+std::optional<coreai::LineText> Recognizer::read(const cv::Mat &line)
 {
     wait(m_milliseconds);
-    return {textOf(line), 1};
+    return coreai::LineText{textOf(line), 1};
 }
 } // namespace TestEngines

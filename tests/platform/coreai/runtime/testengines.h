@@ -9,6 +9,7 @@
 #include "coreai/runtime/engineset.h"
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 
 namespace TestEngines
@@ -24,9 +25,11 @@ struct Counts {
     std::atomic<int> passages{0};
     std::atomic<int> queries{0};
     std::atomic<int> unloads{0};
-    std::atomic<int> mostTogether{0};     ///< lines of one call
-    std::atomic<int> readMilliseconds{0}; ///< of a line, or two read together; 0 ends it
-    std::atomic<bool> fails{false};       ///< every call fails
+    std::atomic<int> mostTogether{0};      ///< lines of one call
+    std::atomic<int> readMilliseconds{0};  ///< of a line, or two read together; 0 ends it
+    std::atomic<bool> fails{false};        ///< every call fails
+    std::atomic<int> pauseMilliseconds{0}; ///< that begins with each failed reading
+    std::atomic<int> pauses{0};
 };
 
 class CountingSet : public coreai::EngineSet
@@ -39,6 +42,7 @@ public:
         m_whileWaiting = std::move(whileWaiting);
     }
     void prepareReading() override {}
+    std::chrono::milliseconds pause() const override;
     Lines readLines(const std::vector<cv::Mat> &lines) override;
     Vectors ofPassages(const std::vector<std::string> &texts) override;
     std::vector<float> ofQuery(const std::string &utf8) override;
@@ -49,6 +53,7 @@ public:
 private:
     Counts &m_counts;
     std::function<void()> m_whileWaiting;
+    std::chrono::steady_clock::time_point m_pauseUntil;
 };
 
 /// The same for a process of its own.
@@ -56,7 +61,7 @@ class Recognizer : public coreai::LineRecognizer
 {
 public:
     explicit Recognizer(int milliseconds) : m_milliseconds(milliseconds) {}
-    coreai::LineText read(const cv::Mat &line) override;
+    std::optional<coreai::LineText> read(const cv::Mat &line) override;
     std::string name() const override { return "test"; }
 
 private:

@@ -3,6 +3,7 @@
 #include "coreai/runtime/worker.h"
 #include "coreai/meaning/meaningspace.h"
 #include "coreai/protocol/answers.h"
+#include "coreai/reading/picturedecoder.h"
 #include "coreai/runtime/tellinglines.h"
 #include "reading/drawnsession.h"
 #include "testengines.h"
@@ -114,6 +115,19 @@ double lengthOf(const std::vector<float> &vector)
     return sum;
 }
 
+// The lines of a picture of which nothing is known.
+int readsOf(const std::string &picture)
+{
+    LineCache cache;
+    FrameReader reader(cache);
+    reader.cut(decodePicture(picture));
+    int reads = 0;
+    while (!reader.isComplete()) {
+        reader.readNext([&reads](const cv::Mat &) { return ++reads, LineText{"x", 1}; });
+    }
+    return reads;
+}
+
 QString batteryFolder(const QTemporaryDir &folder)
 {
     QDir(folder.path()).mkpath(QStringLiteral("BAT0"));
@@ -148,6 +162,10 @@ private Q_SLOTS:
     void badPicturesHaveNoLines_data();
     void badPicturesHaveNoLines();
     void failedLinesAreLeftOutAndReadLater();
+    void picturesThatWaitDuringAPauseAreReadWholeAfterIt();
+    void whereEnginesNeverComeAPauseCostsOnePicture();
+    void vectorsWaitForTheEndOfAPause();
+    void whatIsOldIsForgottenWhileThereIsWork();
     void unloadsWhenIdleAndReadsOn();
     void closedSessionsAreNotReadOn();
     void linesReadTogetherAreNotReadOnAfterAClose();
@@ -344,14 +362,17 @@ void WorkerTest::aLateLineOfTheOwnEmbeddingIsReadAllTheSame()
 {
     Bench bench;
     DrawnSession session({640, 480});
+    const std::string picture = encoded(session.screen(), "JPEG");
     bench.counts.readMilliseconds = 1500;
-    bench.embed(1, encoded(session.screen(), "JPEG")); // nothing is known: it begins to read
+    bench.embed(1, picture); // nothing is known: it begins to read
     QTRY_COMPARE(bench.answers.count(), 1);
     QCOMPARE(bench.counts.reads.load(), 1);
     QCOMPARE(bench.answers.vector(0).size(), std::size_t(1024));
-    bench.counts.readMilliseconds = 0;
-    QTest::qWait(2000);                 // the line ends, and with it the embedding
-    QCOMPARE(bench.answers.count(), 1); // answered once
+    bench.counts.readMilliseconds = 0; // the line ends, and with it the embedding
+    bench.read(Bench::recorder, 2, picture);
+    QTRY_COMPARE(bench.answers.count(), 2); // that of the embedding came once
+    QCOMPARE(bench.answers.at(1).request, std::uint64_t(2));
+    QCOMPARE(bench.counts.reads.load(), readsOf(picture)); // the late line is known
 }
 
 void WorkerTest::aFrameOfWhichNothingIsKnownIsGivenMoreTime()
@@ -375,14 +396,19 @@ void WorkerTest::aFrameOfWhichNothingIsKnownIsGivenMoreTime()
 void WorkerTest::aFrameThatWaitsForAnotherIsGivenMoreTime()
 {
     Bench bench;
-    bench.counts.readMilliseconds = 600;
+    bench.counts.readMilliseconds = 3000;
     DrawnSession session({640, 480});
     bench.read(Bench::recorder, 1, encoded(session.screen()));
     QTRY_VERIFY(bench.counts.reads >= 1);
     // Overdue while the other's line is read, and nothing of it is known.
     session.switchTo(1);
-    bench.embed(2, encoded(session.screen(), "JPEG"));
+    const std::string picture = encoded(session.screen(), "JPEG");
+    QElapsedTimer asked;
+    asked.start();
+    bench.embed(2, picture);
     QTRY_COMPARE(bench.answers.count(), 1);
+    QVERIFY(asked.elapsed() >= Deadline::overdueWithNothing.count());
+    QVERIFY(asked.elapsed() < 2000); // the line takes three seconds
     QCOMPARE(bench.answers.at(0).request, std::uint64_t(2));
     QCOMPARE(bench.answers.vector(0).size(), std::size_t(1024));
     bench.counts.readMilliseconds = 0;
@@ -466,6 +492,104 @@ void WorkerTest::failedLinesAreLeftOutAndReadLater()
     bench.read(Bench::recorder, 4, encoded(session.screen()));
     QTRY_COMPARE(bench.answers.count(), 4);
     QVERIFY(bench.answers.lines(3).size() > 5);
+}
+
+void WorkerTest::picturesThatWaitDuringAPauseAreReadWholeAfterIt()
+{
+    Bench well;
+    Bench bench;
+    bench.counts.pauseMilliseconds = 300;
+    bench.counts.fails = true;
+    DrawnSession session({640, 480});
+    for (std::uint64_t request = 1; request <= 3; ++request) {
+        session.openFile();
+        well.read(Bench::recorder, request, encoded(session.screen()));
+        bench.read(Bench::recorder, request, encoded(session.screen()));
+    }
+    QTRY_COMPARE(bench.counts.pauses.load(), 1);
+    bench.counts.fails = false;
+    // An embedding is answered meanwhile, and takes no line from the picture that waits.
+    bench.embed(4, encoded(session.screen(), "JPEG"));
+    QTRY_COMPARE(bench.answers.count(), 1);
+    QCOMPARE(bench.answers.requests(), std::vector<std::uint64_t>({4}));
+    QTRY_COMPARE(bench.answers.count(), 4);
+    QTRY_COMPARE(well.answers.count(), 3);
+    QCOMPARE(bench.answers.requests(), std::vector<std::uint64_t>({4, 1, 2, 3}));
+    for (std::size_t picture = 0; picture < 3; ++picture) {
+        const Message expected = well.answers.at(picture);
+        const Message read = bench.answers.at(picture + 1);
+        QCOMPARE(std::string(read.payload.view().bytes()),
+                 std::string(expected.payload.view().bytes()));
+    }
+    QCOMPARE(bench.counts.pauses.load(), 1);
+}
+
+void WorkerTest::whereEnginesNeverComeAPauseCostsOnePicture()
+{
+    Bench bench;
+    bench.counts.pauseMilliseconds = 50;
+    bench.counts.fails = true;
+    DrawnSession session({640, 480});
+    for (std::uint64_t request = 1; request <= 3; ++request) {
+        session.openFile();
+        bench.read(Bench::recorder, request, encoded(session.screen()));
+    }
+    QTRY_COMPARE(bench.answers.count(), 3);
+    QCOMPARE(bench.answers.requests(), std::vector<std::uint64_t>({1, 2, 3}));
+    QVERIFY(bench.answers.lines(0).empty());
+    QCOMPARE(bench.counts.pauses.load(), 4); // the first picture was tried twice
+    // With engines again, the next picture is not taken for one that was tried.
+    bench.counts.fails = false;
+    bench.read(Bench::recorder, 4, encoded(session.screen()));
+    QTRY_COMPARE(bench.answers.count(), 4);
+    QVERIFY(bench.answers.lines(3).size() > 5);
+}
+
+void WorkerTest::vectorsWaitForTheEndOfAPause()
+{
+    Bench bench;
+    DrawnSession session({640, 480});
+    bench.counts.readMilliseconds = 5;
+    bench.read(Bench::recorder, 1, encoded(session.screen()));
+    session.openFile();
+    bench.read(Bench::recorder, 2, encoded(session.screen()));
+    QTRY_COMPARE(bench.answers.count(), 1);
+    bench.counts.pauseMilliseconds = 200;
+    bench.counts.fails = true;
+    QTRY_COMPARE(bench.counts.pauses.load(), 1);
+    QCOMPARE(bench.counts.passages.load(), 0);
+    bench.counts.fails = false;
+    QTRY_COMPARE(bench.answers.count(), 2);
+    QTRY_VERIFY(bench.counts.passages >= int(mostTellingLines));
+}
+
+void WorkerTest::whatIsOldIsForgottenWhileThereIsWork()
+{
+    std::atomic<int> hours{0};
+    Worker::Settings settings;
+    settings.clock = [&hours] {
+        return std::chrono::steady_clock::time_point(std::chrono::hours(100 + hours));
+    };
+    Bench bench(settings);
+    DrawnSession session({640, 480});
+    const std::string first = encoded(session.screen(), "JPEG");
+    bench.read(Bench::recorder, 1, encoded(session.screen()));
+    QTRY_COMPARE(bench.counts.passages.load(), int(mostTellingLines));
+    session.switchTo(1);
+    bench.read(Bench::recorder, 2, encoded(session.screen()));
+    QTRY_COMPARE(bench.answers.count(), 2);
+    // Vectors of lines that were read wait while there is something to read.
+    bench.counts.readMilliseconds = 20;
+    session.switchTo(2);
+    bench.read(Bench::recorder, 3, encoded(session.screen()));
+    hours = 2;
+    bench.counts.fails = true; // nothing is embedded anew
+    bench.embed(4, first);
+    QTRY_COMPARE(bench.answers.count(), 3);
+    QCOMPARE(bench.answers.at(2).request, std::uint64_t(4));
+    QVERIFY(bench.answers.vector(2) == MeaningSpace::forFrame({}, {}));
+    bench.counts.readMilliseconds = 0;
+    QTRY_COMPARE(bench.answers.count(), 4);
 }
 
 void WorkerTest::unloadsWhenIdleAndReadsOn()
