@@ -5,8 +5,8 @@
 #include "fuzz/support/scratch.h"
 
 #include "ai/imageutils.h"
+#include "appinfo/uniquefd.h"
 #include "capture/picturepipe.h"
-#include "capture/uniquefd.h"
 
 #include <QBuffer>
 #include <QImage>

@@ -6,6 +6,12 @@ namespace
 {
 // More requests than this cost more than the pixels between the areas.
 constexpr int MOST_AREAS = 24;
+
+// A recorder lets some signals pass until its own interval has run out, and must not wait longer
+// for the next one then: by default it takes a picture every five seconds.
+constexpr int PROMPT_SIGNALS = 10;
+constexpr int LONGEST_PAUSE = 30; // intervals, reached by doubling
+constexpr int MOST_DOUBLINGS = 5;
 } // namespace
 
 ContentWatch::ContentWatch(ScreenBackend &backend, int interval)
@@ -29,6 +35,7 @@ bool ContentWatch::watch(double threshold)
         m_pending = m_everything = true;
     }
     m_threshold = threshold;
+    m_unanswered = 0;
     schedule();
     return true;
 }
@@ -44,6 +51,7 @@ void ContentWatch::unwatch()
 
 PicturePtr ContentWatch::takePicture(const QRect &area)
 {
+    m_unanswered = 0;
     // Taken off before the pixels are fetched: what is drawn in between is reported again.
     if (m_threshold) {
         m_backend.takeDamage();
@@ -63,12 +71,14 @@ PicturePtr ContentWatch::takePicture(const QRect &area)
 void ContentWatch::onDamaged()
 {
     m_pending = true;
+    m_unanswered = 0;
     schedule();
 }
 
 void ContentWatch::onLayoutChanged()
 {
     m_tiles.clear(m_backend.virtualScreen(), m_backend.tileEdge());
+    m_unanswered = 0;
     schedule();
 }
 
@@ -79,6 +89,7 @@ void ContentWatch::step()
         compare();
     }
     if (aboveThreshold()) {
+        ++m_unanswered;
         Q_EMIT changed(TileMap::changeRate(m_tiles.differing()));
     }
     schedule();
@@ -125,12 +136,22 @@ bool ContentWatch::aboveThreshold() const
            TileMap::changeRate(m_tiles.differing()) >= *m_threshold;
 }
 
+int ContentWatch::pause() const
+{
+    const int doublings = std::clamp(m_unanswered - PROMPT_SIGNALS, 0, MOST_DOUBLINGS);
+    return m_interval * std::min(1 << doublings, LONGEST_PAUSE);
+}
+
+// A step that is due later than what has come to be known asks for is brought forward.
 void ContentWatch::schedule()
 {
     if (!m_threshold || !(m_pending || aboveThreshold())) {
         m_timer.stop();
-    } else if (!m_timer.isActive()) {
-        const qint64 passed = m_sinceStep.isValid() ? m_sinceStep.elapsed() : m_interval;
-        m_timer.start(int(std::max<qint64>(0, m_interval - passed)));
+        return;
+    }
+    const qint64 passed = m_sinceStep.isValid() ? m_sinceStep.elapsed() : pause();
+    const int left = int(std::max<qint64>(0, pause() - passed));
+    if (!m_timer.isActive() || m_timer.remainingTime() > left) {
+        m_timer.start(left);
     }
 }

@@ -1,6 +1,7 @@
 #pragma once
 // Tells when the screen differs enough from the picture last handed out. Owned by DesktopBridge;
-// main thread. Without damage and below the threshold no timer runs and nothing is fetched.
+// main thread. Without damage and below the threshold no timer runs and nothing is fetched; above
+// it, where nobody takes a picture, the timer soon runs seldom.
 
 #include "desktopbridge/screenbackend.h"
 #include "desktopbridge/tilemap.h"
@@ -28,7 +29,8 @@ public:
 
 Q_SIGNALS:
     /// Sent while the rate is at or above the threshold, at most once an interval, until a picture
-    /// is taken; whether or not further damage comes.
+    /// is taken; whether or not further damage comes. Without damage, the pauses between signals
+    /// that nobody answers by taking a picture grow from the eleventh on, to 30 intervals.
     void changed(double rate);
 
 private:
@@ -38,6 +40,7 @@ private:
     QVector<QRect> takeAreasToCompare();
     void compare();
     void schedule();
+    int pause() const;
     bool aboveThreshold() const;
 
     ScreenBackend &m_backend;
@@ -46,6 +49,7 @@ private:
     std::optional<double> m_threshold; // none: not watching
     bool m_pending = false;            // something was drawn and not yet compared
     bool m_everything = false;         // the damage is unknown: compare the whole picture
+    int m_unanswered = 0;              // signals since somebody asked or anything was drawn
     QTimer m_timer;                    // the next step, if one is needed
     QElapsedTimer m_sinceStep;
 };

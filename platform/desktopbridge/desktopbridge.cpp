@@ -83,6 +83,12 @@ bool DesktopBridge::startWindowManager()
         qWarning() << "The screen cannot be seen:" << problem;
     }
     connect(m_windowManager->backend.get(), &ScreenBackend::lost, this, &DesktopBridge::finished);
+    connect(&m_windowManager->windowManager, &WindowManagerService::callerCame, this,
+            [this](const QString &caller) {
+                if (m_lockWatcher) {
+                    m_lockWatcher->tellStateTo(caller);
+                }
+            });
     // The objects first: a call may come as soon as the name is ours.
     m_bus.registerObject(SCREENSHOT_PATH, &m_windowManager->screenshot);
     m_bus.registerObject(WINDOW_MANAGER_PATH, &m_windowManager->windowManager);

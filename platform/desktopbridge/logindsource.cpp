@@ -26,6 +26,7 @@ QDBusMessage methodCall(const QString &path, const QString &interface, const QSt
 LogindSource::LogindSource(const QDBusConnection &bus) : m_bus(bus)
 {
     if (!m_bus.isConnected()) {
+        QMetaObject::invokeMethod(this, &LogindSource::answered, Qt::QueuedConnection);
         return;
     }
     m_watcher.setConnection(m_bus);
@@ -80,8 +81,12 @@ void LogindSource::askManager(const QString &method, const QVariant &argument,
 
 void LogindSource::follow(const QString &session)
 {
+    if (session.isEmpty()) {
+        Q_EMIT answered();
+        return;
+    }
     // Asked at the start and again when the service came, both may be answered.
-    if (session.isEmpty() || session == m_session) {
+    if (session == m_session) {
         return;
     }
     unfollow();
@@ -122,6 +127,7 @@ void LogindSource::askLockedHint()
                 if (!reply.isError() && reply.value().variant().toBool() && events == m_events) {
                     Q_EMIT reported(true);
                 }
+                Q_EMIT answered();
             });
 }
 

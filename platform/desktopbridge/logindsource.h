@@ -20,6 +20,7 @@ public:
 Q_SIGNALS:
     void reported(bool locked);
     void left();
+    void answered(); ///< the question for the state is settled; a lock was reported before
 
 private Q_SLOTS:
     void onLock();

@@ -50,5 +50,6 @@ void ScreenSaverSource::askState()
                 if (!reply.isError() && reply.value() && events == m_events) {
                     Q_EMIT reported(true);
                 }
+                Q_EMIT answered();
             });
 }

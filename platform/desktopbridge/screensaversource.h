@@ -19,6 +19,7 @@ public:
 Q_SIGNALS:
     void reported(bool active);
     void left();
+    void answered(); ///< the question for the state is settled; a lock was reported before
 
 private Q_SLOTS:
     void onActiveChanged(bool active);

@@ -28,6 +28,7 @@ void WindowManagerService::setContentChangeThreshold(double threshold)
         return;
     }
     const QString caller = message().service();
+    Q_EMIT callerCame(caller);
     m_callers.setConnection(connection());
     m_callers.addWatchedService(caller);
     m_thresholds.insert(caller, threshold);

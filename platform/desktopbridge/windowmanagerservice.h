@@ -21,6 +21,11 @@ public:
     void setContentChangeThreshold(double threshold) override;
     uint getActiveWindowPid() override;
 
+Q_SIGNALS:
+    /// Somebody sets a threshold, by bus name; sent before it is known whether the screen can be
+    /// watched.
+    void callerCame(const QString &caller);
+
 private:
     void forget(const QString &caller);
     bool watchForAll();

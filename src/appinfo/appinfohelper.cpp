@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <istream>
 #include <memory>
 #include <system_error>
 #include <utility>
@@ -27,6 +27,7 @@ constexpr char FILE_MANAGER_ENTRY[] = "/usr/share/applications/lupine.desktop";
 constexpr char AUTOSTART_DIRECTORY[] = "/etc/xdg/autostart";
 constexpr std::size_t WINDOWS_PREFIX_LENGTH = 3; // "C:\"
 constexpr std::size_t LINK_TARGET_LIMIT = 4095;
+constexpr std::size_t BLOCK_SIZE = 4096;
 
 struct ObjectUnref {
     void operator()(gpointer object) const { g_object_unref(object); }
@@ -40,6 +41,19 @@ using TextPtr = std::unique_ptr<char, TextFree>;
 bool contains(const std::string &text, const char *part)
 {
     return text.find(part) != std::string::npos;
+}
+
+// By read(), which takes a failure for the end; an iterator over the stream's buffer would throw. A
+// process may end between the opening of its files and their reading.
+std::string readAll(std::istream &file)
+{
+    std::string content;
+    std::array<char, BLOCK_SIZE> block{};
+    while (file.good()) {
+        file.read(block.data(), block.size());
+        content.append(block.data(), static_cast<std::size_t>(file.gcount()));
+    }
+    return file.bad() ? std::string() : content;
 }
 
 TextPtr entryText(GDesktopAppInfo *info, const char *key)
@@ -77,7 +91,7 @@ std::string AppInfoHelper::getCmdlineFromPid(unsigned int pid) const
         qWarning() << "cmdlineFile open failed!" << pid;
         return {};
     }
-    std::string cmdline{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    std::string cmdline = readAll(file);
     std::replace(cmdline.begin(), cmdline.end(), '\0', ' ');
     if (!cmdline.empty() && cmdline.back() == ' ') {
         cmdline.pop_back();

@@ -1,5 +1,7 @@
 #include "appinfo/packagelists.h"
 
+#include "appinfo/uniquefd.h"
+
 #include <cerrno>
 #include <memory>
 #include <string_view>
@@ -21,20 +23,6 @@ struct DirectoryCloser {
 };
 using DirectoryPtr = std::unique_ptr<DIR, DirectoryCloser>;
 
-struct FileDescriptor {
-    explicit FileDescriptor(int number) : descriptor(number) {}
-    ~FileDescriptor()
-    {
-        if (descriptor >= 0) {
-            close(descriptor);
-        }
-    }
-    FileDescriptor(const FileDescriptor &) = delete;
-    FileDescriptor &operator=(const FileDescriptor &) = delete;
-
-    const int descriptor;
-};
-
 bool endsWith(std::string_view text, std::string_view suffix)
 {
     return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
@@ -52,17 +40,16 @@ bool isProgramPackageList(std::string_view name)
 void readFile(int directory, const char *name, std::string &content)
 {
     content.clear();
-    const FileDescriptor file(openat(directory, name, O_RDONLY | O_CLOEXEC));
+    const UniqueFd file(openat(directory, name, O_RDONLY | O_CLOEXEC));
     struct stat status {
     };
-    if (file.descriptor < 0 || fstat(file.descriptor, &status) != 0) {
+    if (file.get() < 0 || fstat(file.get(), &status) != 0) {
         return;
     }
     content.resize(static_cast<std::size_t>(status.st_size));
     std::size_t filled = 0;
     while (filled < content.size()) {
-        const ssize_t count =
-            read(file.descriptor, content.data() + filled, content.size() - filled);
+        const ssize_t count = read(file.get(), content.data() + filled, content.size() - filled);
         if (count < 0 && errno == EINTR) {
             continue;
         }

@@ -4,9 +4,9 @@
 #include "capture/screenhistorytracker.h"
 
 #include "appinfo/appinfohelper.h"
+#include "appinfo/uniquefd.h"
 #include "capture/busnames.h"
 #include "capture/picturepipe.h"
-#include "capture/uniquefd.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -71,11 +71,6 @@ void ScreenHistoryTracker::onCompositorOwnerChanged(const QString &service, cons
     }
 }
 
-int ScreenHistoryTracker::screenIndex(const QList<QScreen *> &screens, QScreen *screen)
-{
-    return screens.indexOf(screen);
-}
-
 QImage ScreenHistoryTracker::getScreenShotFromWM()
 {
     std::array<int, 2> ends{};
@@ -91,7 +86,7 @@ QImage ScreenHistoryTracker::getScreenShotFromWM()
     // Not looked at: a failed call leaves nobody who holds the write end, and the read tells.
     compositor.call(QStringLiteral("screenshotFullscreen"),
                     QVariant::fromValue(QDBusUnixFileDescriptor(writeEnd.get())), true,
-                    screenIndex(QGuiApplication::screens(), QGuiApplication::primaryScreen()));
+                    QGuiApplication::screens().indexOf(QGuiApplication::primaryScreen()));
     writeEnd.reset();
 
     return PicturePipe::read(readEnd.get());

@@ -34,6 +34,7 @@ private Q_SLOTS:
     void aMissingProcessWarnsAndLeadsNowhere();
     void aProcessThatEndedWarns();
     void aZombieHasNoCommandLine();
+    void aProcessThatEndsBeforeItIsReadHasNoCommandLine();
 
     // Programs
     void theProgramIsTheFirstToken_data();
@@ -65,6 +66,7 @@ void ProgramPathTest::argumentsAreJoinedByBlanks_data()
     QTest::newRow("an empty last argument") << QByteArray("a\0\0", 3) << QByteArray("a ");
     QTest::newRow("a title that was set") << QByteArray("a title   ") << QByteArray("a title  ");
     QTest::newRow("nothing") << QByteArray() << QByteArray();
+    QTest::newRow("longer than a block") << QByteArray(10000, 'a') << QByteArray(10000, 'a');
     QTest::newRow("newlines") << QByteArray("a\0b\nc\0", 6) << QByteArray("a b\nc");
 }
 
@@ -133,6 +135,13 @@ void ProgramPathTest::aZombieHasNoCommandLine()
     QCOMPARE(waitpid(pid, nullptr, 0), pid);
     QVERIFY(cmdline.empty());
     QCOMPARE(log.texts(), QStringList());
+}
+
+void ProgramPathTest::aProcessThatEndsBeforeItIsReadHasNoCommandLine()
+{
+    // A directory opens and cannot be read, as the file of a process that ends in between.
+    QVERIFY(QDir().mkpath(QString::fromStdString(m_world->path("proc/4713/cmdline"))));
+    QVERIFY(helper().getCmdlineFromPid(4713).empty());
 }
 
 void ProgramPathTest::theProgramIsTheFirstToken_data()

@@ -115,6 +115,8 @@ void PaintedBackend::resize(const QSize &size)
 }
 } // namespace
 
+Q_DECLARE_METATYPE(std::function<void(PaintedBackend &, ContentWatch &)>)
+
 class ContentWatchTest : public QObject
 {
     Q_OBJECT
@@ -126,6 +128,9 @@ private Q_SLOTS:
     void thresholdRule_data();
     void thresholdRule();
     void repeatsOnceAnIntervalUntilAPictureIsTaken();
+    void signalsThatNobodyAnswersGrowSeldom();
+    void aSeldomSignalIsPromptAgain_data();
+    void aSeldomSignalIsPromptAgain();
     void aChangeThatFinishedBeforeIsNotMissed();
     void smallChangesAddUp();
     void aChangeTakenBackEndsTheSignal();
@@ -225,6 +230,61 @@ void ContentWatchTest::repeatsOnceAnIntervalUntilAPictureIsTaken()
     m_watch->takePicture(SCREEN);
     m_signals->clear();
     QVERIFY(!m_signals->wait(SILENCE));
+}
+
+void ContentWatchTest::signalsThatNobodyAnswersGrowSeldom()
+{
+    constexpr int SHORT = 10;
+    ContentWatch watch(*m_display, SHORT);
+    QElapsedTimer timer;
+    QVector<qint64> pauses;
+    connect(&watch, &ContentWatch::changed, this, [&] {
+        pauses.append(timer.isValid() ? timer.restart() : 0);
+        timer.start();
+    });
+    QVERIFY(watch.watch(NINETY)); // there is no picture yet
+    QTRY_VERIFY(pauses.size() >= 18);
+    qint64 prompt = 0;
+    for (int index = 1; index < 10; ++index) {
+        prompt += pauses.at(index);
+    }
+    QVERIFY2(prompt < qint64(100) * SHORT, qPrintable(QString::number(prompt)));
+    QVERIFY(pauses.at(11) >= 2 * SHORT - 2);
+    QVERIFY(pauses.at(12) >= 4 * SHORT - 2);
+    QVERIFY(pauses.at(15) >= 30 * SHORT - 2);
+    QVERIFY(pauses.at(17) >= 30 * SHORT - 2);
+}
+
+void ContentWatchTest::aSeldomSignalIsPromptAgain_data()
+{
+    using Event = std::function<void(PaintedBackend &, ContentWatch &)>;
+    QTest::addColumn<Event>("event");
+    QTest::newRow("something is drawn") << Event(
+        [](PaintedBackend &display, ContentWatch &) { display.paint(QRect(600, 400, 1, 1), 1); });
+    QTest::newRow("another size") << Event(
+        [](PaintedBackend &display, ContentWatch &) { display.resize(QSize(320, 240)); });
+    QTest::newRow("somebody else watches")
+        << Event([](PaintedBackend &, ContentWatch &watch) { watch.watch(NINETY); });
+    QTest::newRow("a picture was asked for") << Event(
+        [](PaintedBackend &, ContentWatch &watch) { watch.takePicture(QRect(-1, -1, 1, 1)); });
+}
+
+void ContentWatchTest::aSeldomSignalIsPromptAgain()
+{
+    using Event = std::function<void(PaintedBackend &, ContentWatch &)>;
+    QFETCH(Event, event);
+    constexpr int SHORT = 30;
+    constexpr int LONG_PAUSE = 30 * SHORT;
+    ContentWatch watch(*m_display, SHORT);
+    QSignalSpy changed(&watch, &ContentWatch::changed);
+    QVERIFY(watch.watch(NINETY));
+    QTRY_VERIFY_WITH_TIMEOUT(changed.size() >= 15, LONG_PAUSE + PATIENCE);
+    changed.clear();
+    event(*m_display, watch);
+    QElapsedTimer timer;
+    timer.start();
+    QTRY_VERIFY_WITH_TIMEOUT(changed.size() >= 4, LONG_PAUSE + PATIENCE);
+    QVERIFY2(timer.elapsed() < LONG_PAUSE, qPrintable(QString::number(timer.elapsed())));
 }
 
 void ContentWatchTest::aChangeThatFinishedBeforeIsNotMissed()

@@ -26,6 +26,34 @@ const QSize SCREEN_SIZE(1920, 1080);
 const QRect SCREEN(QPoint(0, 0), SCREEN_SIZE);
 constexpr int TILE = 16;
 constexpr int SILENCE = 1400; // more than the second in which a signal would come
+const QString LOCK = QStringLiteral("lock");
+const QString UNLOCK = QStringLiteral("unlock");
+
+const QString SAVER = QStringLiteral("org.freedesktop.ScreenSaver");
+const QStringList SAVER_PATHS{QStringLiteral("/ScreenSaver"),
+                              QStringLiteral("/org/freedesktop/ScreenSaver")};
+
+// A locker on the test's own connection.
+struct ServedSaver {
+    ServedSaver()
+    {
+        for (const QString &path : SAVER_PATHS) {
+            bus.registerObject(path, &saver, QDBusConnection::ExportAllContents);
+        }
+        bus.registerService(SAVER);
+    }
+    ~ServedSaver()
+    {
+        bus.unregisterService(SAVER);
+        for (const QString &path : SAVER_PATHS) {
+            bus.unregisterObject(path);
+        }
+    }
+    Q_DISABLE_COPY_MOVE(ServedSaver)
+
+    FakeFreedesktopSaver saver;
+    QDBusConnection bus = QDBusConnection::sessionBus();
+};
 
 QString errorOf(const QDBusMessage &reply)
 {
@@ -39,8 +67,8 @@ class DesktopBridgeTest : public QObject
 
 public Q_SLOTS:
     void onChanged(double rate);
-    void onLock() { m_locks.append(QStringLiteral("lock")); }
-    void onUnlock() { m_locks.append(QStringLiteral("unlock")); }
+    void onLock() { m_locks.append(LOCK); }
+    void onUnlock() { m_locks.append(UNLOCK); }
 
 private Q_SLOTS:
     void initTestCase();
@@ -70,6 +98,8 @@ private Q_SLOTS:
 
     void processOfTheActiveWindow();
     void lockAndUnlock();
+    void aCallerThatComesLaterIsToldOfTheLock();
+    void aLockThatEndedWhileTheBridgeWasAwayIsToldAsEnded();
 
     void leavesNamesToTheirOwners_data();
     void leavesNamesToTheirOwners();
@@ -439,22 +469,38 @@ void DesktopBridgeTest::processOfTheActiveWindow()
 
 void DesktopBridgeTest::lockAndUnlock()
 {
-    FakeFreedesktopSaver saver;
-    QDBusConnection bus = QDBusConnection::sessionBus();
-    QVERIFY(bus.registerObject(QStringLiteral("/ScreenSaver"), &saver,
-                               QDBusConnection::ExportAllContents));
-    QVERIFY(bus.registerObject(QStringLiteral("/org/freedesktop/ScreenSaver"), &saver,
-                               QDBusConnection::ExportAllContents));
-    QVERIFY(bus.registerService(QStringLiteral("org.freedesktop.ScreenSaver")));
+    ServedSaver served;
     BridgeProcess bridge;
-    QTRY_VERIFY(saver.m_asked > 0);
+    QTRY_VERIFY(served.saver.m_asked > 0);
     QVERIFY(bridge.waitForName(Bridge::SCREEN_SAVER));
-    Q_EMIT saver.ActiveChanged(true); // comes from both objects
-    QTRY_COMPARE(m_locks, QStringList{QStringLiteral("lock")});
-    bus.unregisterService(QStringLiteral("org.freedesktop.ScreenSaver"));
-    QTRY_COMPARE(m_locks, (QStringList{QStringLiteral("lock"), QStringLiteral("unlock")}));
-    bus.unregisterObject(QStringLiteral("/ScreenSaver"));
-    bus.unregisterObject(QStringLiteral("/org/freedesktop/ScreenSaver"));
+    Q_EMIT served.saver.ActiveChanged(true); // comes from both objects
+    QTRY_COMPARE(m_locks, QStringList{LOCK});
+    served.bus.unregisterService(SAVER);
+    QTRY_COMPARE(m_locks, (QStringList{LOCK, UNLOCK}));
+}
+
+void DesktopBridgeTest::aCallerThatComesLaterIsToldOfTheLock()
+{
+    ServedSaver served;
+    served.saver.m_active = true;
+    BridgeProcess bridge;
+    QTRY_COMPARE(m_locks, QStringList{LOCK});
+    m_locks.clear();
+    QCOMPARE(errorOf(Bridge::call(QStringLiteral("setContentChangeThreshold"), {90.0})), QString());
+    QTRY_COMPARE(m_locks, QStringList{LOCK});
+}
+
+void DesktopBridgeTest::aLockThatEndedWhileTheBridgeWasAwayIsToldAsEnded()
+{
+    ServedSaver served;
+    served.saver.m_active = true;
+    QCOMPARE(errorOf(Bridge::call(QStringLiteral("setContentChangeThreshold"), {90.0})), QString());
+    QTRY_COMPARE(m_locks, QStringList{LOCK});
+    Bridge::killOwners();
+    served.saver.m_active = false;
+    m_locks.clear();
+    QCOMPARE(errorOf(Bridge::call(QStringLiteral("setContentChangeThreshold"), {90.0})), QString());
+    QTRY_COMPARE(m_locks, QStringList{UNLOCK});
 }
 
 void DesktopBridgeTest::leavesNamesToTheirOwners_data()

@@ -23,6 +23,10 @@ class LockWatcherTest : public QObject
 {
     Q_OBJECT
 
+public Q_SLOTS:
+    void onLock() { m_heard.append(LOCK); }
+    void onUnlock() { m_heard.append(UNLOCK); }
+
 private Q_SLOTS:
     void init();
     void cleanup();
@@ -31,6 +35,7 @@ private Q_SLOTS:
     void mergesEvents();
     void sourceThatLeavesCountsAsUnlocked_data();
     void sourceThatLeavesCountsAsUnlocked();
+    void knownOnceAllHaveAnsweredOrOneIsLocked();
 
     void hearsFreedesktopAtBothPaths_data();
     void hearsFreedesktopAtBothPaths();
@@ -50,7 +55,13 @@ private Q_SLOTS:
     void startsNoService();
     void worksWithoutTheSystemBus();
 
+    void aCallerIsToldTheState_data();
+    void aCallerIsToldTheState();
+    void aCallerWaitsUntilTheStateIsKnown();
+    void withoutAnyLockerACallerIsToldOfNoLock();
+
 private:
+    QString connectCaller();
     void watch();
     void takeAnswers();
     QStringList told() const { return m_told; }
@@ -62,11 +73,13 @@ private:
     QDBusConnection m_saverBus{QStringLiteral("savers")};
     std::unique_ptr<LockWatcher> m_watcher;
     QStringList m_told;
+    QStringList m_heard; // over the bus, by a connection of its own
 };
 
 void LockWatcherTest::init()
 {
     m_told.clear();
+    m_heard.clear();
     m_system = std::make_unique<PrivateBus>();
     m_logind = std::make_unique<FakeLogind>(m_system->connect(QStringLiteral("logind")));
     m_saverBus =
@@ -89,10 +102,23 @@ void LockWatcherTest::cleanup()
     QDBusConnection::disconnectFromBus(QStringLiteral("logind"));
     QDBusConnection::disconnectFromBus(QStringLiteral("watched system"));
     QDBusConnection::disconnectFromBus(QStringLiteral("savers"));
+    QDBusConnection::disconnectFromBus(QStringLiteral("caller"));
     m_system.reset();
     delete m_freedesktop;
     delete m_gnome;
     qunsetenv("XDG_SESSION_ID");
+}
+
+// Gives its bus name.
+QString LockWatcherTest::connectCaller()
+{
+    QDBusConnection caller =
+        QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("caller"));
+    const QString path = QStringLiteral("/");
+    const QString interface = QStringLiteral("org.vesk.ScreenSaver");
+    caller.connect(QString(), path, interface, LOCK, this, SLOT(onLock()));
+    caller.connect(QString(), path, interface, UNLOCK, this, SLOT(onUnlock()));
+    return caller.baseService();
 }
 
 // Returns once the watcher hears everybody who is there and has their answers: one that came after
@@ -182,6 +208,20 @@ void LockWatcherTest::sourceThatLeavesCountsAsUnlocked()
     QCOMPARE(change.has_value(), unlocks);
     QCOMPARE(state.isLocked(), !unlocks);
     QVERIFY(!state.left(LockState::Source(leaver))); // only once
+}
+
+void LockWatcherTest::knownOnceAllHaveAnsweredOrOneIsLocked()
+{
+    LockState state;
+    state.answered(LockState::Gnome);
+    state.answered(LockState::Logind);
+    QVERIFY(!state.isKnown());
+    state.answered(LockState::Freedesktop);
+    QVERIFY(state.isKnown());
+
+    LockState locked;
+    locked.report(LockState::Gnome, true);
+    QVERIFY(locked.isKnown());
 }
 
 void LockWatcherTest::hearsFreedesktopAtBothPaths_data()
@@ -407,12 +447,55 @@ void LockWatcherTest::worksWithoutTheSystemBus()
     const QDBusConnection none = QDBusConnection::connectToBus(
         QStringLiteral("unix:path=/nonexistent/bus"), QStringLiteral("watched system"));
     QVERIFY(!none.isConnected());
-    const LockWatcher watcher(QDBusConnection::sessionBus(), none);
+    LockWatcher watcher(QDBusConnection::sessionBus(), none);
     QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
     connect(&watcher, &LockWatcher::lock, this, [this] { m_told.append(LOCK); });
     QTRY_VERIFY(m_gnome->m_asked > 0);
+    watcher.tellStateTo(connectCaller());
+    QTRY_COMPARE(m_heard, QStringList{UNLOCK});
     Q_EMIT m_gnome->ActiveChanged(true);
     QTRY_COMPARE(told(), QStringList{LOCK});
+}
+
+void LockWatcherTest::aCallerIsToldTheState_data()
+{
+    QTest::addColumn<bool>("locked");
+    QTest::newRow("locked") << true;
+    QTest::newRow("not locked") << false;
+}
+
+void LockWatcherTest::aCallerIsToldTheState()
+{
+    QFETCH(bool, locked);
+    m_gnome->m_active = locked;
+    m_logind->m_session.m_lockedHint = locked;
+    QVERIFY(m_saverBus.registerService(GNOME));
+    QVERIFY(m_logind->ownName());
+    watch();
+    const QStringList before = told();
+    m_watcher->tellStateTo(connectCaller());
+    QTRY_COMPARE(m_heard, QStringList{locked ? LOCK : UNLOCK});
+    QCOMPARE(told(), before); // nobody else was told
+}
+
+void LockWatcherTest::aCallerWaitsUntilTheStateIsKnown()
+{
+    m_gnome->m_active = true;
+    QVERIFY(m_saverBus.registerService(GNOME));
+    m_watcher = std::make_unique<LockWatcher>(QDBusConnection::sessionBus(),
+                                              m_system->connect(QStringLiteral("watched system")));
+    QVERIFY(QDBusConnection::sessionBus().registerObject(QStringLiteral("/"), m_watcher.get()));
+    m_watcher->tellStateTo(connectCaller());
+    QTRY_COMPARE(m_heard, QStringList{LOCK});
+    Q_EMIT m_gnome->ActiveChanged(false);
+    QTRY_COMPARE(m_heard, (QStringList{LOCK, UNLOCK})); // and the lock was told only once
+}
+
+void LockWatcherTest::withoutAnyLockerACallerIsToldOfNoLock()
+{
+    watch();
+    m_watcher->tellStateTo(connectCaller());
+    QTRY_COMPARE(m_heard, QStringList{UNLOCK});
 }
 
 QTEST_GUILESS_MAIN(LockWatcherTest)

@@ -1,44 +1,15 @@
 // The index of a screen means the same to the bridge as to Qt, on an X server with two outputs.
 
 #include "desktopbridge/x11/x11backend.h"
-#include "xclient.h"
+#include "twooutputs.h"
 
-#include <QFile>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <algorithm>
 
 namespace
 {
-// A server without hardware; an output counts as connected once it shows something.
-const char CONFIGURATION[] = R"(
-Section "ServerFlags"
-    Option "AutoAddDevices" "false"
-    Option "AutoAddGPU" "false"
-EndSection
-Section "Device"
-    Identifier "device"
-    Driver "dummy"
-    VideoRam 256000
-EndSection
-Section "Monitor"
-    Identifier "monitor"
-    HorizSync 5.0-1000.0
-    VertRefresh 5.0-200.0
-EndSection
-Section "Screen"
-    Identifier "screen"
-    Device "device"
-    Monitor "monitor"
-    DefaultDepth 24
-    SubSection "Display"
-        Virtual 4000 2000
-    EndSubSection
-EndSection
-)";
-
 QVector<QRect> screensOfQt()
 {
     QProcess program;
@@ -56,11 +27,6 @@ QVector<QRect> screensOfQt()
     }
     return screens;
 }
-
-bool xrandr(const QString &arguments)
-{
-    return QProcess::execute(QStringLiteral("xrandr"), arguments.split(QLatin1Char(' '))) == 0;
-}
 } // namespace
 
 class ScreenOrderTest : public QObject
@@ -75,36 +41,20 @@ private Q_SLOTS:
     void cleanupTestCase();
 
 private:
-    QTemporaryDir m_folder;
-    std::unique_ptr<PrivateXServer> m_server;
-    std::unique_ptr<DisplayVariable> m_display;
+    std::unique_ptr<TwoOutputs> m_server;
 };
 
 void ScreenOrderTest::initTestCase()
 {
-    const QString path = m_folder.filePath(QStringLiteral("xorg.conf"));
-    QFile file(path);
-    QVERIFY(file.open(QFile::WriteOnly));
-    file.write(CONFIGURATION);
-    file.close();
-    m_server = std::make_unique<PrivateXServer>(
-        QStringLiteral("Xorg"),
-        QStringList{QStringLiteral("-config"), path, QStringLiteral("-logfile"),
-                    m_folder.filePath(QStringLiteral("log")), QStringLiteral("-novtswitch"),
-                    QStringLiteral("-sharevts")});
+    m_server = std::make_unique<TwoOutputs>();
     if (!m_server->isRunning()) {
         QSKIP("no X server with several outputs: Xorg with the dummy driver does not start");
     }
-    m_display = std::make_unique<DisplayVariable>(m_server->display());
-    QVERIFY(xrandr(QStringLiteral("--output DUMMY0 --mode 1280x720 --primary")));
-    QVERIFY(xrandr(QStringLiteral("--addmode DUMMY1 1024x768")));
-    QVERIFY(xrandr(QStringLiteral("--output DUMMY1 --mode 1024x768 --pos 1280x0")));
-    QVERIFY(xrandr(QStringLiteral("--query"))); // the server looks who is connected now
+    QVERIFY(m_server->arrange());
 }
 
 void ScreenOrderTest::cleanupTestCase()
 {
-    m_display.reset();
     m_server.reset();
 }
 
@@ -127,7 +77,7 @@ void ScreenOrderTest::sameOrderAsQt()
 {
     QFETCH(QString, change);
     QFETCH(int, screens);
-    QVERIFY(xrandr(change));
+    QVERIFY(TwoOutputs::xrandr(change));
     QString problem;
     const auto backend = X11Backend::connectToDisplay(problem);
     QVERIFY2(backend, qPrintable(problem));
@@ -140,15 +90,15 @@ void ScreenOrderTest::sameOrderAsQt()
 
 void ScreenOrderTest::changeOfThePrimaryScreenIsTold()
 {
-    QVERIFY(xrandr(QStringLiteral("--output DUMMY1 --mode 1024x768 --pos 1280x0")));
-    QVERIFY(xrandr(QStringLiteral("--output DUMMY0 --primary")));
+    QVERIFY(TwoOutputs::xrandr(QStringLiteral("--output DUMMY1 --mode 1024x768 --pos 1280x0")));
+    QVERIFY(TwoOutputs::xrandr(QStringLiteral("--output DUMMY0 --primary")));
     QString problem;
     const auto backend = X11Backend::connectToDisplay(problem);
     QVERIFY2(backend, qPrintable(problem));
     QVector<QRect> reversed = backend->screens();
     std::reverse(reversed.begin(), reversed.end());
     QCOMPARE(reversed.size(), 2);
-    QVERIFY(xrandr(QStringLiteral("--output DUMMY1 --primary")));
+    QVERIFY(TwoOutputs::xrandr(QStringLiteral("--output DUMMY1 --primary")));
     QTRY_COMPARE(backend->screens(), reversed);
     QCOMPARE(backend->screens(), screensOfQt());
 }

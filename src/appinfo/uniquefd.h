@@ -7,20 +7,10 @@
 class UniqueFd
 {
 public:
-    UniqueFd() = default;
     explicit UniqueFd(int fd) : m_fd(fd) {}
-    UniqueFd(UniqueFd &&other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
-    UniqueFd &operator=(UniqueFd &&other) noexcept
-    {
-        if (this != &other) {
-            reset();
-            m_fd = std::exchange(other.m_fd, -1);
-        }
-        return *this;
-    }
+    ~UniqueFd() { reset(); }
     UniqueFd(const UniqueFd &) = delete;
     UniqueFd &operator=(const UniqueFd &) = delete;
-    ~UniqueFd() { reset(); }
 
     int get() const { return m_fd; }
 
@@ -32,5 +22,5 @@ public:
     }
 
 private:
-    int m_fd = -1;
+    int m_fd;
 };
