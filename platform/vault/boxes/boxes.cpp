@@ -213,6 +213,11 @@ Outcome Boxes::unmount(const std::string &name)
     if (Outcome locked = lock.take(m_places.lock()); !locked) {
         return locked;
     }
+    return unmountLocked(name);
+}
+
+Outcome Boxes::unmountLocked(const std::string &name)
+{
     const MountPoint mountPoint(m_places.mountPoint(name));
     const MountPoint::State state = mountPoint.state();
     Outcome outcome = Outcome::success();
@@ -248,15 +253,27 @@ Outcome Boxes::upgrade()
         return locked;
     }
     std::string reasons;
+    const auto note = [&reasons](const Outcome &outcome) {
+        if (!outcome) {
+            reasons += (reasons.empty() ? "" : "; ") + outcome.reason();
+        }
+    };
+    std::vector<std::string> opened;
     for (const std::string &name : boxes) {
+        const MountPoint mountPoint(m_places.mountPoint(name));
+        const bool wasOpen = mountPoint.state() == MountPoint::State::Open;
         Outcome ready = mountLocked(name);
-        if (ready) {
-            ready = RoundTrip::check(m_places.mountPoint(name));
+        if (ready && !wasOpen) {
+            opened.push_back(name);
         }
-        if (!ready) {
-            reasons += (reasons.empty() ? "" : "; ") + ready.reason();
-        }
+        note(ready ? RoundTrip::check(mountPoint.path()) : ready);
     }
-    return reasons.empty() ? Outcome::success() : Outcome::failure(reasons);
+    if (reasons.empty()) {
+        return Outcome::success();
+    }
+    for (const std::string &name : opened) {
+        note(unmountLocked(name));
+    }
+    return Outcome::failure(reasons);
 }
 } // namespace Vault

@@ -34,8 +34,9 @@ public:
     /// Closes the box @p name; success too if it is closed. Fails while a program uses it.
     Outcome unmount(const std::string &name);
 
-    /// Opens every box and checks that what is written into it comes back. Goes on after a failure
-    /// and tells all of them. Fails if there is no box.
+    /// Opens every box and checks that what is written into it comes back. Goes on after a failure,
+    /// tells all of them and closes again what it opened: whoever asked stores elsewhere then, and
+    /// nobody else is to take the boxes for ready. Fails if there is no box.
     Outcome upgrade();
 
 private:
@@ -43,6 +44,7 @@ private:
     Outcome keyForNewBox(const std::string &name, std::optional<SecretKey> &key, bool &isNew);
     Outcome grow(const std::string &name, const SecretKey &key);
     Outcome mountLocked(const std::string &name);
+    Outcome unmountLocked(const std::string &name);
     Outcome openClosed(const std::string &name, const MountPoint &mountPoint);
     std::vector<std::string> names() const;
 

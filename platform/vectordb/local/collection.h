@@ -24,6 +24,7 @@ struct CollectionDefinition {
 
     const FieldSchema &field(std::size_t place) const { return schema.Fields()[place]; }
     const FieldSchema &scalar(std::size_t place) const { return field(scalars[place]); }
+    std::string table() const { return "rows_" + std::to_string(number); }
     std::size_t dimension() const { return field(vector).Dimension(); }
 };
 

@@ -13,11 +13,12 @@ namespace
 constexpr std::int64_t APPLICATION_ID = 0x59564442; // "YVDB"
 constexpr std::int64_t FORMAT_VERSION = 1;
 
+// Keeps every other process out.
+constexpr char LOCKING[] = "PRAGMA locking_mode=EXCLUSIVE;";
 // NORMAL syncs the file only where the log is folded into it: a commit is one write to the log, in
-// the kernel's hands and so safe from a kill. EXCLUSIVE keeps every other process out.
-// secure_delete overwrites what was deleted. Nothing is to lie in a folder for temporary files.
-constexpr char SETTINGS[] = "PRAGMA locking_mode=EXCLUSIVE;"
-                            "PRAGMA journal_mode=WAL;"
+// the kernel's hands and so safe from a kill. secure_delete overwrites what was deleted. Nothing is
+// to lie in a folder for temporary files.
+constexpr char SETTINGS[] = "PRAGMA journal_mode=WAL;"
                             "PRAGMA synchronous=NORMAL;"
                             "PRAGMA secure_delete=ON;"
                             "PRAGMA journal_size_limit=16777216;"
@@ -42,14 +43,9 @@ std::string quoted(const std::string &name)
     return '"' + name + '"'; // names hold letters, digits and _ alone
 }
 
-std::string tableOf(const CollectionDefinition &definition)
-{
-    return "rows_" + std::to_string(definition.number);
-}
-
 std::string createRows(const CollectionDefinition &definition)
 {
-    const std::string table = tableOf(definition);
+    const std::string table = definition.table();
     std::string columns = "row_id INTEGER PRIMARY KEY AUTOINCREMENT, ";
     std::string indexes;
     for (std::size_t place = 0; place < definition.scalars.size(); ++place) {
@@ -82,6 +78,11 @@ bool readNumber(sqlite3 *handle, const char *sql, std::int64_t &value)
     value = statement.number(0);
     return true;
 }
+
+void foldLogAtClose(sqlite3 *handle, bool folds)
+{
+    sqlite3_db_config(handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, folds ? 0 : 1, nullptr);
+}
 } // namespace
 
 Status RowStore::open(const std::string &path)
@@ -101,6 +102,9 @@ Status RowStore::open(const std::string &path)
     if (status.IsOk()) {
         status = readIdentity();
     }
+    if (status.IsOk()) {
+        endWiping();
+    }
     if (!status.IsOk()) {
         m_handle.reset();
         return {static_cast<StatusCode>(status.Code()), status.Message() + " (" + path + ')'};
@@ -111,8 +115,33 @@ Status RowStore::open(const std::string &path)
 Status RowStore::prepareFile()
 {
     sqlite3 *handle = m_handle.get();
-    Status status = sqliteExecute(handle, SETTINGS, "open the store");
-    if (!status.IsOk()) {
+    bool isNew = false;
+    if (Status status = recogniseFile(isNew); !status.IsOk()) {
+        return status;
+    }
+    if (Status status = sqliteExecute(handle, SETTINGS, "open the store"); !status.IsOk()) {
+        return status;
+    }
+    SqliteTransaction transaction(handle);
+    Status status = transaction.begin();
+    if (status.IsOk() && isNew) {
+        status = sqliteExecute(handle, CREATE_STORE, "make the store");
+    }
+    return status.IsOk() ? transaction.commit() : status;
+}
+
+// Writes nothing: the settings would change a file that is somebody else's.
+Status RowStore::recogniseFile(bool &isNew)
+{
+    sqlite3 *handle = m_handle.get();
+    // Nor is such a file's log folded into it when it is closed again.
+    foldLogAtClose(handle, false);
+    if (Status status = sqliteExecute(handle, LOCKING, "open the store"); !status.IsOk()) {
+        return status;
+    }
+    SqliteTransaction transaction(handle);
+    // Takes the lock on the store, before anything is read.
+    if (Status status = transaction.begin(); !status.IsOk()) {
         return status;
     }
     std::int64_t pages = 0;
@@ -123,16 +152,15 @@ Status RowStore::prepareFile()
         !readNumber(handle, "PRAGMA user_version", version)) {
         return sqliteFailure(handle, "read the store");
     }
-    SqliteTransaction transaction(handle);
-    status = transaction.begin(); // also takes the lock on the store, before anything is read
-    if (status.IsOk() && pages <= 1 && application == 0) {
-        status = sqliteExecute(handle, CREATE_STORE, "make the store");
-    } else if (status.IsOk() && application != APPLICATION_ID) {
-        status = damaged("something else");
-    } else if (status.IsOk() && version != FORMAT_VERSION) {
-        status = damaged("a format of another version of this program");
+    isNew = pages <= 1 && application == 0 && version == 0;
+    if (!isNew && application != APPLICATION_ID) {
+        return damaged("something else");
     }
-    return status.IsOk() ? transaction.commit() : status;
+    if (!isNew && version != FORMAT_VERSION) {
+        return damaged("a format of another version of this program");
+    }
+    foldLogAtClose(handle, true);
+    return transaction.commit();
 }
 
 Status RowStore::readIdentity()

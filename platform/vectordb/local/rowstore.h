@@ -56,6 +56,7 @@ public:
 
 private:
     Status prepareFile();
+    Status recogniseFile(bool &isNew);
     Status readIdentity();
     Status readFields(CollectionDefinition &definition) const;
     /// The rows that @p filter names.
@@ -63,6 +64,9 @@ private:
                   Removed &selected) const;
     /// Without a filter: all rows.
     Status erase(const CollectionDefinition &definition, const RangeFilter *filter);
+    /// Writes the file anew if a deletion still owes that, and empties the log. A failure leaves it
+    /// owed, to the next deletion or start.
+    void endWiping();
     SqliteStatement &insertStatement(const CollectionDefinition &definition);
 
     SqliteHandle m_handle;

@@ -15,10 +15,10 @@ namespace
 // overwriting 150,000 rows takes eight seconds.
 constexpr std::size_t LITTLE = 2000;
 
-std::string tableOf(const CollectionDefinition &definition)
-{
-    return "rows_" + std::to_string(definition.number);
-}
+// The table is there from a deletion's commit on until nothing of what it deleted can be read.
+constexpr char OWE_WIPING[] = "CREATE TABLE IF NOT EXISTS wiping_owed (id INTEGER)";
+constexpr char FIND_OWED[] = "SELECT 1 FROM sqlite_master WHERE name='wiping_owed'";
+constexpr char WIPING_DONE[] = "DROP TABLE wiping_owed";
 
 std::string columnsOf(const CollectionDefinition &definition)
 {
@@ -31,23 +31,24 @@ std::string columnsOf(const CollectionDefinition &definition)
 
 std::string rangeOf(const CollectionDefinition &definition, const RangeFilter &filter)
 {
-    return " FROM " + tableOf(definition) + " WHERE \"" + filter.field + "\" BETWEEN ? AND ?";
+    return " FROM " + definition.table() + " WHERE \"" + filter.field + "\" BETWEEN ? AND ?";
 }
 } // namespace
 
 SqliteStatement &RowStore::insertStatement(const CollectionDefinition &definition)
 {
     const auto found = m_inserts.find(definition.number);
-    if (found != m_inserts.end()) {
+    if (found != m_inserts.end() && found->second.isPrepared()) {
         return found->second;
     }
     std::string places;
     for (std::size_t place = 0; place < definition.scalars.size(); ++place) {
         places += "?, ";
     }
-    const std::string sql = "INSERT INTO " + tableOf(definition) + " (" + columnsOf(definition) +
+    const std::string sql = "INSERT INTO " + definition.table() + " (" + columnsOf(definition) +
                             ") VALUES (" + places + "?)";
-    return m_inserts.try_emplace(definition.number, m_handle.get(), sql).first->second;
+    return m_inserts.insert_or_assign(definition.number, SqliteStatement(m_handle.get(), sql))
+        .first->second;
 }
 
 Status RowStore::insert(const CollectionDefinition &definition, const RowValues &row,
@@ -86,25 +87,39 @@ Status RowStore::remove(const CollectionDefinition &definition, const RangeFilte
     }
     const bool leavesLittle =
         all.size() - removed.rowIds.size() <= LITTLE && removed.rowIds.size() > LITTLE;
+    Status status;
     if (leavesLittle) {
+        status = sqliteExecute(handle, OWE_WIPING, "delete rows");
         sqlite3_exec(handle, "PRAGMA secure_delete=OFF", nullptr, nullptr, nullptr);
     }
     const bool leavesNothing = all.size() == removed.rowIds.size();
-    Status status = erase(definition, leavesNothing ? nullptr : &filter);
+    if (status.IsOk()) {
+        status = erase(definition, leavesNothing ? nullptr : &filter);
+    }
     if (status.IsOk()) {
         status = transaction.commit();
     }
+    sqlite3_exec(handle, "PRAGMA secure_delete=ON", nullptr, nullptr, nullptr);
     // From here on the deletion stands, whatever becomes of the rest.
-    if (leavesLittle) {
-        sqlite3_exec(handle,
-                     status.IsOk() ? "VACUUM; PRAGMA secure_delete=ON" : "PRAGMA secure_delete=ON",
-                     nullptr, nullptr, nullptr);
-    }
     if (status.IsOk() && !removed.rowIds.empty()) {
-        // The log still holds the rows as they were inserted.
-        sqlite3_wal_checkpoint_v2(handle, nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
+        endWiping();
     }
     return status;
+}
+
+void RowStore::endWiping()
+{
+    sqlite3 *handle = m_handle.get();
+    const bool isOwed = SqliteStatement(handle, FIND_OWED).step() == SQLITE_ROW;
+    bool isWiped =
+        !isOwed || sqlite3_exec(handle, "VACUUM", nullptr, nullptr, nullptr) == SQLITE_OK;
+    // The log still holds the rows as they were inserted, and the file what the log will replace.
+    isWiped = sqlite3_wal_checkpoint_v2(handle, nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr,
+                                        nullptr) == SQLITE_OK &&
+              isWiped;
+    if (isOwed && isWiped) {
+        sqlite3_exec(handle, WIPING_DONE, nullptr, nullptr, nullptr);
+    }
 }
 
 Status RowStore::select(const CollectionDefinition &definition, const RangeFilter &filter,
@@ -127,7 +142,7 @@ Status RowStore::select(const CollectionDefinition &definition, const RangeFilte
 Status RowStore::erase(const CollectionDefinition &definition, const RangeFilter *filter)
 {
     SqliteStatement rows(m_handle.get(), filter ? "DELETE" + rangeOf(definition, *filter)
-                                                : "DELETE FROM " + tableOf(definition));
+                                                : "DELETE FROM " + definition.table());
     if (filter) {
         rows.bind(1, filter->lower);
         rows.bind(2, filter->upper);
@@ -140,7 +155,7 @@ Status RowStore::rowIds(const CollectionDefinition &definition, std::vector<std:
 {
     sqlite3 *handle = m_handle.get();
     // Unordered, so that an index is read and not the table, which is a hundred times as large.
-    SqliteStatement rows(handle, "SELECT row_id FROM " + tableOf(definition));
+    SqliteStatement rows(handle, "SELECT row_id FROM " + definition.table());
     int result = SQLITE_OK;
     while ((result = rows.step()) == SQLITE_ROW) {
         ids.push_back(rows.number(0));
@@ -150,7 +165,7 @@ Status RowStore::rowIds(const CollectionDefinition &definition, std::vector<std:
     }
     std::sort(ids.begin(), ids.end());
     SqliteStatement sequence(handle, "SELECT seq FROM sqlite_sequence WHERE name=?");
-    const std::string table = tableOf(definition);
+    const std::string table = definition.table();
     sequence.bind(1, table);
     greatest = sequence.step() == SQLITE_ROW ? sequence.number(0) : 0;
     return {};
@@ -159,7 +174,7 @@ Status RowStore::rowIds(const CollectionDefinition &definition, std::vector<std:
 Status RowStore::forEachRow(const CollectionDefinition &definition, const RowUse &use) const
 {
     SqliteStatement rows(m_handle.get(), "SELECT row_id, " + columnsOf(definition) + " FROM " +
-                                             tableOf(definition) + " ORDER BY row_id");
+                                             definition.table() + " ORDER BY row_id");
     const std::size_t bytes = definition.dimension() * sizeof(float);
     int result = SQLITE_OK;
     while ((result = rows.step()) == SQLITE_ROW) {

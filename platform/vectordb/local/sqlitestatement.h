@@ -31,6 +31,8 @@ public:
     /// A statement that could not be prepared fails at its first step.
     SqliteStatement(sqlite3 *handle, const std::string &sql);
 
+    bool isPrepared() const { return m_statement != nullptr; }
+
     /// Positions count from 1. What is bound has to live until the statement is reset.
     void bind(int position, std::int64_t value);
     void bind(int position, const std::string &text);

@@ -24,15 +24,16 @@ StoredCollection::StoredCollection(RowStore &rows, CollectionDefinition definiti
     , m_definition(std::move(definition))
     , m_path(directory + "matrix_" + std::to_string(m_definition.number) + ".bin")
     , m_layout(m_definition)
+    , m_generation(m_definition.generation)
 {
 }
 
-FileHead StoredCollection::head() const
+FileHead StoredCollection::head(std::int64_t generation) const
 {
     FileHead head;
     std::copy_n(m_rows.identity().begin(), head.identity.size(), head.identity.begin());
     head.collection = m_definition.number;
-    head.generation = m_definition.generation;
+    head.generation = generation;
     head.dimension = static_cast<std::uint32_t>(m_layout.dimension());
     head.cardBytes = static_cast<std::uint32_t>(m_layout.cardBytes());
     return head;
@@ -46,7 +47,7 @@ Status StoredCollection::open()
         return status;
     }
     std::shared_ptr<MatrixFile> matrix =
-        MatrixFile::open(m_path, m_layout, head(), rowIds, greatest);
+        MatrixFile::open(m_path, m_layout, head(m_generation), rowIds, greatest);
     if (!matrix || matrix->deadRows() > rowIds.size() / DEAD_SHARE + DEAD_ALLOWED) {
         return rebuild();
     }
@@ -59,12 +60,10 @@ Status StoredCollection::open()
 // between, the file that then bears the name is not taken for the right one.
 Status StoredCollection::rebuild()
 {
-    CollectionDefinition next = m_definition;
-    ++next.generation;
-    std::swap(next, m_definition);
+    const std::int64_t generation = m_generation + 1;
     std::unique_ptr<MatrixFile> built;
     const std::string path = m_path + ".new";
-    Status status = MatrixFile::create(path, m_layout, head(), built);
+    Status status = MatrixFile::create(path, m_layout, head(generation), built);
     if (status.IsOk()) {
         status =
             m_rows.forEachRow(m_definition, [&built](std::int64_t rowId, const RowValues &row) {
@@ -74,16 +73,16 @@ Status StoredCollection::rebuild()
             });
     }
     if (status.IsOk()) {
-        status = m_rows.setGeneration(m_definition, m_definition.generation);
+        status = m_rows.setGeneration(m_definition, generation);
     }
     if (status.IsOk() && std::rename(path.c_str(), m_path.c_str()) != 0) {
         status = PrivateFiles::systemFailure("put the matrix file in its place");
     }
     if (!status.IsOk()) {
         std::remove(path.c_str());
-        std::swap(next, m_definition);
         return status;
     }
+    m_generation = generation;
     const std::lock_guard<std::mutex> lock(m_matrixMutex);
     m_matrix = std::move(built);
     return {};

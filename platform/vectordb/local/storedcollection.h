@@ -9,6 +9,7 @@
 #include "vectordb/searcharguments.h"
 #include "vectordb/searchresults.h"
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -48,13 +49,14 @@ public:
 
 private:
     Status rebuild();
-    FileHead head() const;
+    FileHead head(std::int64_t generation) const;
     std::shared_ptr<MatrixFile> matrix() const;
 
     RowStore &m_rows;
-    CollectionDefinition m_definition;
-    std::string m_path;
-    MatrixLayout m_layout;
+    const CollectionDefinition m_definition; ///< never written to: searches read it unlocked
+    const std::string m_path;
+    const MatrixLayout m_layout;
+    std::int64_t m_generation;        ///< of the matrix file; under the store's lock
     mutable std::mutex m_matrixMutex; ///< over the pointer; calls keep what they took
     std::shared_ptr<MatrixFile> m_matrix;
 };

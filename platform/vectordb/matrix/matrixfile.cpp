@@ -127,13 +127,13 @@ bool MatrixFile::adopt(const std::vector<std::int64_t> &rowIds, std::int64_t gre
         }
         previous = row.rowId;
         const bool isStored = matched < rowIds.size() && rowIds[matched] == row.rowId;
-        if (isStored && row.isDead) {
+        if (isStored && row.isDead()) {
             return false;
         }
         matched += isStored ? 1 : 0;
-        m_dead += row.isDead ? 1 : 0;
-        (*m_segments)[m_rows / SEGMENT_ROWS]->setAlive(m_rows % SEGMENT_ROWS, !row.isDead);
-        if (!isStored && !row.isDead) {
+        m_dead += row.isDead() ? 1 : 0;
+        (*m_segments)[m_rows / SEGMENT_ROWS]->setAlive(m_rows % SEGMENT_ROWS, !row.isDead());
+        if (!isStored && row.death != WIPED) {
             gone.push_back(row.rowId);
         }
     }
@@ -175,7 +175,7 @@ std::unique_ptr<MatrixFile> MatrixFile::openReadOnly(const std::string &path,
 void MatrixFile::adoptWholeRows()
 {
     for (std::size_t row = 0; row < m_segments->size() * SEGMENT_ROWS; ++row) {
-        const bool isAlive = m_layout.isCard(card(row)) && !MatrixLayout::head(card(row)).isDead;
+        const bool isAlive = m_layout.isCard(card(row)) && !MatrixLayout::head(card(row)).isDead();
         (*m_segments)[row / SEGMENT_ROWS]->setAlive(row % SEGMENT_ROWS, isAlive);
     }
     m_rows = m_segments->size() * SEGMENT_ROWS;
@@ -260,28 +260,40 @@ void MatrixFile::wipe(const std::vector<std::int64_t> &rowIds)
     }
 }
 
+// A row is dead before its codes and floats go: a reader would else find it damaged. That it is
+// wiped comes last, so that a kill in between leaves what the next opening ends.
 void MatrixFile::wipeRun(std::size_t first, std::size_t last)
 {
     const std::size_t start = startOf(first);
     const std::size_t slot = first % SEGMENT_ROWS;
     const std::size_t count = last - first + 1;
-    std::vector<char> cards;
-    for (std::size_t row = first; row <= last; ++row) {
-        const std::vector<char> dead = m_layout.makeDeadCard(MatrixLayout::head(card(row)).rowId);
-        cards.insert(cards.end(), dead.begin(), dead.end());
+    if (writeDead(first, last, DYING) &&
+        clear(start + m_layout.codes(slot), count * m_layout.codeBytes()) &&
+        clear(start + m_layout.floats(slot), count * m_layout.floatBytes())) {
+        writeDead(first, last, WIPED);
     }
-    writeAll(m_file, cards.data(), cards.size(), start + m_layout.card(slot));
-    clear(start + m_layout.codes(slot), count * m_layout.codeBytes());
-    clear(start + m_layout.floats(slot), count * m_layout.floatBytes());
 }
 
-void MatrixFile::clear(std::size_t offset, std::size_t bytes)
+bool MatrixFile::writeDead(std::size_t first, std::size_t last, Death death)
+{
+    std::vector<char> cards;
+    for (std::size_t row = first; row <= last; ++row) {
+        const std::vector<char> dead =
+            m_layout.makeDeadCard(MatrixLayout::head(card(row)).rowId, death);
+        cards.insert(cards.end(), dead.begin(), dead.end());
+    }
+    return writeAll(m_file, cards.data(), cards.size(),
+                    startOf(first) + m_layout.card(first % SEGMENT_ROWS));
+}
+
+bool MatrixFile::clear(std::size_t offset, std::size_t bytes)
 {
     if (fallocate(m_file, FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, static_cast<off_t>(offset),
-                  static_cast<off_t>(bytes)) != 0) {
-        const std::vector<char> zeros(bytes);
-        writeAll(m_file, zeros.data(), zeros.size(), offset);
+                  static_cast<off_t>(bytes)) == 0) {
+        return true;
     }
+    const std::vector<char> zeros(bytes);
+    return writeAll(m_file, zeros.data(), zeros.size(), offset);
 }
 
 Status MatrixFile::checkReachable() const

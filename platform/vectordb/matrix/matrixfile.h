@@ -62,8 +62,8 @@ public:
     /// Takes the rows of @p rowIds (ascending) out of every search, those that run included.
     void hide(const std::vector<std::int64_t> &rowIds);
 
-    /// Overwrites hidden rows. One that fails leaves its row readable in the file until that is
-    /// next built anew.
+    /// Overwrites hidden rows. What a failure or a kill leaves readable is overwritten when the
+    /// file is next opened.
     void wipe(const std::vector<std::int64_t> &rowIds);
 
     MatrixSnapshot snapshot() const;
@@ -88,7 +88,8 @@ private:
     const char *card(std::size_t row) const;
     std::vector<std::size_t> find(const std::vector<std::int64_t> &rowIds) const;
     void wipeRun(std::size_t first, std::size_t last);
-    void clear(std::size_t offset, std::size_t bytes);
+    bool writeDead(std::size_t first, std::size_t last, Death death);
+    bool clear(std::size_t offset, std::size_t bytes);
     std::size_t startOf(std::size_t row) const;
 
     int m_file;

@@ -73,11 +73,11 @@ std::vector<char> MatrixLayout::makeCard(RowHead head, const std::vector<Scalar>
     return card;
 }
 
-std::vector<char> MatrixLayout::makeDeadCard(std::int64_t rowId) const
+std::vector<char> MatrixLayout::makeDeadCard(std::int64_t rowId, Death death) const
 {
     RowHead head;
     head.rowId = rowId;
-    head.isDead = 1;
+    head.death = death;
     std::vector<char> card(m_cardBytes);
     seal(card, head);
     return card;

@@ -33,13 +33,20 @@ struct FileHead {
 };
 static_assert(sizeof(FileHead) == 80);
 
+enum Death : std::uint32_t {
+    ALIVE = 0,
+    WIPED = 1,
+    DYING = 2, ///< dead; its codes and floats may not have been overwritten yet
+};
+
 struct RowHead {
     std::uint32_t checksum = 0; ///< of the rest of the card
     std::uint32_t codeChecksum = 0;
     std::int64_t rowId = 0;
     RowScale scale;
     std::uint32_t floatChecksum = 0;
-    std::uint32_t isDead = 0;
+    std::uint32_t death = 0; ///< a Death
+    bool isDead() const { return death != 0; }
 };
 static_assert(sizeof(RowHead) == 32);
 
@@ -63,7 +70,7 @@ public:
 
     /// The bytes of a card, its checksum set.
     std::vector<char> makeCard(RowHead head, const std::vector<Scalar> &scalars) const;
-    std::vector<char> makeDeadCard(std::int64_t rowId) const;
+    std::vector<char> makeDeadCard(std::int64_t rowId, Death death) const;
 
     /// Whether a card is whole and of a row.
     bool isCard(const char *card) const;

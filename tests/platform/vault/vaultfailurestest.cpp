@@ -38,7 +38,8 @@ private Q_SLOTS:
     void somethingElseAtTheMountPointIsLeftAlone();
     void aLinkInPlaceOfTheMountPointIsNotFollowed();
     void aReadOnlyBoxIsNotReady();
-    void oneBadBoxDoesNotKeepTheOthersShut();
+    void oneBadBoxLeavesTheOthersAsTheyWere_data();
+    void oneBadBoxLeavesTheOthersAsTheyWere();
 
 private:
     void makeBox(const QByteArray &content);
@@ -350,13 +351,31 @@ void VaultFailuresTest::aReadOnlyBoxIsNotReady()
              qPrintable(checked.errors));
 }
 
-void VaultFailuresTest::oneBadBoxDoesNotKeepTheOthersShut()
+void VaultFailuresTest::oneBadBoxLeavesTheOthersAsTheyWere_data()
 {
-    QVERIFY(QDir().mkpath(home() + QStringLiteral("/.local/share/vaultsm/a-bad-one")));
+    QTest::addColumn<QString>("bad");
+    QTest::addColumn<bool>("isOpen");
+    for (const bool isOpen : {false, true}) {
+        const char *state = isOpen ? "open" : "closed";
+        QTest::addRow("%s, the first one bad", state) << QStringLiteral("a-bad-one") << isOpen;
+        QTest::addRow("%s, the last one bad", state) << QStringLiteral("z-bad-one") << isOpen;
+    }
+}
+
+// A box that stayed open after a failure would be taken for ready by whoever looks for its mount.
+void VaultFailuresTest::oneBadBoxLeavesTheOthersAsTheyWere()
+{
+    QFETCH(QString, bad);
+    QFETCH(bool, isOpen);
+    QVERIFY(QDir().mkpath(home() + QStringLiteral("/.local/share/vaultsm/") + bad));
     makeBox("content");
+    QVERIFY(!isOpen || vaultsm({QStringLiteral("-m"), BOX}).status == 0);
     const Run opened = vaultsm({QStringLiteral("--upgrade")});
     QCOMPARE(opened.status, 1);
-    QVERIFY(opened.errors.contains(QLatin1String("a-bad-one/gocryptfs.conf is missing or empty")));
+    QVERIFY(opened.errors.contains(bad + QLatin1String("/gocryptfs.conf is missing or empty")));
+    QCOMPARE(QFile::exists(mountPoint() + QStringLiteral("/file")), isOpen);
+    QCOMPARE(modeOf(mountPoint()), isOpen ? 0700 : 0500);
+    QCOMPARE(vaultsm({QStringLiteral("-m"), BOX}).status, 0);
     QCOMPARE(read(mountPoint() + QStringLiteral("/file")), QByteArray("content"));
 }
 

@@ -1,6 +1,7 @@
 // What is left of a store whose files are damaged, old, missing or on a full disk.
 
 #include "support/testfiles.h"
+#include "vectordb/local/rowstore.h"
 #include "vectorworld.h"
 
 #include <QDir>
@@ -79,11 +80,16 @@ private Q_SLOTS:
 
     void damagedRowsAreRefusedAndLeftAlone_data();
     void damagedRowsAreRefusedAndLeftAlone();
+    void anotherProgramsDatabaseIsRefusedAndLeftAlone_data();
+    void anotherProgramsDatabaseIsRefusedAndLeftAlone();
     void aVectorOfNoNumbersIsDamage();
     void aVectorOfAnotherLengthIsDamage_data();
     void aVectorOfAnotherLengthIsDamage();
     void deletedRowsAreWipedFromEveryFile_data();
     void deletedRowsAreWipedFromEveryFile();
+    void aDeletionWithoutRoomIsWipedLater();
+    void aDeletionAfterOneWithoutRoomIsWiped();
+    void aFailedPreparationIsNotKept();
     void manyDeletionsAreCompacted();
 
     void aFullDiskStoresNothingByHalves();
@@ -254,6 +260,46 @@ void DamagedFilesTest::damagedRowsAreRefusedAndLeftAlone()
     QVERIFY(contentOf(path) == damaged);
 }
 
+void DamagedFilesTest::anotherProgramsDatabaseIsRefusedAndLeftAlone_data()
+{
+    QTest::addColumn<QByteArray>("sql");
+    QTest::addColumn<bool>("isOpen"); // elsewhere, when it was copied: its log is still there
+    const QByteArray notes = "CREATE TABLE notes (text); INSERT INTO notes VALUES ('mine');";
+    QTest::newRow("with a rollback journal") << notes << false;
+    QTest::newRow("with a log") << "PRAGMA journal_mode=WAL;" + notes << false;
+    QTest::newRow("with a log not folded in yet") << "PRAGMA journal_mode=WAL;" + notes << true;
+    QTest::newRow("of one page") << QByteArray("PRAGMA user_version=7;") << false;
+    QTest::newRow("of a later version")
+        << "PRAGMA application_id=1498825794; PRAGMA user_version=2;" + notes << false;
+}
+
+void DamagedFilesTest::anotherProgramsDatabaseIsRefusedAndLeftAlone()
+{
+    QFETCH(QByteArray, sql);
+    QFETCH(bool, isOpen);
+    const QTemporaryDir elsewhere;
+    const QString original = elsewhere.filePath(QStringLiteral("notes.db"));
+    sqlite3 *handle = nullptr;
+    QCOMPARE(sqlite3_open(QFile::encodeName(original), &handle), SQLITE_OK);
+    std::unique_ptr<sqlite3, int (*)(sqlite3 *)> closing(handle, &sqlite3_close);
+    QCOMPARE(sqlite3_exec(handle, sql, nullptr, nullptr, nullptr), SQLITE_OK);
+    const QString log = QStringLiteral("-wal");
+    if (!isOpen) {
+        closing.reset();
+    }
+    const QString path = rowsFile(m_directory->path());
+    QVERIFY(QFile::copy(original, path));
+    QCOMPARE(isOpen && QFile::copy(original + log, path + log), isOpen);
+    const QByteArray file = contentOf(path);
+    const QByteArray pending = contentOf(path + log);
+    QCOMPARE(pending.isEmpty(), !isOpen);
+    Status status;
+    QVERIFY(!open(m_directory->path(), DIMENSION, &status));
+    QCOMPARE(status.Code(), code(StatusCode::STORE_DAMAGED));
+    QVERIFY(contentOf(path) == file);
+    QVERIFY(contentOf(path + log) == pending);
+}
+
 // Its scores would have no order, and sorting them no end that is known.
 void DamagedFilesTest::aVectorOfNoNumbersIsDamage()
 {
@@ -313,29 +359,74 @@ void DamagedFilesTest::deletedRowsAreWipedFromEveryFile()
     QFETCH(long, kept);
     const auto database = open(m_directory->path(), DIMENSION);
     QVERIFY(database);
-    std::vector<Row> rows = rowsFrom(1, kept + 2500);
-    for (long number = kept; number < kept + 2500; ++number) {
-        rows[static_cast<std::size_t>(number)].videoName = "marked-for-deletion";
-        rows[static_cast<std::size_t>(number)].vector.assign(DIMENSION, 12345.678F);
-    }
-    QVERIFY(insert(*database, rows).IsOk());
-    const float value = 12345.678F;
-    const QByteArray vector =
-        QByteArray(reinterpret_cast<const char *>(&value), sizeof(value)).repeated(8);
-    const auto remains = [&] {
-        int count = 0;
-        const QDir directory(m_directory->path());
-        for (const QString &file : directory.entryList(QDir::Files)) {
-            const QByteArray all = contentOf(directory.filePath(file));
-            count += all.count(vector) + all.count("marked-for-deletion");
-        }
-        return count;
-    };
-    QVERIFY(remains() >= 2500);
+    QVERIFY(kept == 0 || insert(*database, rowsFrom(1, kept)).IsOk());
+    QVERIFY(insert(*database, markedRows(DIMENSION, kept + 1, kept + 2500)).IsOk());
+    QVERIFY(marksIn(m_directory->path()) >= 2500);
     QCOMPARE(erase(*database, kept + 1, kept + 2500), 2500);
-    QCOMPARE(remains(), 0);
-    QCOMPARE(search(*database, rows.front().vector, 10000).ids.size(),
+    QCOMPARE(marksIn(m_directory->path()), 0);
+    QCOMPARE(search(*database, randomVector(DIMENSION, 1), 10000).ids.size(),
              static_cast<std::size_t>(kept));
+}
+
+// Where the file is to be written anew and the disk is full, what was deleted waits for room.
+void DamagedFilesTest::aDeletionWithoutRoomIsWipedLater()
+{
+    constexpr long KEPT = 1500;
+    constexpr long LAST = KEPT + 2500;
+    {
+        const auto database = open(m_directory->path(), DIMENSION);
+        QVERIFY(insert(*database, rowsFrom(1, KEPT)).IsOk());
+        QVERIFY(insert(*database, markedRows(DIMENSION, KEPT + 1, LAST)).IsOk());
+    }
+    {
+        const auto database = open(m_directory->path(), DIMENSION);
+        QVERIFY(database);
+        const FileSizeLimit limit(600000); // enough to commit, too little for a new file
+        QCOMPARE(erase(*database, KEPT + 1, LAST), static_cast<int>(LAST - KEPT));
+        QVERIFY(contentOf(rowsFile(m_directory->path())).contains(MARK));
+    }
+    const auto database = open(m_directory->path(), DIMENSION);
+    QVERIFY(database);
+    const QString rows = rowsFile(m_directory->path());
+    QVERIFY(!contentOf(rows).contains(MARK));
+    QVERIFY(!contentOf(rows + QStringLiteral("-wal")).contains(MARK));
+}
+
+// The same while the store stays open: what came in and went meanwhile is wiped too.
+void DamagedFilesTest::aDeletionAfterOneWithoutRoomIsWiped()
+{
+    constexpr long KEPT = 1500;
+    constexpr long LAST = KEPT + 2500;
+    QVERIFY(insert(*open(m_directory->path(), DIMENSION), rowsFrom(1, LAST)).IsOk());
+    const auto database = open(m_directory->path(), DIMENSION); // with an empty log
+    QVERIFY(database);
+    {
+        const FileSizeLimit limit(600000);
+        QCOMPARE(erase(*database, KEPT + 1, LAST), static_cast<int>(LAST - KEPT));
+    }
+    QVERIFY(insert(*database, markedRows(DIMENSION, LAST + 1, LAST + 100)).IsOk());
+    QCOMPARE(erase(*database, LAST + 1, LAST + 100), 100);
+    QCOMPARE(marksIn(m_directory->path()), 0);
+}
+
+// Where a statement could not be prepared once, the next insert tries again.
+void DamagedFilesTest::aFailedPreparationIsNotKept()
+{
+    VectorDB::RowStore rows;
+    VectorDB::CollectionDefinition definition{schema(DIMENSION), index(), 0, 0, 0, 0, {}};
+    QVERIFY(VectorDB::defineCollection(definition).IsOk());
+    QVERIFY(rows.open(rowsFile(m_directory->path()).toStdString()).IsOk());
+    QVERIFY(rows.create(definition).IsOk());
+    const std::vector<float> vector = randomVector(DIMENSION, 1);
+    const VectorDB::RowValues row{{"id", "video", std::int64_t{1}, std::int64_t{1}}, vector.data()};
+    const auto rename = [&rows](const char *sql) {
+        return sqlite3_exec(rows.handle(), sql, nullptr, nullptr, nullptr);
+    };
+    std::int64_t rowId = 0;
+    QCOMPARE(rename("ALTER TABLE rows_1 RENAME TO away"), SQLITE_OK);
+    QVERIFY(!rows.insert(definition, row, rowId).IsOk());
+    QCOMPARE(rename("ALTER TABLE away RENAME TO rows_1"), SQLITE_OK);
+    QVERIFY(rows.insert(definition, row, rowId).IsOk());
 }
 
 void DamagedFilesTest::manyDeletionsAreCompacted()

@@ -1,6 +1,7 @@
 // The store after its process was killed while it inserted, deleted and started. Run with
 // "--work FOLDER NUMBER" it is the process that gets killed: it tells each change before it makes
-// it and after it was acknowledged.
+// it and after it was acknowledged. Run with "--delete" it kills itself in the middle of a
+// deletion.
 
 #include "vectorworld.h"
 
@@ -11,8 +12,11 @@
 
 #include <algorithm>
 #include <csignal>
+#include <fcntl.h>
 #include <random>
 #include <set>
+#include <sqlite3.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 using namespace VectorWorld;
@@ -72,6 +76,35 @@ int work(const QString &directory, long number)
     }
 }
 
+// Where the deletion is killed: after a statement, or before the matrix is cleared at the n-th
+// place.
+QByteArray g_lastStatement;
+int g_holes = 0;
+
+int dieAfterStatement(unsigned /*event*/, void * /*unused*/, void *statement, void * /*time*/)
+{
+    if (!g_lastStatement.isEmpty() &&
+        sqlite3_sql(static_cast<sqlite3_stmt *>(statement)) == g_lastStatement) {
+        raise(SIGKILL);
+    }
+    return 0;
+}
+
+int watchStatements(sqlite3 *handle, const char ** /*error*/, const sqlite3_api_routines * /*api*/)
+{
+    return sqlite3_trace_v2(handle, SQLITE_TRACE_PROFILE, &dieAfterStatement, nullptr);
+}
+
+// Deletes the rows from @p first on and is killed on the way.
+int deleteAndDie(const QString &directory, long first, const QString &lastStatement, int holes)
+{
+    sqlite3_auto_extension(reinterpret_cast<void (*)()>(&watchStatements));
+    const std::shared_ptr<Database> database = open(directory, DIMENSION);
+    g_lastStatement = lastStatement.toLatin1();
+    g_holes = holes;
+    return database && erase(*database, first, 1000000) >= 0 ? 0 : 1;
+}
+
 // What must be stored, and what may or may not be: the change that was under way.
 struct Expected {
     std::set<long> stored;
@@ -103,12 +136,23 @@ struct Expected {
 };
 } // namespace
 
+// The C library's own, replaced in this program.
+extern "C" int fallocate(int file, int mode, off_t offset, off_t bytes)
+{
+    if (g_holes > 0 && --g_holes == 0) {
+        raise(SIGKILL);
+    }
+    return static_cast<int>(syscall(SYS_fallocate, file, mode, offset, bytes));
+}
+
 class KilledStoreTest : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void everyAcknowledgedChangeStands();
+    void aKilledDeletionIsWipedAtTheNextStart_data();
+    void aKilledDeletionIsWipedAtTheNextStart();
 
 private:
     void killAtSomePoint(Expected &expected);
@@ -196,12 +240,61 @@ void KilledStoreTest::everyAcknowledgedChangeStands()
     QVERIFY2(most > 500, "too little was stored for a test");
 }
 
+void KilledStoreTest::aKilledDeletionIsWipedAtTheNextStart_data()
+{
+    QTest::addColumn<long>("kept");
+    QTest::addColumn<long>("deleted");
+    QTest::addColumn<QString>("statement");
+    QTest::addColumn<int>("holes");
+    const QString committed = QStringLiteral("COMMIT");
+    const QString writtenAnew = QStringLiteral("VACUUM");
+    QTest::newRow("few are left, committed") << 5L << 2500L << committed << 0;
+    QTest::newRow("few are left, written anew") << 5L << 2500L << writtenAnew << 0;
+    QTest::newRow("none is left, committed") << 0L << 2500L << committed << 0;
+    QTest::newRow("many are left, committed") << 2100L << 100L << committed << 0;
+    QTest::newRow("before codes are cleared") << 500L << 100L << QString() << 1;
+    QTest::newRow("before floats are cleared") << 500L << 100L << QString() << 2;
+}
+
+void KilledStoreTest::aKilledDeletionIsWipedAtTheNextStart()
+{
+    QFETCH(long, kept);
+    QFETCH(long, deleted);
+    QFETCH(QString, statement);
+    QFETCH(int, holes);
+    const QTemporaryDir directory;
+    {
+        const std::shared_ptr<Database> database = open(directory.path(), DIMENSION);
+        std::vector<Row> rows = markedRows(DIMENSION, kept + 1, kept + deleted);
+        for (long number = kept; number > 0; --number) {
+            rows.insert(rows.begin(), row(number, vectorOf(number)));
+        }
+        QVERIFY(database && insert(*database, rows).IsOk());
+    }
+    QProcess process;
+    process.start(QCoreApplication::applicationFilePath(),
+                  {QStringLiteral("--delete"), directory.path(), QString::number(kept + 1),
+                   statement, QString::number(holes)});
+    QVERIFY(process.waitForFinished());
+    QCOMPARE(process.exitStatus(), QProcess::CrashExit);
+    QVERIFY(marksIn(directory.path()) > 0);
+
+    const std::shared_ptr<Database> database = open(directory.path(), DIMENSION);
+    QVERIFY(database);
+    QCOMPARE(marksIn(directory.path()), 0);
+    QCOMPARE(search(*database, vectorOf(1), 1000000).ids.size(), static_cast<std::size_t>(kept));
+}
+
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() == 4 && arguments[1] == QLatin1String("--work")) {
         return work(arguments[2], arguments[3].toLong());
+    }
+    if (arguments.size() == 6 && arguments[1] == QLatin1String("--delete")) {
+        return deleteAndDie(arguments[2], arguments[3].toLong(), arguments[4],
+                            arguments[5].toInt());
     }
     KilledStoreTest test;
     return QTest::qExec(&test, argc, argv);

@@ -30,6 +30,7 @@ class StoreThreadsTest : public QObject
 
 private Q_SLOTS:
     void everythingRunsAtOnce();
+    void deletingEverythingBuildsAnewBesideSearches();
     void aSearchSeesWhatWasAcknowledged();
     void disconnectingWaitsForWhatRuns();
 };
@@ -90,6 +91,41 @@ void StoreThreadsTest::everythingRunsAtOnce()
     QVERIFY(searches > 0);
     QVERIFY(erase(*database, KEPT + 1, ROWS) >= 0);
     QCOMPARE(search(*database, vectorOf(1), 10 * ROWS).ids.size(), std::size_t{KEPT});
+}
+
+// So many rows that the matrix is built anew, under searches that began before.
+void StoreThreadsTest::deletingEverythingBuildsAnewBesideSearches()
+{
+    const QTemporaryDir directory;
+    const std::shared_ptr<Database> database = open(directory.path(), DIMENSION);
+    QVERIFY(database);
+    std::atomic<bool> isDone{false};
+    std::atomic<int> failures{0};
+    std::vector<std::thread> searching;
+    searching.reserve(3);
+    for (int thread = 0; thread < 3; ++thread) {
+        searching.emplace_back([&, thread] {
+            while (!isDone) {
+                Status status;
+                const Found found = search(*database, vectorOf(100000 + thread), ROWS, &status);
+                failures += status.IsOk() && found.ids.size() == found.scores.size() ? 0 : 1;
+            }
+        });
+    }
+    std::vector<Row> rows;
+    for (long number = 1; number <= ROWS; ++number) {
+        rows.push_back(row(number, vectorOf(number)));
+    }
+    for (int round = 0; round < 5; ++round) {
+        failures += insert(*database, rows).IsOk() ? 0 : 1;
+        failures += erase(*database, 0, ROWS) == ROWS ? 0 : 1;
+    }
+    isDone = true;
+    for (std::thread &thread : searching) {
+        thread.join();
+    }
+    QCOMPARE(failures.load(), 0);
+    QVERIFY(search(*database, vectorOf(1), 10).ids.empty());
 }
 
 void StoreThreadsTest::aSearchSeesWhatWasAcknowledged()

@@ -1,5 +1,9 @@
 #include "vectorworld.h"
 
+#include "support/testfiles.h"
+
+#include <QDir>
+
 #include <algorithm>
 #include <cmath>
 #include <numeric>
@@ -8,6 +12,11 @@
 namespace VectorWorld
 {
 using namespace VectorDB;
+
+namespace
+{
+constexpr float MARKED_FLOAT = 12345.678F;
+} // namespace
 
 CollectionSchema schema(std::size_t dimension)
 {
@@ -82,6 +91,29 @@ std::vector<float> randomVector(std::size_t dimension, unsigned seed)
     std::vector<float> vector(dimension);
     std::generate(vector.begin(), vector.end(), [&] { return normal(random); });
     return vector;
+}
+
+std::vector<Row> markedRows(std::size_t dimension, long first, long last)
+{
+    std::vector<Row> rows;
+    for (long number = first; number <= last; ++number) {
+        rows.push_back(row(number, std::vector<float>(dimension, MARKED_FLOAT)));
+        rows.back().videoName = MARK;
+    }
+    return rows;
+}
+
+int marksIn(const QString &directory)
+{
+    const float value = MARKED_FLOAT;
+    const QByteArray vector =
+        QByteArray(reinterpret_cast<const char *>(&value), sizeof(value)).repeated(8);
+    int count = 0;
+    for (const QString &file : QDir(directory).entryList(QDir::Files)) {
+        const QByteArray all = contentOf(QDir(directory).filePath(file));
+        count += all.count(vector) + all.count(MARK);
+    }
+    return count;
 }
 
 Found search(Database &database, std::vector<float> vector, long count, Status *status)

@@ -44,6 +44,14 @@ int erase(Database &database, long start, long end);
 /// Numbers of a normal distribution, the same for the same @p seed.
 std::vector<float> randomVector(std::size_t dimension, unsigned seed);
 
+/// Rows by which a test tells whether anything of them can be read in a file; their text and a part
+/// of their vector.
+constexpr char MARK[] = "marked-for-deletion";
+std::vector<Row> markedRows(std::size_t dimension, long first, long last);
+
+/// How often a marked row's text or vector stands in the files of @p directory.
+int marksIn(const QString &directory);
+
 struct Found {
     std::vector<std::string> ids;
     std::vector<float> scores;
