@@ -16,6 +16,8 @@
 #include <QFileInfo>
 #include <QStandardPaths>
 
+#include <algorithm>
+
 namespace
 {
 QString greatestFolderName(const QDir &directory)
@@ -112,8 +114,11 @@ bool ScreenHistoryTracker::initNewVideoFile()
         qDebug() << "目录创建失败：" << m_videoStorageDir;
         return false;
     }
-    const QString name =
-        QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd_hh-mm-ss"));
+    // The name tells the directory to whoever looks for the video. West over midnight the present
+    // day is one before that of the directory, which never goes back.
+    const QDateTime now = QDateTime::currentDateTime();
+    const QString day = std::max(DayText::ofDate(now.date()), m_today);
+    const QString name = day + now.toString(QStringLiteral("_hh-mm-ss"));
     {
         const std::lock_guard<std::mutex> lock(m_batchMutex);
         m_videoFile = m_videoStorageDir + QLatin1Char('/') + name + QLatin1String(".mp4");

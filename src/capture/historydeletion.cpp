@@ -6,6 +6,7 @@
 #include "database/databasemanager.h"
 #include "database/daytext.h"
 #include "database/screenshotdata.h"
+#include "database/timerange.h"
 #include "picturememory/packedpicture.h"
 #include "video/videocomposer.h"
 
@@ -20,26 +21,6 @@
 
 namespace
 {
-constexpr long SECONDS_PER_HOUR = 3600;
-
-// Seconds since the epoch at which a range that ends now begins; -1 for a number that is no range.
-long startOfRange(TimeRange range, const QDateTime &now)
-{
-    switch (range) {
-    case LastHour:
-        return now.toSecsSinceEpoch() - SECONDS_PER_HOUR;
-    case LastDay:
-        return now.addDays(-1).toSecsSinceEpoch();
-    case LastWeek:
-        return now.addDays(-7).toSecsSinceEpoch();
-    case LastMonth:
-        return now.addMonths(-1).toSecsSinceEpoch();
-    case AllTime:
-        return 0;
-    }
-    return -1;
-}
-
 // The videos of frames, without the one that is shortened and without frames that have none.
 std::set<QString> videosOf(const QVector<ScreenShotData> &records, const QString &shortened)
 {
@@ -53,10 +34,9 @@ std::set<QString> videosOf(const QVector<ScreenShotData> &records, const QString
 }
 } // namespace
 
-bool ScreenHistoryTracker::deleteScreenShotData(TimeRange range)
+bool ScreenHistoryTracker::deleteScreenShotData(TimeRange range, const QDateTime &now)
 {
-    const QDateTime now = QDateTime::currentDateTime();
-    const long start = startOfRange(range, now);
+    const qint64 start = startOfRange(range, now);
     return start >= 0 && deleteVideosWithinTime(start, now.toSecsSinceEpoch());
 }
 
@@ -78,11 +58,41 @@ bool ScreenHistoryTracker::deleteVideosWithinTime(long start, long end)
         deleteVideo(name);
     }
     deleteSafetyCopies(records);
+    forgetOpenedVideo();
+    convertImagesBefore(records);
     resetVideoStates();
     // The range ends now, so the frames of today have all gone where it began before today.
     const bool beganToday = QDateTime::fromSecsSinceEpoch(start).date() == QDate::currentDate();
     m_todayFrameNumber = beganToday ? first.frameIndexOfDay - 1 : 0;
     return true;
+}
+
+// Of an open batch in which the range begins: what is older would exist as PNG files alone, which
+// nobody can read, until a start at which that day is the newest.
+void ScreenHistoryTracker::convertImagesBefore(const QVector<ScreenShotData> &erased)
+{
+    const QString video = m_videoFile.section(QLatin1Char('/'), -1);
+    if (video.isEmpty() || erased.first().videoName != video) {
+        return;
+    }
+    quint32 first = erased.first().frameIndexOfVideo;
+    for (const ScreenShotData &record : erased) { // those of one second come in any order
+        if (record.videoName == video) {
+            first = std::min(first, record.frameIndexOfVideo);
+        }
+    }
+    {
+        const std::lock_guard<std::mutex> lock(m_batchMutex);
+        m_images.resize(qBound(0, static_cast<int>(first) - 1, m_images.size()));
+    }
+    convertRemainedImagesToVideo();
+}
+
+// An open file is readable, and takes its room, after it has been removed.
+void ScreenHistoryTracker::forgetOpenedVideo()
+{
+    const std::lock_guard<std::mutex> reading(m_readMutex);
+    m_frameExtractor.clearVideoFile();
 }
 
 // The index counts from 1 and so many frames stay: the frame of the record itself stays in the
@@ -91,8 +101,11 @@ void ScreenHistoryTracker::shortenVideoOf(const ScreenShotData &record)
 {
     qDebug() << "The first screenshot" << record.videoName << record.frameIndexOfVideo
              << record.realTime;
-    const QString path =
+    QString path =
         getScreenshotDirByDate(DayText::toDate(record.date)) + QLatin1Char('/') + record.videoName;
+    if (!QFile::exists(path)) { // in another time zone that second was of another day
+        path = pathOfVideo(record.videoName);
+    }
     if (!m_videoComposer->deleteFramesToEndFromVideoFile(path, record.frameIndexOfVideo)) {
         qDebug() << "Failed to delete frames from video file" << path;
     }
@@ -132,7 +145,8 @@ QVector<ScreenShotData> ScreenHistoryTracker::getScreenshotsWithinTimeInOrder(lo
     query.startTime = static_cast<quint64>(start);
     query.endTime = static_cast<quint64>(end);
     query.limit = 0; // all
-    QVector<ScreenShotData> records = m_databaseManager->getOcrScreenShotData(query);
+    QVector<ScreenShotData> records =
+        m_databaseManager->getOcrScreenShotData(query, RowTexts::Left);
     std::sort(records.begin(), records.end(),
               [](const ScreenShotData &left, const ScreenShotData &right) {
                   return left.realTime < right.realTime;
@@ -142,6 +156,7 @@ QVector<ScreenShotData> ScreenHistoryTracker::getScreenshotsWithinTimeInOrder(lo
 
 void ScreenHistoryTracker::deleteAllVideos()
 {
+    m_videoComposer->dropUnfinishedVideos(screenshotsRoot());
     const QFileInfoList entries =
         QDir(screenshotsRoot()).entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::NoSort);
     for (const QFileInfo &entry : entries) {
@@ -149,6 +164,7 @@ void ScreenHistoryTracker::deleteAllVideos()
             QDir(entry.absoluteFilePath()).removeRecursively();
         }
     }
+    forgetOpenedVideo();
     resetVideoStates();
     m_todayFrameNumber = 0;
     m_lastCheckTime = QDateTime::currentDateTime(); // with no frame left no time is behind
@@ -164,7 +180,9 @@ void ScreenHistoryTracker::deleteDataAtDate(const QString &date)
     QDir directory(getScreenshotDirByDate(day));
     // Without a day the path is that of all days.
     if (day.isValid() && directory.exists()) {
+        m_videoComposer->dropUnfinishedVideos(directory.path());
         directory.removeRecursively();
+        forgetOpenedVideo();
     } else {
         qDebug() << "Date directory does not exist:" << directory.path();
     }

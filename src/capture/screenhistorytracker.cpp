@@ -10,16 +10,49 @@
 
 #include <QDebug>
 #include <QDir>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QPixmap>
 #include <QScreen>
 #include <QTime>
+
+#include <algorithm>
 
 namespace
 {
 constexpr int defaultIntervalMs = 5000;
 // Above this share of matched key points a frame shows nothing new.
 constexpr double sameFrameSimilarity = 0.8;
+
+// The encoder takes four bytes a pixel for granted: blue, green, red and one more.
+QImage encodable(const QImage &image)
+{
+    switch (image.format()) {
+    case QImage::Format_RGB32:
+    case QImage::Format_ARGB32:
+    case QImage::Format_ARGB32_Premultiplied:
+        return image;
+    default:
+        return image.convertToFormat(QImage::Format_RGB32);
+    }
+}
+
+// Directories of the days before @p end in which pictures wait for their video.
+QStringList daysWithImages(const QString &root, const QString &end)
+{
+    QStringList paths;
+    for (const QString &month : QDir(root).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        const QDir days(root + QLatin1Char('/') + month);
+        for (const QString &day : days.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+            const QDir directory(days.filePath(day));
+            if (day < end &&
+                !directory.entryList({QStringLiteral("*.mp4_*.png")}, QDir::Files).isEmpty()) {
+                paths << directory.path();
+            }
+        }
+    }
+    return paths;
+}
 } // namespace
 
 ScreenHistoryTracker::ScreenHistoryTracker(QObject *parent)
@@ -48,6 +81,7 @@ ScreenHistoryTracker::ScreenHistoryTracker(QObject *parent)
 ScreenHistoryTracker::~ScreenHistoryTracker()
 {
     convertRemainedImagesToVideo();
+    m_composerThread.requestInterruption();
     m_composerThread.quit();
     m_composerThread.wait();
 }
@@ -82,7 +116,23 @@ void ScreenHistoryTracker::recoverLeftImages()
     // An empty path would name the working directory.
     if (!folder.isEmpty()) {
         m_videoComposer->convertLocalImageFilesToVideo(folder);
+        recoverImagesBefore(QFileInfo(folder).fileName(), root);
     }
+}
+
+// What a kill left in the last minutes of a day, or a full disk. Neither the newest day, which is
+// done, nor the day that is recorded now is among them.
+void ScreenHistoryTracker::recoverImagesBefore(const QString &day, const QString &root)
+{
+    const QString end = std::min(day, m_today);
+    QMetaObject::invokeMethod(m_videoComposer, [composer = m_videoComposer, root, end] {
+        for (const QString &folder : daysWithImages(root, end)) {
+            if (QThread::currentThread()->isInterruptionRequested()) {
+                return; // the next start goes on
+            }
+            composer->convertLocalImageFilesToVideo(folder);
+        }
+    });
 }
 
 void ScreenHistoryTracker::onIntervalElapsed()
@@ -139,7 +189,7 @@ QImage ScreenHistoryTracker::takeScreenShot()
     QImage image = getScreenShotFromWM();
     QScreen *screen = QGuiApplication::primaryScreen();
     if (!screen) {
-        return image; // the last screen was unplugged
+        return encodable(image); // the last screen was unplugged
     }
     if (m_isWayland) {
         image.setDevicePixelRatio(screen->devicePixelRatio());
@@ -147,7 +197,7 @@ QImage ScreenHistoryTracker::takeScreenShot()
     if (image.isNull()) {
         image = screen->grabWindow(0, 0, 0, -1, -1).toImage();
     }
-    return image;
+    return encodable(image);
 }
 
 void ScreenHistoryTracker::screenshotReady(const QImage &image)

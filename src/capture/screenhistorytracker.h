@@ -23,7 +23,6 @@
 class AIAbilityProvider;
 class DatabaseManager;
 class DataEncryptor;
-class QScreen;
 class VideoComposer;
 
 class ScreenHistoryTracker : public QObject
@@ -32,8 +31,8 @@ class ScreenHistoryTracker : public QObject
 
 public:
     /// Continues the day's numbering from the database, subscribes to the compositor and turns
-    /// what a former run left as PNG files into videos, before it returns. Capture itself starts
-    /// with setRecordingMemory().
+    /// what a former run left as PNG files into videos, before it returns: those of the newest day,
+    /// older ones follow on the encoder's thread. Capture itself starts with setRecordingMemory().
     explicit ScreenHistoryTracker(QObject *parent = nullptr);
 
     /// Hands the open batch to the encoder and joins the encoder's thread. What does not reach a
@@ -56,15 +55,13 @@ public:
     /// screen is locked or while the clock stands before the last check that passed.
     bool shouldTakeScreenShot();
 
-    /// A frame from the compositor, else from the platform's own grab; null if neither has one.
+    /// A frame from the compositor, else from the platform's own grab, with 32 bits a pixel; null
+    /// if neither has one.
     QImage takeScreenShot();
 
     /// One frame through the compositor's pipe. Blocks up to 5 seconds for the first byte. Null on
     /// any failure, with a warning.
     QImage getScreenShotFromWM();
-
-    /// The compositor's number of @p screen: its place among @p screens, -1 if it is not there.
-    static int screenIndex(const QList<QScreen *> &screens, QScreen *screen);
 
     /// Desktop file of the application in front, or an empty text.
     QString getAppDesktopEntry() const;
@@ -101,14 +98,15 @@ public:
     void getTodayFrameNumFromDB();
     void getTodayVideoFrameNum();
 
-    /// Removes the frames of a user's choice from disk; their rows and vectors are the caller's.
-    /// False, with nothing removed, for a number that is no TimeRange.
-    bool deleteScreenShotData(TimeRange range);
+    /// Removes the frames of a user's choice, from @p now backwards, from disk; their rows and
+    /// vectors are the caller's. False, with nothing removed, for a number that is no TimeRange.
+    bool deleteScreenShotData(TimeRange range, const QDateTime &now = QDateTime::currentDateTime());
 
     /// Removes the frames from @p start to @p end, which is meant to be now, in seconds since the
     /// epoch; a @p start of 0 stands for everything. The video of the first of them is shortened,
-    /// and that one frame stays in it; the open batch is dropped. Frames that cannot be removed
-    /// are told on the log. Always true. Blocks for the new encoding of what stays.
+    /// and that one frame stays in it; the open batch is dropped, but for what is older, which
+    /// becomes a video. Frames that cannot be removed are told on the log. Always true. Blocks for
+    /// the new encoding of what stays.
     bool deleteVideosWithinTime(long start, long end);
 
     /// Removes all frames and begins anew, as in a new process. A clock that was found set back is
@@ -118,8 +116,8 @@ public:
     /// Removes the directory of a day, "yyyy-MM-dd"; the open video and the counters stay.
     void deleteDataAtDate(const QString &date);
 
-    /// The rows from @p start to @p end, both included, oldest first; those of the same second in
-    /// no fixed order.
+    /// The rows from @p start to @p end, both included and without their texts, oldest first; those
+    /// of the same second in no fixed order.
     QVector<ScreenShotData> getScreenshotsWithinTimeInOrder(long start, long end) const;
 
     /// Bytes of all files below @p path; 0, with a line on the log, if it is no directory.
@@ -163,6 +161,7 @@ private:
     void onCompositorOwnerChanged(const QString &service, const QString &oldOwner,
                                   const QString &newOwner);
     void recoverLeftImages();
+    void recoverImagesBefore(const QString &day, const QString &root);
     void onIntervalElapsed();
     void addToBatch(const QImage &image);
     void turnToNewDay();
@@ -171,6 +170,8 @@ private:
     static QString safetyCopyOf(const QString &video, int frameIndex);
     void requestMeaning(const QImage &image, ScreenShotData &record);
     void shortenVideoOf(const ScreenShotData &record);
+    void convertImagesBefore(const QVector<ScreenShotData> &erased);
+    void forgetOpenedVideo();
     void deleteVideo(const QString &name);
     void deleteSafetyCopies(const QVector<ScreenShotData> &records);
     QString pathOfVideo(const QString &name) const;

@@ -20,9 +20,10 @@ const char *reasonOf(StoringWatch::Loss loss)
 
 void StoringWatch::lost(Loss loss, qint64 nowMs)
 {
-    if (m_firstLossMs < 0) {
+    if (m_firstLossMs < 0 || nowMs - m_lastLossMs > PAUSE_MS) {
         m_firstLossMs = nowMs;
     }
+    m_lastLossMs = nowMs;
     if (!m_isTold && nowMs - m_firstLossMs >= PATIENCE_MS) {
         m_isTold = true;
         qWarning() << "Recording is on, but no frame could be stored for"

@@ -17,6 +17,10 @@ public:
     /// Ten minutes: a window without an entry may well be in front for some.
     static constexpr qint64 PATIENCE_MS = qint64{10} * 60 * 1000;
 
+    /// Without a loss for longer nothing was to be stored, as on a locked screen: a new span
+    /// begins.
+    static constexpr qint64 PAUSE_MS = qint64{5} * 60 * 1000;
+
     /// A frame that should have been kept was lost. @p nowMs on a clock that only goes forward.
     void lost(Loss loss, qint64 nowMs);
 
@@ -28,5 +32,6 @@ public:
 
 private:
     qint64 m_firstLossMs = -1; ///< -1: nothing lost since the last stored frame
+    qint64 m_lastLossMs = -1;
     bool m_isTold = false;
 };

@@ -1,6 +1,7 @@
 #include "database/databasemanager.h"
 
 #include "database/daytext.h"
+#include "database/timerange.h"
 
 #include <QDebug>
 
@@ -8,8 +9,6 @@
 
 namespace
 {
-constexpr long SECONDS_PER_HOUR = 3600;
-
 // An invalid date, with a warning, for a text that is no day of the calendar.
 QDate validDate(const QString &day)
 {
@@ -55,23 +54,10 @@ bool DatabaseManager::deleteDatabase(long start, long end)
     return true;
 }
 
-bool DatabaseManager::deleteUserData(TimeRange range)
+bool DatabaseManager::deleteUserData(TimeRange range, const QDateTime &now)
 {
-    const QDateTime now = QDateTime::currentDateTime();
-    const long end = now.toSecsSinceEpoch();
-    switch (range) {
-    case LastHour:
-        return deleteDatabase(end - SECONDS_PER_HOUR, end);
-    case LastDay:
-        return deleteDatabase(now.addDays(-1).toSecsSinceEpoch(), end);
-    case LastWeek:
-        return deleteDatabase(now.addDays(-7).toSecsSinceEpoch(), end);
-    case LastMonth:
-        return deleteDatabase(now.addMonths(-1).toSecsSinceEpoch(), end);
-    case AllTime:
-        return deleteDatabase(0, end);
-    }
-    return false;
+    const qint64 start = startOfRange(range, now);
+    return start >= 0 && deleteDatabase(start, now.toSecsSinceEpoch());
 }
 
 QVector<ScreenShotData> DatabaseManager::getOcrScreenShotData(const SearchQuery &query,
@@ -85,12 +71,6 @@ QVector<ScreenShotData> DatabaseManager::getVisualScreenShotData(const SearchQue
 {
     return m_ocrDatabase.getScreenShotDataOfVideos(
         m_embeddingDatabase.getVisualScreenShotData(query), texts);
-}
-
-ScreenShotData DatabaseManager::getScreenShotDataOfVideo(const QString &videoName,
-                                                         uint frameIndexOfVideo) const
-{
-    return m_ocrDatabase.getScreenShotDataOfVideo(videoName, frameIndexOfVideo);
 }
 
 void DatabaseManager::deleteDataAtDate(const QString &day)

@@ -7,6 +7,7 @@
 #include "database/ocrscreenshotdatabase.h"
 #include "database/screenshotdata.h"
 
+#include <QDateTime>
 #include <QList>
 #include <QVector>
 
@@ -31,9 +32,9 @@ public:
     /// keep their vectors.
     bool deleteDatabase(long start, long end);
 
-    /// Deletes from the present backwards. False, with nothing deleted, for a number that is no
+    /// Deletes from @p now backwards. False, with nothing deleted, for a number that is no
     /// TimeRange.
-    bool deleteUserData(TimeRange range);
+    bool deleteUserData(TimeRange range, const QDateTime &now = QDateTime::currentDateTime());
 
     /// The frames whose text or time a search asks for, the newest first.
     QVector<ScreenShotData> getOcrScreenShotData(const SearchQuery &query,
@@ -44,9 +45,6 @@ public:
     /// stop.
     QVector<ScreenShotData> getVisualScreenShotData(const SearchQuery &query,
                                                     RowTexts texts = RowTexts::Read) const;
-
-    /// The row of a video's frame, counted from 1. An empty record if there is none.
-    ScreenShotData getScreenShotDataOfVideo(const QString &videoName, uint frameIndexOfVideo) const;
 
     /// Deletes a day, "yyyy-MM-dd". This and the reads below touch nothing and give the empty value
     /// for a text that is no day of the calendar, with a warning.

@@ -3,6 +3,7 @@
 #include "vault/vaultadm.h"
 
 #include <QDebug>
+#include <QDir>
 
 #include <fstream>
 #include <random>
@@ -69,6 +70,13 @@ DataEncryptor::DataEncryptor() : m_boxName("tavel-ai-yestermark")
 bool DataEncryptor::isSafeDirectoryMounted() const
 {
     return m_safeDirectoryMounted;
+}
+
+QString DataEncryptor::storeRoot() const
+{
+    return QDir::homePath() + (m_safeDirectoryMounted
+                                   ? QLatin1String("/.vault/tavel-ai-yestermark")
+                                   : QLatin1String("/.cache/tavel-ai-yestermark"));
 }
 
 bool DataEncryptor::isSystemSupportSafeBox() const

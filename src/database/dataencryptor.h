@@ -4,6 +4,7 @@
 
 #include "database/vaultsmclient.h"
 
+#include <QString>
 #include <QtGlobal>
 
 #include <string>
@@ -26,6 +27,9 @@ public:
 
     /// Whether the box is in use. Fixed for the life of the process.
     bool isSafeDirectoryMounted() const;
+
+    /// The folder below which rows and frames lie, in the box or out of it; no closing "/".
+    QString storeRoot() const;
 
     bool isSystemSupportSafeBox() const;
     bool hasSafeDirectory(const std::string &name);

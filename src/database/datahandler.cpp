@@ -84,8 +84,10 @@ ScreenShotImage DataHandler::getScreenShotImageOfDay(const QString &day,
         return {};
     }
     const ScreenShotData record = m_databaseManager->getScreenShotDataOfDay(day, frameIndexOfDay);
+    const bool isThere = record.frameIndexOfVideo != 0; // the tracker's cache answers to 0 as well
     return {record.realTime, record.desktopFilePath,
-            m_tracker->getImageFromVideoFile(record.videoName, record.frameIndexOfVideo)};
+            isThere ? m_tracker->getImageFromVideoFile(record.videoName, record.frameIndexOfVideo)
+                    : QImage()};
 }
 
 QList<ActiveAppInfo> DataHandler::getAppListOfDay(const QString &day)
@@ -95,10 +97,7 @@ QList<ActiveAppInfo> DataHandler::getAppListOfDay(const QString &day)
 
 QString DataHandler::screenshotsRoot() const
 {
-    const QLatin1String root = m_encryptor->isSafeDirectoryMounted()
-                                   ? QLatin1String("/.vault/tavel-ai-yestermark/screenshots")
-                                   : QLatin1String("/.cache/tavel-ai-yestermark/screenshots");
-    return QDir::homePath() + root;
+    return m_encryptor->storeRoot() + QLatin1String("/screenshots");
 }
 
 QStringList DataHandler::getFirstAndLastDay()
@@ -124,7 +123,8 @@ bool DataHandler::deleteDataAtDate(const QString &day)
         qWarning() << "Invalid date format:" << day;
         return false;
     }
-    // Files first: what a kill in between leaves are rows, and deleting the day again ends them.
+    // Files first: what a kill in between leaves are rows, and deleting the day, or a range that
+    // covers it, ends them. The ceiling does not: it looks for files.
     m_tracker->deleteDataAtDate(day);
     m_databaseManager->deleteDataAtDate(day);
     return true;
@@ -132,7 +132,10 @@ bool DataHandler::deleteDataAtDate(const QString &day)
 
 bool DataHandler::deleteUserData(TimeRange range)
 {
-    return m_tracker->deleteScreenShotData(range) && m_databaseManager->deleteUserData(range);
+    // One moment for both: removing the files takes seconds, and the range ends before them.
+    const QDateTime now = QDateTime::currentDateTime();
+    return m_tracker->deleteScreenShotData(range, now) &&
+           m_databaseManager->deleteUserData(range, now);
 }
 
 bool DataHandler::backInTimeDetected()

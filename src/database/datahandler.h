@@ -2,7 +2,7 @@
 // What the models ask about the stored history, and the policy of what is kept of it: deletion in
 // files and databases together, and a ceiling that drops whole days, oldest first. Owner: the
 // backend, by value. Thread: main; deleting and freeing block it. A search finds its hits and
-// decodes them on a thread of its own, while nobody else asks for pictures.
+// decodes them on a thread of its own: pictures are read one after the other, whoever asks.
 
 #include "database/screenshotdata.h"
 #include "database/screenshotimage.h"

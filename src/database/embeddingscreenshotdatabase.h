@@ -25,8 +25,9 @@ public:
     /// process.
     EmbeddingScreenshotDatabase();
 
-    /// Waits for the background connection to end, at most the pause after a failed attempt, and
-    /// disconnects.
+    /// Waits for the background connection to end and disconnects. That is the pause after a failed
+    /// attempt, or an opening that has to build the store's matrix anew: seconds for a long
+    /// history.
     ~EmbeddingScreenshotDatabase();
     Q_DISABLE_COPY_MOVE(EmbeddingScreenshotDatabase)
 

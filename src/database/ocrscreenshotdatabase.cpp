@@ -34,10 +34,7 @@ constexpr char DELETE_ROWS[] = "DELETE FROM screenshots WHERE real_time > ? AND 
 
 OcrScreenshotDatabase::OcrScreenshotDatabase() : m_encryptor(DataEncryptor::getInstance())
 {
-    m_databaseDirectory =
-        QDir::homePath() +
-        (hasEncryption() ? QStringLiteral("/.vault/tavel-ai-yestermark/traditional_database/")
-                         : QStringLiteral("/.cache/tavel-ai-yestermark/traditional_database/"));
+    m_databaseDirectory = m_encryptor->storeRoot() + QStringLiteral("/traditional_database/");
     initDatabase();
 }
 

@@ -55,10 +55,11 @@ SQLite3Connection::~SQLite3Connection()
     sqlite3_close(m_handle);
 }
 
-int SQLite3Connection::open(const QByteArray &path)
+int SQLite3Connection::open(const QByteArray &path, const char *fileSystem)
 {
     Q_ASSERT(!m_handle);
-    const int result = sqlite3_open(path.constData(), &m_handle);
+    const int result = sqlite3_open_v2(path.constData(), &m_handle,
+                                       SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, fileSystem);
     if (result == SQLITE_OK) {
         setUp(path);
     }

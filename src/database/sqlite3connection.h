@@ -18,8 +18,8 @@ public:
     /// sets the connection up: statements wait up to five seconds for another process's lock, reads
     /// are memory-mapped where the file system allows it, LIKE is our own, and a StoppableScan can
     /// end early. To be called once. Gives SQLite's result code; after a failure the handle, if
-    /// there is one, still tells the reason.
-    int open(const QByteArray &path);
+    /// there is one, still tells the reason. A @p fileSystem is one that SQLite was told of.
+    int open(const QByteArray &path, const char *fileSystem = nullptr);
 
     /// The same for a file that is only looked at: it is neither made nor changed, and nothing is
     /// made beside it. A statement holds off a writer for as long as it runs, so it must be short.

@@ -1,6 +1,7 @@
 #pragma once
 // What saving, deleting and searching of vectors share: the names of a row's fields and how the
-// store's answers are told. Owner: EmbeddingScreenshotDatabase. Thread: any.
+// store's answers are told. Owner: none, EmbeddingScreenshotDatabase and the search for the nearest
+// frames use it. Thread: any.
 
 #include "vectordb/database.h"
 

@@ -11,10 +11,11 @@ class PixelPages;
 
 /// @p picture with its pixels in packed form: they come back by themselves where they are read, and
 /// go again. Size, format and device pixel ratio stay, every pixel is equal. It is for reading: a
-/// copy that is changed gets pixels of its own, as ever.
+/// copy that is changed while another stands gets pixels of its own, as ever, but the last one must
+/// not be changed or painted on.
 ///
-/// Its pixels must not be handed to a system call (write(), send()), which would fail with EFAULT;
-/// QImage::copy() makes a plain picture of it.
+/// Its pixels must not be handed to a system call (write(), send()), which would fail with EFAULT.
+/// For that and for changing it QImage::copy() makes a plain picture of it.
 ///
 /// Gives @p picture itself back if it has not 32 bits a pixel, and where the kernel cannot serve
 /// @p pages or memory is short.

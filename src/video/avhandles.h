@@ -54,7 +54,7 @@ using SwsContextPtr = std::unique_ptr<SwsContext, SwsContextDeleter>;
 /// FFmpeg's words for the negative result @p error, in storage of the caller's own. Any thread.
 inline QString avErrorText(int error)
 {
-    char text[AV_ERROR_MAX_STRING_SIZE] = {};
+    char text[128] = {}; // the C library's words may be longer than FFmpeg's own
     av_strerror(error, text, sizeof text);
     return QString::fromUtf8(text);
 }

@@ -1,7 +1,5 @@
 #include "video/frameextractor.h"
 
-#include "video/framepicture.h"
-
 #include "systeminfo/tvsysinfo.h"
 
 #include <QDebug>
@@ -9,14 +7,6 @@
 
 #include <limits>
 #include <utility>
-
-namespace
-{
-QImage withoutExtraRow(const QImage &picture)
-{
-    return picture.copy(0, 0, picture.width(), picture.height() - 1);
-}
-} // namespace
 
 FrameExtractor::FrameExtractor(QObject *parent)
     : QObject(parent), m_productionLine(QString::fromUtf8(tdk_system_get_production_line()))
@@ -208,7 +198,7 @@ QImage FrameExtractor::requestGetFrame(int frameIndex)
     const qint64 timestamp = timestampOf(frameIndex);
     const AVFrame *frame = m_groupReader ? m_groupReader->frameAt(timestamp) : nullptr;
     if (frame) {
-        return withoutExtraRow(pictureOf(frame));
+        return toPicture(frame, Rows::AsMany);
     }
     return m_isToStop() ? QImage() : readPlainly(timestamp);
 }
@@ -229,15 +219,17 @@ QImage FrameExtractor::readPlainly(qint64 timestamp)
         return {};
     }
     if (readForward(packet.get(), frame.get(), timestamp)) {
-        return withoutExtraRow(pictureOf(frame.get()));
+        return toPicture(frame.get(), Rows::AsMany);
     }
     // One row taller on purpose: that is how frames from the end of the file are handed out.
-    return !m_isToStop() && readAtEnd(frame.get(), timestamp) ? pictureOf(frame.get()) : QImage();
+    return !m_isToStop() && readAtEnd(frame.get(), timestamp)
+               ? toPicture(frame.get(), Rows::OneMore)
+               : QImage();
 }
 
-QImage FrameExtractor::pictureOf(const AVFrame *frame) const
+QImage FrameExtractor::toPicture(const AVFrame *frame, Rows rows) const
 {
-    return pictureWithExtraRow(m_swsContext.get(), m_scaledFormat, m_scaledSize, frame);
+    return pictureOf(m_swsContext.get(), m_scaledFormat, m_scaledSize, frame, rows);
 }
 
 /// In the stream's time base. The index is a second, since videos have one frame a second; the

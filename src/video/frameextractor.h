@@ -1,9 +1,10 @@
 #pragma once
 // Gives back single pictures of a stored video by their index. Stays open on one file, so that
 // walking through a file costs no reopening. Owned by the recorder, by value; no lock and no thread
-// of its own, so calls must not overlap.
+// of its own, so calls must not overlap. The library decodes on up to three threads of its own.
 
 #include "video/avhandles.h"
+#include "video/framepicture.h"
 #include "video/groupreader.h"
 
 #include <QByteArray>
@@ -78,7 +79,7 @@ private:
     bool receiveFrame(AVFrame *frame, qint64 timestamp);
     bool readForward(AVPacket *packet, AVFrame *frame, qint64 timestamp);
     bool readAtEnd(AVFrame *frame, qint64 timestamp);
-    QImage pictureOf(const AVFrame *frame) const;
+    QImage toPicture(const AVFrame *frame, Rows rows) const;
 
     QString m_productionLine;
     Learnt m_learnt; ///< of the last file

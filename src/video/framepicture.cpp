@@ -4,64 +4,34 @@
 
 #include <algorithm>
 
-extern "C" {
-#include <libavutil/imgutils.h>
-}
-
 namespace
 {
-constexpr int STRIP = 8; // columns that the scaler handles at a time
+constexpr int GROUP = 32; // columns that the scaler handles at a time, at most
 
-bool scale(SwsContext *scaler, const uint8_t *const planes[], const int strides[], QImage &picture)
+/// The scaler writes whole groups of columns. The last group of a row it leaves out, which on a
+/// screen of 1366 pixels is a stripe of six, or writes beyond the row, also beyond the last one; so
+/// each row gets room for all of them. What is left out even then, as one odd column may be, is
+/// black.
+QImage roomFor(const QSize &size)
 {
-    int targetStrides[4] = {};
-    av_image_fill_linesizes(targetStrides, AV_PIX_FMT_BGRA, picture.width());
-    uint8_t *const target[] = {picture.bits(), nullptr, nullptr, nullptr};
-    return sws_scale(scaler, planes, strides, 0, picture.height() - 1, target, targetStrides) >= 0;
+    const int columns = (size.width() + GROUP - 1) / GROUP * GROUP;
+    QImage room(columns, size.height() + 1, QImage::Format_RGB32);
+    if (columns != size.width()) {
+        room.fill(Qt::black);
+    }
+    return room;
 }
 
-QImage emptyPicture(const QSize &size)
+bool scale(SwsContext *scaler, const AVFrame *frame, QImage &picture)
 {
-    QImage picture(size.width(), size.height() + 1, QImage::Format_RGB32);
-    if (!picture.isNull()) {
-        std::fill_n(reinterpret_cast<QRgb *>(picture.scanLine(size.height())), size.width(),
-                    qRgb(0, 0, 0));
-    }
-    return picture;
-}
-
-/// For planar 4:2:0 the scaler leaves the last columns of a width that isn't a multiple of 8 as
-/// they were, which on a screen of 1366 pixels is a stripe of six. They are filled in from a strip
-/// of their own; each pixel depends on its own three values only, so it doesn't matter where it
-/// stands.
-void fillLastColumns(QImage &picture, const QSize &size, const AVFrame *frame)
-{
-    const int missing = size.width() % STRIP;
-    if (missing == 0 || size.width() < STRIP || frame->format != AV_PIX_FMT_YUV420P) {
-        return;
-    }
-    const int left = (size.width() - STRIP) & ~1;
-    const QSize stripSize(STRIP, size.height());
-    const auto format = static_cast<AVPixelFormat>(frame->format);
-    const SwsContextPtr scaler(sws_getContext(STRIP, size.height(), format, STRIP, size.height(),
-                                              AV_PIX_FMT_BGRA, SWS_BICUBIC, nullptr, nullptr,
-                                              nullptr));
-    const uint8_t *const planes[] = {frame->data[0] + left, frame->data[1] + left / 2,
-                                     frame->data[2] + left / 2, nullptr};
-    QImage strip = emptyPicture(stripSize);
-    if (!scaler || strip.isNull() || !scale(scaler.get(), planes, frame->linesize, strip)) {
-        return;
-    }
-    for (int row = 0; row < size.height(); ++row) {
-        const auto *source = reinterpret_cast<const QRgb *>(strip.constScanLine(row));
-        auto *target = reinterpret_cast<QRgb *>(picture.scanLine(row)) + left;
-        std::copy(source + STRIP - missing, source + STRIP, target + STRIP - missing);
-    }
+    uint8_t *const target[4] = {picture.bits()};
+    const int stride[4] = {picture.bytesPerLine()};
+    return sws_scale(scaler, frame->data, frame->linesize, 0, frame->height, target, stride) >= 0;
 }
 } // namespace
 
-QImage pictureWithExtraRow(SwsContext *scaler, AVPixelFormat format, const QSize &size,
-                           const AVFrame *frame)
+QImage pictureOf(SwsContext *scaler, AVPixelFormat format, const QSize &size, const AVFrame *frame,
+                 Rows rows)
 {
     AvFramePtr woven;
     if (format == AV_PIX_FMT_NV12 && frame->format == AV_PIX_FMT_YUV420P) {
@@ -72,10 +42,11 @@ QImage pictureWithExtraRow(SwsContext *scaler, AVPixelFormat format, const QSize
         QSize(frame->width, frame->height) != size) {
         return {};
     }
-    QImage picture = emptyPicture(size);
-    if (picture.isNull() || !scale(scaler, frame->data, frame->linesize, picture)) {
+    QImage room = roomFor(size);
+    if (room.isNull() || !scale(scaler, frame, room)) {
         return {};
     }
-    fillLastColumns(picture, size, frame);
-    return picture;
+    std::fill_n(reinterpret_cast<QRgb *>(room.scanLine(size.height())), room.width(),
+                qRgb(0, 0, 0));
+    return room.copy(0, 0, size.width(), size.height() + (rows == Rows::OneMore ? 1 : 0));
 }

@@ -75,37 +75,54 @@ bool writeHeader(AVFormatContext *output)
     }
     return true;
 }
-
-/// Writes the trailer and closes the file. A write error anywhere before fails the trailer too: the
-/// io remembers it.
-bool finishFile(AVFormatContext *output)
-{
-    const int trailer = av_write_trailer(output);
-    const int closed = avio_closep(&output->pb);
-    const int result = trailer < 0 ? trailer : closed;
-    if (result < 0) {
-        qDebug() << "Error: Could not finish output file" << avErrorText(result);
-    }
-    return result >= 0;
-}
 } // namespace
 
 VideoComposer::VideoComposer(QObject *parent) : QObject(parent), m_frameRate(1)
 {
     qRegisterMetaType<QVector<QImage>>("QVector<QImage>");
     routeAvLog(AV_LOG_ERROR);
+    // On its way from the request on, in the thread that makes it, until the slot has run.
+    connect(
+        this, &VideoComposer::requestConvertImagesToVideo, this,
+        [this](const QVector<QImage> & /*images*/, const QString &file) {
+            m_unfinished.begin(file);
+        },
+        Qt::DirectConnection);
     connect(this, &VideoComposer::requestConvertImagesToVideo, this,
             &VideoComposer::convertImagesToVideo);
+    connect(this, &VideoComposer::requestConvertImagesToVideo, this,
+            [this](const QVector<QImage> & /*images*/, const QString &file) { endWayOf(file); });
 }
 
 bool VideoComposer::convertImagesToVideo(const QVector<QImage> &images, const QString &videoFile)
 {
-    if (!writeVideo(images, videoFile)) {
+    m_unfinished.begin(videoFile);
+    const bool isConverted = convertImages(images, videoFile);
+    endWayOf(videoFile);
+    return isConverted;
+}
+
+/// Cuts what was erased while the file was not there, or not whole.
+void VideoComposer::endWayOf(const QString &videoFile)
+{
+    while (const auto frames = m_unfinished.end(videoFile)) {
+        shortenVideo(videoFile, *frames);
+    }
+}
+
+bool VideoComposer::convertImages(const QVector<QImage> &images, const QString &videoFile)
+{
+    const auto limit = m_unfinished.limitOf(videoFile);
+    if (limit == 0U) {
+        deleteAlreadyConvertedImages(videoFile);
+        return true;
+    }
+    if (!writeVideo(limit ? images.mid(0, static_cast<int>(*limit)) : images, videoFile)) {
         return false;
     }
     // The PNG files are the only other copy: nothing of them goes before the disk has the video.
+    // Nor does the video, which may hold a frame that has no PNG file; the next sweep decides.
     if (!syncToDisk(videoFile)) {
-        removeFile(videoFile);
         return false;
     }
     deleteAlreadyConvertedImages(videoFile);
@@ -132,6 +149,18 @@ bool VideoComposer::writeVideo(const QVector<QImage> &images, const QString &vid
         removeFile(videoFile); // on a full disk the PNG files need the room more
     }
     return written;
+}
+
+/// A write error anywhere before fails the trailer too: the io remembers it.
+bool VideoComposer::finishFile(AVFormatContext *output)
+{
+    const int trailer = av_write_trailer(output);
+    const int closed = avio_closep(&output->pb);
+    const int result = trailer < 0 ? trailer : closed;
+    if (result < 0) {
+        qDebug() << "Error: Could not finish output file" << avErrorText(result);
+    }
+    return result >= 0;
 }
 
 bool VideoComposer::openOutput(Batch &batch, const QByteArray &path) const
@@ -238,8 +267,8 @@ AVFrame *VideoComposer::createFrameFromQImage(const QImage &image, AVCodecContex
         qDebug() << "Error: Failed to create SwsContext.";
         return nullptr;
     }
-    const uint8_t *const source[] = {image.constBits()};
-    const int stride[] = {image.bytesPerLine()};
+    const uint8_t *const source[4] = {image.constBits()}; // the library copies four of both
+    const int stride[4] = {image.bytesPerLine()};
     if (sws_scale(scaler.get(), source, stride, 0, image.height(), frame->data, frame->linesize) <
         0) {
         // Without this the buffer's former content would become a frame.

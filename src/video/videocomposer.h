@@ -1,7 +1,10 @@
 #pragma once
 // Turns a batch of captured frames into one H.264 MP4 file and then removes the PNG files that
-// were the batch's safety copy. Owned by the recorder, lives on the encoder's thread; holds no
-// state between calls, so that its plain functions may be called from any thread for other files.
+// were the batch's safety copy. Owned by the recorder, lives on the encoder's thread; holds nothing
+// between calls but what was erased of videos that are on their way, so that its plain functions
+// may be called from any thread.
+
+#include "video/unfinishedvideos.h"
 
 #include <QImage>
 #include <QObject>
@@ -43,14 +46,21 @@ public:
 
     /// Keeps the first @p frameNumber frames of @p videoFile and drops the rest; 0 removes the
     /// file. True also for a missing file and for one with no more frames than that. On failure
-    /// false, a line on the log, and the old video stays. Blocks for the decoding and encoding of
-    /// the kept frames, see videotruncation.cpp.
+    /// false, a line on the log, and the old video stays; under its name with ".bak" behind it if
+    /// that is what the line tells ("Screenshots recovery failed"). Blocks for the decoding and
+    /// encoding of the kept frames, see videotruncation.cpp; not for a video that waits for the
+    /// encoder or is being written, which the encoder cuts itself.
     bool deleteFramesToEndFromVideoFile(const QString &videoFile, unsigned int frameNumber);
+
+    /// What waits for the encoder, or is being written, below @p directory will not be there when
+    /// the encoder is done with it.
+    void dropUnfinishedVideos(const QString &directory);
 
 public Q_SLOTS:
     /// Encodes one batch into @p videoFile, replacing what stands there, and removes its PNG
     /// files once the video is on the disk. On failure false, a line on the log, the PNG files
-    /// stay and no half-written video is left. Blocks for the whole encoding.
+    /// stay and no half-written video is left; a whole one that could not be brought to the disk
+    /// stays beside them. Blocks for the whole encoding.
     bool convertImagesToVideo(const QVector<QImage> &images, const QString &videoFile);
 
 Q_SIGNALS:
@@ -61,14 +71,21 @@ Q_SIGNALS:
     void imagesFromVideoReady(QVector<QImage> images, QString videoFile);
 
 private:
+    void endWayOf(const QString &videoFile);
+
     struct Batch;
+    bool convertImages(const QVector<QImage> &images, const QString &videoFile);
     bool writeVideo(const QVector<QImage> &images, const QString &videoFile);
     bool openOutput(Batch &batch, const QByteArray &path) const;
     bool openEncoder(Batch &batch) const;
     bool encodeImages(Batch &batch, const QVector<QImage> &images);
     bool keepFinishedVideo(const QString &videoFile, int readableImages);
 
+    /// Writes the trailer and closes the file; a failure is a line on the log.
+    static bool finishFile(AVFormatContext *output);
+
     struct Truncation;
+    bool shortenVideo(const QString &videoFile, unsigned int frameNumber);
     bool openStoredVideo(Truncation &truncation) const;
     bool openStoredDecoder(Truncation &truncation) const;
     bool openPendingOutput(Truncation &truncation) const;
@@ -80,5 +97,6 @@ private:
     bool finishPendingFile(Truncation &truncation);
     bool exchangeFiles(const QString &videoFile, const QString &pendingFile);
 
+    UnfinishedVideos m_unfinished;
     qint32 m_frameRate; ///< frames a second of every video: a frame's index is its second
 };

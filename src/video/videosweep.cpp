@@ -57,16 +57,18 @@ void VideoComposer::convertLocalImageFilesToVideo(const QString &dirPath)
     }
     // One video's images at a time, and packed: unpacked a hundred of them are up to 3 GB.
     for (auto video = imagesOfVideo.cbegin(); video != imagesOfVideo.cend(); ++video) {
+        const QString videoFile = dirPath + QLatin1Char('/') + video.key();
+        m_unfinished.begin(videoFile); // what is erased from here on may have been read already
         QVector<QImage> images;
         for (const QString &path : video.value()) {
             images.append(packedPicture(readImage(path)));
         }
         const auto unreadable = std::count_if(images.cbegin(), images.cend(),
                                               [](const QImage &image) { return image.isNull(); });
-        const QString videoFile = dirPath + QLatin1Char('/') + video.key();
         if (!keepFinishedVideo(videoFile, images.size() - static_cast<int>(unreadable))) {
             convertImagesToVideo(images, videoFile);
         }
+        endWayOf(videoFile);
     }
 }
 

@@ -14,8 +14,8 @@ extern "C" {
 #include <libavutil/opt.h>
 }
 
-/// One video on its way into a shorter one. The outputs' owners stand before those of the inputs,
-/// the encoder after its file: what is made last is released first.
+/// One video on its way into a shorter one. The owners stand in the order in which they are filled,
+/// so what is made last is released first.
 struct VideoComposer::Truncation {
     QString videoFile;
     QString pendingFile;
@@ -34,15 +34,6 @@ struct VideoComposer::Truncation {
 
 namespace
 {
-/// FFmpeg's words for @p error, for a log line.
-QByteArray errorText(int error)
-{
-    constexpr int size = 128;
-    QByteArray text(size, '\0');
-    av_strerror(error, text.data(), static_cast<size_t>(text.size()));
-    return text.constData();
-}
-
 /// The encoder reads three planes of its own size, whatever stands in a frame.
 bool fits(const AVFrame *frame, const AVCodecContext *encoder)
 {
@@ -72,6 +63,16 @@ void writeReadyPacket(AVFormatContext *output, AVCodecContext *encoder, const AV
 
 bool VideoComposer::deleteFramesToEndFromVideoFile(const QString &videoFile,
                                                    unsigned int frameNumber)
+{
+    return m_unfinished.limit(videoFile, frameNumber) || shortenVideo(videoFile, frameNumber);
+}
+
+void VideoComposer::dropUnfinishedVideos(const QString &directory)
+{
+    m_unfinished.eraseBelow(directory);
+}
+
+bool VideoComposer::shortenVideo(const QString &videoFile, unsigned int frameNumber)
 {
     if (!QFile::exists(videoFile)) {
         qDebug() << "File does not exist";
@@ -247,7 +248,7 @@ void VideoComposer::copyFrames(Truncation &truncation) const
     while (goesOn) {
         const int read = av_read_frame(truncation.input.get(), packet);
         if (read < 0) {
-            qDebug() << "Error reading input file: " << errorText(read).constData();
+            qDebug() << "Error reading input file: " << qUtf8Printable(avErrorText(read));
         }
         goesOn = (read >= 0 && packet->stream_index != truncation.inputStream->index) ||
                  copyPacket(truncation, read < 0);
@@ -271,7 +272,7 @@ bool VideoComposer::copyPacket(Truncation &truncation, bool hasEnded) const
         const int received =
             avcodec_receive_frame(truncation.decoder.get(), truncation.frame.get());
         if (received != 0) {
-            qDebug() << "Error receiving frame: " << errorText(received).constData();
+            qDebug() << "Error receiving frame: " << qUtf8Printable(avErrorText(received));
         }
         if (received == AVERROR_EOF) {
             qDebug() << "End of file reached";
@@ -315,14 +316,7 @@ bool VideoComposer::finishPendingFile(Truncation &truncation)
     if (truncation.isDelaying) {
         flushBuffer(output, truncation.encoder.get(), truncation.stream->index);
     }
-    const int trailer = av_write_trailer(output);
-    const int closed = avio_closep(&output->pb);
-    const int result = trailer < 0 ? trailer : closed;
-    if (result < 0) {
-        qDebug() << "Error: Could not finish output file" << avErrorText(result);
-        return false;
-    }
-    return syncToDisk(truncation.pendingFile);
+    return finishFile(output) && syncToDisk(truncation.pendingFile);
 }
 
 /// QFile::rename() overwrites nothing, so a backup that a killed process left stays what it is.

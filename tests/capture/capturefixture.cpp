@@ -96,6 +96,18 @@ QVector<ScreenShotData> storedRows()
     return rows;
 }
 
+bool storeFrameAt(const QDateTime &moment)
+{
+    ScreenShotData row;
+    row.videoName = moment.toString(QStringLiteral("yyyy-MM-dd_hh-mm-ss")) + QLatin1String(".mp4");
+    row.frameIndexOfVideo = 1;
+    row.frameIndexOfDay = 1;
+    row.realTime = moment.toSecsSinceEpoch();
+    row.desktopFilePath = QStringLiteral("/a.desktop");
+    row.ocrText = QLatin1String("");
+    return DatabaseManager::getInstance()->saveScreenShotData(row);
+}
+
 void eraseEverything()
 {
     QDir(cacheDirectory() + QLatin1String("screenshots")).removeRecursively();

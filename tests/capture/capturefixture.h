@@ -4,6 +4,7 @@
 
 #include "database/screenshotdata.h"
 
+#include <QDateTime>
 #include <QProcess>
 #include <QVector>
 
@@ -29,6 +30,9 @@ private:
 
 /// Every row of every month's database below the home directory, in the order of insertion.
 QVector<ScreenShotData> storedRows();
+
+/// Stores the row of a frame that was taken at @p moment, without its picture. False on failure.
+bool storeFrameAt(const QDateTime &moment);
 
 /// Removes all frames and rows below the home directory, and all connections to them: call it
 /// while no tracker lives.

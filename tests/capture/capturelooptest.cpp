@@ -94,7 +94,10 @@ private Q_SLOTS:
     void similarityExactlyAtTheLimitKeepsTheFrame();
     void anApplicationSwitchOnANearlyIdenticalScreenIsDropped();
     void theFirstFrameAfterAStartIsNotCompared();
+    void twoBlankScreensAreBothKept();
     void slowDriftAddsUpUntilItCounts();
+    void aPictureOfAnyFormatIsStoredInItsColours_data();
+    void aPictureOfAnyFormatIsStoredInItsColours();
 
     void theTimerStandsStillAtFiveSecondsAfterAStart();
     void aLockIsLookedAtBeforeTheClock();
@@ -112,8 +115,12 @@ private Q_SLOTS:
     void theRecordingSwitchAndTheIntervalAreLogged();
     void theEndConvertsTheOpenBatch();
     void aStartConvertsWhatAFormerRunLeft();
+    void aStartConvertsWhatIsLeftOfOlderDaysToo();
 
 private:
+    void leaveImages(const QDate &day);
+    static QString videoLeftOn(const QDate &day);
+    QStringList filesOf(const QDate &day) const;
     void show(int picture);
     void elapse();
     void change();
@@ -267,6 +274,47 @@ void TestCaptureLoop::theFirstFrameAfterAStartIsNotCompared()
     m_tracker = std::make_unique<ScreenHistoryTracker>();
     m_tracker->screenshotReady(Pictures::numbered(1));
     QCOMPARE(frames(), 2);
+}
+
+// Neither has a key point: they cannot be compared, so none shows nothing new.
+void TestCaptureLoop::twoBlankScreensAreBothKept()
+{
+    QImage blank(640, 480, QImage::Format_RGB32);
+    blank.fill(Qt::white);
+    m_tracker->screenshotReady(blank);
+    m_tracker->screenshotReady(blank);
+    QCOMPARE(frames(), 2);
+}
+
+void TestCaptureLoop::aPictureOfAnyFormatIsStoredInItsColours_data()
+{
+    QTest::addColumn<QImage::Format>("format");
+    QTest::newRow("three bytes") << QImage::Format_RGB888;
+    QTest::newRow("two bytes") << QImage::Format_RGB16;
+    QTest::newRow("four bytes, red first") << QImage::Format_RGBA8888;
+    QTest::newRow("eight bytes") << QImage::Format_RGBA64;
+    QTest::newRow("four bytes, blue first") << QImage::Format_ARGB32;
+}
+
+void TestCaptureLoop::aPictureOfAnyFormatIsStoredInItsColours()
+{
+    QFETCH(QImage::Format, format);
+    const QColor colour(210, 110, 40);
+    QImage screen = Pictures::numbered(21);
+    QPainter(&screen).fillRect(QRect(100, 60, 120, 120), colour);
+    m_desktop->setImage(screen.convertToFormat(format));
+    QCOMPARE(m_tracker->takeScreenShot().depth(), 32);
+    m_tracker->processScreenShot();
+    const QString video = storedRows().last().videoName;
+
+    m_tracker.reset();
+    m_tracker = std::make_unique<ScreenHistoryTracker>();
+    const QImage stored = m_tracker->getImageFromVideoFile(video, 1);
+    QCOMPARE(Pictures::numberOf(stored), 21);
+    const QColor seen = stored.pixelColor(stored.width() / 2, stored.height() / 2);
+    QVERIFY2(qAbs(seen.red() - colour.red()) < 24 && qAbs(seen.green() - colour.green()) < 24 &&
+                 qAbs(seen.blue() - colour.blue()) < 24,
+             qPrintable(seen.name()));
 }
 
 void TestCaptureLoop::slowDriftAddsUpUntilItCounts()
@@ -463,8 +511,9 @@ void TestCaptureLoop::framesThatAreLostForLongAreTold()
     } else {
         m_tracker->screenshotReady(Pictures::numbered(9));
         blocked = todayDirectory() + QLatin1Char('/') + storedRows().last().videoName;
-        QVERIFY(QDir().mkpath(blocked + QLatin1String("_002.png")));
-        QVERIFY(QDir().mkpath(blocked + QLatin1String("_003.png")));
+        for (int copy = 2; copy <= 5; ++copy) {
+            QVERIFY(QDir().mkpath(QStringLiteral("%1_00%2.png").arg(blocked).arg(copy)));
+        }
     }
     const LogCapture log;
     show(1);
@@ -472,15 +521,18 @@ void TestCaptureLoop::framesThatAreLostForLongAreTold()
     const QString told = QStringLiteral("Recording is on, but no frame could be stored");
     QVERIFY(!log.contains(QtWarningMsg, told));
 
-    ((*m_tracker).*memberOf(Uptime())).*memberOf(BeginSeconds()) -= qint64{11} * 60;
-    show(2);
-    m_tracker->processScreenShot();
+    for (int picture = 2; picture <= 4; ++picture) {
+        QVERIFY(!log.contains(QtWarningMsg, told));
+        ((*m_tracker).*memberOf(Uptime())).*memberOf(BeginSeconds()) -= qint64{4} * 60;
+        show(picture);
+        m_tracker->processScreenShot();
+    }
     QCOMPARE(log.texts(QtWarningMsg).filter(told),
-             QStringList(told + QStringLiteral(" for 11 minutes: ") + reason));
+             QStringList(told + QStringLiteral(" for 12 minutes: ") + reason));
 
     m_desktop->setScreenshot(FakeDesktop::Screenshot::Normal);
     m_desktop->setActivePidError(false);
-    show(3);
+    show(5);
     m_tracker->processScreenShot();
     QCOMPARE(log.count(QtDebugMsg, QStringLiteral("Frames are stored again")), 1);
 }
@@ -521,19 +573,50 @@ void TestCaptureLoop::theEndConvertsTheOpenBatch()
     QCOMPARE(CaptureFixture::filesIn(todayDirectory(), QStringLiteral("*")), QStringList(video));
 }
 
-void TestCaptureLoop::aStartConvertsWhatAFormerRunLeft()
+QString TestCaptureLoop::videoLeftOn(const QDate &day)
 {
-    m_tracker.reset();
-    const QString name = QDate::currentDate().toString(QStringLiteral("yyyy-MM-dd")) +
-                         QLatin1String("_00-00-01.mp4");
-    QVERIFY(QDir().mkpath(todayDirectory()));
+    return day.toString(QStringLiteral("yyyy-MM-dd")) + QLatin1String("_00-00-01.mp4");
+}
+
+QStringList TestCaptureLoop::filesOf(const QDate &day) const
+{
+    return CaptureFixture::filesIn(m_tracker->getScreenshotDirByDate(day), QStringLiteral("*"));
+}
+
+void TestCaptureLoop::leaveImages(const QDate &day)
+{
+    const QString directory = m_tracker->getScreenshotDirByDate(day);
+    QVERIFY(QDir().mkpath(directory));
     for (int picture = 1; picture <= 3; ++picture) {
         QVERIFY(Pictures::numbered(picture).save(
-            QStringLiteral("%1/%2_00%3.png").arg(todayDirectory(), name).arg(picture)));
+            QStringLiteral("%1/%2_00%3.png").arg(directory, videoLeftOn(day)).arg(picture)));
     }
+}
+
+void TestCaptureLoop::aStartConvertsWhatAFormerRunLeft()
+{
+    const QDate today = QDate::currentDate();
+    leaveImages(today);
+    m_tracker.reset();
     m_tracker = std::make_unique<ScreenHistoryTracker>();
     // Done before the constructor returns.
-    QCOMPARE(CaptureFixture::filesIn(todayDirectory(), QStringLiteral("*")), QStringList(name));
+    QCOMPARE(filesOf(today), QStringList(videoLeftOn(today)));
+}
+
+// Left by a kill soon after midnight, when the next day already had its directory.
+void TestCaptureLoop::aStartConvertsWhatIsLeftOfOlderDaysToo()
+{
+    const QDate today = QDate::currentDate();
+    const QVector<QDate> days{today.addDays(-1), today.addDays(-40)};
+    for (const QDate &day : days) {
+        leaveImages(day);
+    }
+    QVERIFY(QDir().mkpath(m_tracker->getScreenshotDirByDate(today)));
+    m_tracker.reset();
+    m_tracker = std::make_unique<ScreenHistoryTracker>();
+    for (const QDate &day : days) {
+        QTRY_COMPARE_WITH_TIMEOUT(filesOf(day), QStringList(videoLeftOn(day)), 60000);
+    }
 }
 
 QTEST_MAIN(TestCaptureLoop)

@@ -12,9 +12,11 @@
 #include "video/videocomposer.h"
 
 #include <QDir>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTest>
 
+#include <ctime>
 #include <utility>
 
 using CaptureFixture::filesIn;
@@ -58,6 +60,7 @@ private Q_SLOTS:
     void theDayTurnsAtItsFirstKeptFrame();
     void theMonthTurnsWithItsDirectoryAndDatabase();
     void aClockSetBackToAnEarlierDayDoesNotTurnTheDay();
+    void aJourneyWestOverMidnightLeavesVideosWhereTheirNamesSay();
     void pauseAndLockLeaveTheBatchOpen();
     void aRestartGoesOnNumberingAndBeginsAnewVideo();
     void theStorageIsToBeCheckedOncePerVideo();
@@ -75,8 +78,10 @@ private Q_SLOTS:
 
 private:
     void keep(int count);
+    void closeVideo();
     void restart();
     static void mountBox(bool mounted);
+    static void travelTo(const QByteArray &zone);
 
     std::unique_ptr<FakeDesktop> m_desktop;
     std::unique_ptr<CaptureFixture::Application> m_application;
@@ -119,6 +124,19 @@ void TestDayFiles::mountBox(bool mounted)
     (*DataEncryptor::getInstance()).*memberOf(BoxIsMounted()) = mounted;
 }
 
+void TestDayFiles::travelTo(const QByteArray &zone)
+{
+    zone.isNull() ? qunsetenv("TZ") : qputenv("TZ", zone);
+    tzset();
+}
+
+void TestDayFiles::closeVideo()
+{
+    m_tracker->convertRemainedImagesToVideo();
+    m_tracker->resetVideoStates();
+    FakeClock::advance(60);
+}
+
 void TestDayFiles::keep(int count)
 {
     for (int frame = 0; frame < count; ++frame) {
@@ -128,15 +146,16 @@ void TestDayFiles::keep(int count)
 
 void TestDayFiles::aFullBatchIsConvertedWhenTheNextFrameArrives()
 {
+    QSignalSpy conversions(m_tracker->videoComposer(), &VideoComposer::requestConvertImagesToVideo);
     keep(100);
     const QString video = storedRows().last().videoName;
     QCOMPARE(video, QStringLiteral("2024-03-05_14-07-31.mp4"));
-    QTest::qWait(50);
-    QVERIFY(!QFile::exists(todayDirectory() + QLatin1Char('/') + video));
+    QCOMPARE(conversions.count(), 0);
     QCOMPARE(filesIn(todayDirectory(), QStringLiteral("*.png")).size(), 100);
 
     FakeClock::advance(5);
     keep(1);
+    QCOMPARE(conversions.count(), 1);
     QTRY_COMPARE_WITH_TIMEOUT(filesIn(todayDirectory(), QStringLiteral("*.png")).size(), 1,
                               encodingMs);
     QCOMPARE(filesIn(todayDirectory(), QStringLiteral("*.mp4")), QStringList(video));
@@ -212,6 +231,33 @@ void TestDayFiles::aClockSetBackToAnEarlierDayDoesNotTurnTheDay()
     m_tracker->updateVideoFile(Pictures::numbered(++m_next));
     QVERIFY(!QDir(todayDirectory()).exists());
     QCOMPARE(filesIn(day, QStringLiteral("*.png")).size(), 1);
+}
+
+void TestDayFiles::aJourneyWestOverMidnightLeavesVideosWhereTheirNamesSay()
+{
+    const auto home = qScopeGuard([zone = qgetenv("TZ")] { travelTo(zone); });
+    travelTo("Asia/Shanghai");
+    FakeClock::freeze(QDateTime(QDate(2024, 3, 6), QTime(1, 0)));
+    restart();
+    keep(1);
+    FakeClock::advance(60);
+    keep(1);
+    const QString day = todayDirectory();
+    const QString there = storedRows().last().videoName;
+    closeVideo();
+
+    travelTo("America/Los_Angeles"); // where it is nine in the morning of the day before
+    keep(2);
+    const QString here = storedRows().last().videoName;
+    QCOMPARE(here, QStringLiteral("2024-03-06_09-02-00.mp4"));
+    closeVideo();
+    QTRY_COMPARE_WITH_TIMEOUT(filesIn(day, QStringLiteral("*")), QStringList({there, here}),
+                              encodingMs);
+    QCOMPARE(Pictures::numberOf(m_tracker->getImageFromVideoFile(here, 2)), m_next);
+
+    QVERIFY(m_tracker->deleteScreenShotData(LastHour));
+    QCOMPARE(filesIn(day, QStringLiteral("*")), QStringList(there));
+    QCOMPARE(VideoComposer::getFrameNumberFromVideo(day + QLatin1Char('/') + there), 1U);
 }
 
 void TestDayFiles::pauseAndLockLeaveTheBatchOpen()

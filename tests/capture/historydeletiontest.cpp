@@ -54,10 +54,12 @@ private Q_SLOTS:
     void aRangeOfYesterdayAloneTakesTodaysCounterToNothingToo();
     void aVideoThatCannotBeShortenedKeepsNothingElse();
     void rowsWithoutAVideoNameAreNoObstacle();
-    void theOpenBatchIsDroppedAndItsOlderFramesComeBackAtTheNextStart();
+    void theOpenBatchIsDroppedAndItsOlderFramesBecomeAVideo();
     void aBatchErasedFromItsFirstFrameNeverComesBack();
-    void aVideoWrittenAfterItsDeletionStaysUntilAllGoes();
-    void aDeletionDuringTheEncodingHarmsNothing();
+    void videosThatWaitForTheEncoderAreErasedAsIfTheyStood();
+    void aVideoThatWaitsForTheEncoderGoesWithItsDirectory_data();
+    void aVideoThatWaitsForTheEncoderGoesWithItsDirectory();
+    void aVideoErasedDuringItsEncodingIsCutBehindIt();
     void theFramesOfARangeComeInTheOrderOfTime();
     void deletingAllLeavesTheRootAndStartsAnew();
     void deletingAllBeginsTodaysDirectory();
@@ -75,6 +77,8 @@ private Q_SLOTS:
 
 private:
     void addClockRows();
+    void handOver();
+    void waitForTheEncoder();
 };
 
 void TestHistoryDeletion::anHourWithoutFramesLeavesTheBatchAndTheCounters()
@@ -266,7 +270,7 @@ void TestHistoryDeletion::rowsWithoutAVideoNameAreNoObstacle()
              QStringList(QStringLiteral("Deleting video ") + quoted(later)));
 }
 
-void TestHistoryDeletion::theOpenBatchIsDroppedAndItsOlderFramesComeBackAtTheNextStart()
+void TestHistoryDeletion::theOpenBatchIsDroppedAndItsOlderFramesBecomeAVideo()
 {
     FakeClock::freeze(m_now.addSecs(-3600 - 3 * secondsBetweenFrames));
     start();
@@ -275,9 +279,10 @@ void TestHistoryDeletion::theOpenBatchIsDroppedAndItsOlderFramesComeBackAtTheNex
     FakeClock::freeze(m_now);
     QVERIFY(m_tracker->deleteScreenShotData(LastHour));
     QVERIFY(DatabaseManager::getInstance()->deleteUserData(LastHour));
-    QCOMPARE(filesIn(todayDirectory(), QStringLiteral("*")),
-             QStringList({video + QLatin1String("_001.png"), video + QLatin1String("_002.png"),
-                          video + QLatin1String("_003.png")}));
+    QTRY_COMPARE_WITH_TIMEOUT(filesIn(todayDirectory(), QStringLiteral("*")), QStringList(video),
+                              encodingMs);
+    QCOMPARE(readNumber(video, 3), 3);
+    QCOMPARE(readNumber(video, 4), -1);
     keep(1);
     const ScreenShotData next = storedRows().last();
     QVERIFY(next.videoName != video);
@@ -305,45 +310,82 @@ void TestHistoryDeletion::aBatchErasedFromItsFirstFrameNeverComesBack()
     QCOMPARE(StoredHistory::vectors(), QStringList());
 }
 
-void TestHistoryDeletion::aVideoWrittenAfterItsDeletionStaysUntilAllGoes()
+void TestHistoryDeletion::handOver()
+{
+    m_tracker->convertRemainedImagesToVideo();
+    m_tracker->resetVideoStates();
+}
+
+// An end alone leaves it what it has not begun yet.
+void TestHistoryDeletion::waitForTheEncoder()
+{
+    QMetaObject::invokeMethod(
+        m_tracker->videoComposer(), [] {}, Qt::BlockingQueuedConnection);
+}
+
+void TestHistoryDeletion::videosThatWaitForTheEncoderAreErasedAsIfTheyStood()
 {
     start();
-    keep(5);
-    const QString video = storedRows().first().videoName;
     QSemaphore encoderMayRun;
     QMetaObject::invokeMethod(m_tracker->videoComposer(),
                               [&encoderMayRun] { encoderMayRun.acquire(); });
-    m_tracker->convertRemainedImagesToVideo();
-    m_tracker->resetVideoStates();
+    keep(5);
+    const QString first = storedRows().first().videoName;
+    handOver();
+    keep(3);
+    handOver();
     const bool deleted = m_tracker->deleteScreenShotData(LastHour) &&
                          DatabaseManager::getInstance()->deleteUserData(LastHour);
     encoderMayRun.release();
     QVERIFY(deleted);
-    // The encoder holds the pictures and is not stopped: no row names what it writes.
-    QTRY_COMPARE_WITH_TIMEOUT(picturesIn(video), numbers(1, 5), encodingMs);
+    waitForTheEncoder();
+    QCOMPARE(picturesIn(first), numbers(1, 1));
+    QCOMPARE(StoredHistory::files().size(), 1);
     QCOMPARE(StoredHistory::rows(), QStringList());
-    QCOMPARE(StoredHistory::vectors(), QStringList());
-    m_tracker.reset();
-    start();
-    QVERIFY(m_tracker->deleteScreenShotData(AllTime));
-    QCOMPARE(StoredHistory::files(), QStringList());
 }
 
-void TestHistoryDeletion::aDeletionDuringTheEncodingHarmsNothing()
+void TestHistoryDeletion::aVideoThatWaitsForTheEncoderGoesWithItsDirectory_data()
+{
+    QTest::addColumn<bool>("isAll");
+    QTest::newRow("everything") << true;
+    QTest::newRow("the day") << false;
+}
+
+void TestHistoryDeletion::aVideoThatWaitsForTheEncoderGoesWithItsDirectory()
+{
+    QFETCH(bool, isAll);
+    start();
+    QSemaphore encoderMayRun;
+    QMetaObject::invokeMethod(m_tracker->videoComposer(),
+                              [&encoderMayRun] { encoderMayRun.acquire(); });
+    keep(3);
+    const QString video = storedRows().first().videoName;
+    handOver();
+    if (isAll) {
+        m_tracker->deleteAllVideos();
+    } else {
+        m_tracker->deleteDataAtDate(video.left(10));
+    }
+    keep(1); // which makes the directory anew
+    encoderMayRun.release();
+    handOver();
+    waitForTheEncoder();
+    QVERIFY(!QFile::exists(pathOf(video)));
+    QCOMPARE(picturesIn(storedRows().last().videoName), numbers(4, 4));
+}
+
+void TestHistoryDeletion::aVideoErasedDuringItsEncodingIsCutBehindIt()
 {
     start();
     keep(40);
     const QString video = storedRows().first().videoName;
-    m_tracker->convertRemainedImagesToVideo();
-    m_tracker->resetVideoStates();
+    handOver();
     QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(pathOf(video)), encodingMs);
-    m_tracker->deleteVideosWithinTime(m_now.addSecs(100).toSecsSinceEpoch(),
-                                      m_now.addSecs(1000).toSecsSinceEpoch());
-    m_tracker.reset(); // ends when the encoder has
-    // Cut or whole, as it met the encoder, and what was to stay is there.
-    const QVector<int> pictures = picturesIn(video);
-    QVERIFY2(pictures == numbers(1, 21) || pictures == numbers(1, 40),
-             qPrintable(QString::number(pictures.size())));
+    QVERIFY(m_tracker->deleteVideosWithinTime(m_now.addSecs(100).toSecsSinceEpoch(),
+                                              m_now.addSecs(1000).toSecsSinceEpoch()));
+    waitForTheEncoder();
+    QCOMPARE(picturesIn(video), numbers(1, 21));
+    QCOMPARE(StoredHistory::files().size(), 1);
 }
 
 void TestHistoryDeletion::theFramesOfARangeComeInTheOrderOfTime()

@@ -9,6 +9,10 @@
 #include <QTest>
 #include <QThread>
 
+#include <functional>
+
+Q_DECLARE_METATYPE(std::function<void(ScreenHistoryTracker &)>)
+
 using CaptureFixture::storedRows;
 using CaptureFixture::todayDirectory;
 using StoredHistory::pathOf;
@@ -27,7 +31,25 @@ private Q_SLOTS:
     void aFailedReadLeavesTheFormerPicture();
     void aFailedReadOfAFileIsNotMadeAgain();
     void aReadThatIsGivenUpIsNotRemembered();
+    void anErasedVideoIsNotHeldOpen_data();
+    void anErasedVideoIsNotHeldOpen();
 };
+
+namespace
+{
+QStringList openVideos()
+{
+    QStringList videos;
+    const QDir descriptors(QStringLiteral("/proc/self/fd"));
+    for (const QFileInfo &descriptor : descriptors.entryInfoList(QDir::Files | QDir::System)) {
+        const QString path = descriptor.symLinkTarget();
+        if (path.contains(QLatin1String(".mp4"))) {
+            videos << path;
+        }
+    }
+    return videos;
+}
+} // namespace
 
 void StoredFrameTest::aFrameOfTheOpenBatchIsReadFromMemory()
 {
@@ -135,6 +157,29 @@ void StoredFrameTest::aFailedReadOfAFileIsNotMadeAgain()
     QCOMPARE(readNumber(video, 2), -1); // what the failed read gave
     QCOMPARE(readNumber(video, 3), 3);
     QCOMPARE(readNumber(video, 2), 2);
+}
+
+void StoredFrameTest::anErasedVideoIsNotHeldOpen_data()
+{
+    using Erase = std::function<void(ScreenHistoryTracker &)>;
+    QTest::addColumn<Erase>("erase");
+    QTest::newRow("a range") << Erase(
+        [](auto &tracker) { tracker.deleteScreenShotData(LastHour); });
+    QTest::newRow("everything") << Erase([](auto &tracker) { tracker.deleteAllVideos(); });
+    QTest::newRow("a day") << Erase(
+        [](auto &tracker) { tracker.deleteDataAtDate(QStringLiteral("2024-03-15")); });
+}
+
+void StoredFrameTest::anErasedVideoIsNotHeldOpen()
+{
+    QFETCH(std::function<void(ScreenHistoryTracker &)>, erase);
+    const QString video = StoredHistory::store({m_now.addSecs(-600), 3});
+    start();
+    QCOMPARE(readNumber(video, 2), 2);
+    QCOMPARE(openVideos(), QStringList(pathOf(video)));
+    erase(*m_tracker);
+    QCOMPARE(openVideos(), QStringList());
+    QCOMPARE(readNumber(video, 3), -1);
 }
 
 QTEST_MAIN(StoredFrameTest)

@@ -18,12 +18,23 @@ private Q_SLOTS:
     void aStoredFrameBeginsANewSpan();
     void switchingRecordingBeginsANewSpan();
     void theReasonIsThatOfTheLatestLoss();
+    void timeInWhichNothingWasToBeStoredDoesNotCount();
 };
 
 namespace
 {
 constexpr qint64 LONG = StoringWatch::PATIENCE_MS;
+constexpr qint64 MINUTE = 60000;
+
+// A loss every minute, at both ends too.
+void lose(StoringWatch &watch, Loss loss, qint64 from, qint64 to)
+{
+    for (qint64 now = from; now < to; now += MINUTE) {
+        watch.lost(loss, now);
+    }
+    watch.lost(loss, to);
 }
+} // namespace
 
 void TestStoringWatch::aLongLossIsToldOnceWithItsReason_data()
 {
@@ -54,8 +65,7 @@ void TestStoringWatch::aShortLossIsNotTold()
 {
     LogCapture log;
     StoringWatch watch;
-    watch.lost(Loss::NoPicture, 0);
-    watch.lost(Loss::NoPicture, LONG - 1);
+    lose(watch, Loss::NoPicture, 0, LONG - 1);
     QCOMPARE(log.texts(), QStringList());
 }
 
@@ -63,16 +73,15 @@ void TestStoringWatch::aStoredFrameBeginsANewSpan()
 {
     LogCapture log;
     StoringWatch watch;
-    watch.lost(Loss::NotWritten, 0);
+    lose(watch, Loss::NotWritten, 0, LONG - MINUTE);
     watch.stored();
     watch.lost(Loss::NotWritten, LONG);
     QCOMPARE(log.texts(), QStringList());
-    watch.lost(Loss::NotWritten, 2 * LONG);
+    lose(watch, Loss::NotWritten, LONG + MINUTE, 2 * LONG);
     QCOMPARE(log.texts(QtWarningMsg).size(), 1);
     watch.stored();
     QCOMPARE(log.texts(QtDebugMsg), QStringList("Frames are stored again"));
-    watch.lost(Loss::NotWritten, 3 * LONG);
-    watch.lost(Loss::NotWritten, 4 * LONG);
+    lose(watch, Loss::NotWritten, 3 * LONG, 4 * LONG);
     QCOMPARE(log.texts(QtWarningMsg).size(), 2);
 }
 
@@ -80,7 +89,7 @@ void TestStoringWatch::switchingRecordingBeginsANewSpan()
 {
     LogCapture log;
     StoringWatch watch;
-    watch.lost(Loss::NoPicture, 0);
+    lose(watch, Loss::NoPicture, 0, LONG - MINUTE);
     watch.reset();
     watch.lost(Loss::NoPicture, LONG);
     QCOMPARE(log.texts(), QStringList());
@@ -90,9 +99,21 @@ void TestStoringWatch::theReasonIsThatOfTheLatestLoss()
 {
     LogCapture log;
     StoringWatch watch;
-    watch.lost(Loss::NoPicture, 0);
+    lose(watch, Loss::NoPicture, 0, LONG - MINUTE);
     watch.lost(Loss::NoApplication, LONG);
     QVERIFY(log.contains(QtWarningMsg, QStringLiteral("no desktop entry")));
+}
+
+void TestStoringWatch::timeInWhichNothingWasToBeStoredDoesNotCount()
+{
+    LogCapture log;
+    StoringWatch watch;
+    watch.lost(Loss::NoApplication, 0);
+    watch.lost(Loss::NoApplication, 6 * LONG); // after an hour behind the lock
+    QCOMPARE(log.texts(), QStringList());
+    lose(watch, Loss::NoApplication, 6 * LONG + MINUTE, 7 * LONG);
+    QCOMPARE(log.texts(QtWarningMsg).size(), 1);
+    QVERIFY(log.contains(QtWarningMsg, QStringLiteral("for 10 minutes")));
 }
 
 QTEST_APPLESS_MAIN(TestStoringWatch)

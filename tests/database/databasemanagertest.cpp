@@ -304,7 +304,6 @@ void DatabaseManagerTest::aSearchAndLookUpsAreForwarded()
     const QVector<ScreenShotData> found = m_manager->getOcrScreenShotData(query);
     QCOMPARE(found.size(), 1);
     QCOMPARE(found.first().frameIndexOfVideo, 2U);
-    QCOMPARE(m_manager->getScreenShotDataOfVideo(saved.videoName, 2).ocrText, saved.ocrText);
     QCOMPARE(m_manager->getScreenShotDataOfDay(DAY, 2).ocrText, saved.ocrText);
 }
 

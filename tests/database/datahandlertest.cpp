@@ -74,6 +74,7 @@ private Q_SLOTS:
     void aRangeGoesFromFilesRowsAndVectorsAlike_data();
     void aRangeGoesFromFilesRowsAndVectorsAlike();
     void everythingGoesAfterTheClockWasSetBackButVectorsOfTheFuture();
+    void aRangeEndsWhenItIsAskedForHoweverLongTheFilesTake();
     void aRangeGoesWithTheOpenBatch();
     void aRangeWithoutFramesGoesWell();
     void aNumberThatIsNoRangeLeavesTheDatabasesAlone();
@@ -82,6 +83,7 @@ private Q_SLOTS:
     void aFrameIsReadByItsDay();
     void aFrameThatIsNotThereIsEmpty_data();
     void aFrameThatIsNotThereIsEmpty();
+    void aFrameThatIsNotThereIsNoOther();
     void theApplicationsOfADay();
     void searchesReachTheDatabase();
     void anEmptyHistoryIsNoJumpBack();
@@ -542,6 +544,18 @@ void DataHandlerTest::everythingGoesAfterTheClockWasSetBackButVectorsOfTheFuture
     QCOMPARE(StoredHistory::vectors(), StoredHistory::frames(future, 1, 2));
 }
 
+void DataHandlerTest::aRangeEndsWhenItIsAskedForHoweverLongTheFilesTake()
+{
+    store({m_now.addSecs(-3600 + 10), 3, 10});
+    const QString later = store({m_now.addSecs(-600), 2});
+    start();
+    FileRemoval::before([] { FakeClock::advance(60); });
+    QVERIFY(m_handler->deleteUserData(LastHour));
+    QVERIFY(!QFile::exists(pathOf(later)));
+    QCOMPARE(StoredHistory::rows(), QStringList());
+    QCOMPARE(StoredHistory::vectors(), QStringList());
+}
+
 void DataHandlerTest::aRangeGoesWithTheOpenBatch()
 {
     const QString stored = store({m_now.addSecs(-600), 3});
@@ -642,6 +656,17 @@ void DataHandlerTest::aFrameThatIsNotThereIsEmpty()
     QCOMPARE(frame.desktopFilePath, QString());
     QCOMPARE(log.texts(QtWarningMsg).size(), warning.isEmpty() ? 0 : 1);
     QVERIFY(warning.isEmpty() || log.contains(QtWarningMsg, warning));
+}
+
+void DataHandlerTest::aFrameThatIsNotThereIsNoOther()
+{
+    store({m_now.addSecs(-600), 3});
+    start();
+    const QString day = QStringLiteral("2024-03-15");
+    QCOMPARE(Pictures::numberOf(m_handler->getScreenShotImageOfDay(day, 2).image), 2);
+    QVERIFY(m_handler->getScreenShotImageOfDay(day, 9).image.isNull());
+    QVERIFY(m_handler->getScreenShotImageOfDay(day, 9).image.isNull());
+    QCOMPARE(Pictures::numberOf(m_handler->getScreenShotImageOfDay(day, 2).image), 2);
 }
 
 void DataHandlerTest::theApplicationsOfADay()

@@ -94,10 +94,10 @@ void ScreenshotQueriesTest::runsFollowTheOrderOfCapture()
 void ScreenshotQueriesTest::runsFollowInsertionNotTime()
 {
     OcrScreenshotDatabase store;
-    QVERIFY(store.saveScreenshotData(frame("2024-03-15 11:00:00", 1, "a")));
+    QVERIFY(store.saveScreenshotData(frame("2024-03-15 11:00:00", 1, "c")));
     QVERIFY(store.saveScreenshotData(frame("2024-03-15 10:00:00", 2, "b")));
     QVERIFY(store.saveScreenshotData(frame("2024-03-15 11:00:05", 3, "a")));
-    QCOMPARE(texts(store.getAppListOfDay(DAY)), (QStringList{"a*1", "b*1", "a*1"}));
+    QCOMPARE(texts(store.getAppListOfDay(DAY)), (QStringList{"c*1", "b*1", "a*1"}));
 }
 
 void ScreenshotQueriesTest::aDaysReadsKeepToItsBounds()

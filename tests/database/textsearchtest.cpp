@@ -423,10 +423,10 @@ void TextSearchTest::aDayIncludesItsFirstAndItsLastSecond()
 void TextSearchTest::theFirstRowSavedIsTheFrameOfADay()
 {
     OcrScreenshotDatabase store;
-    QVERIFY(store.saveScreenshotData(frame("2024-03-10 11:00:00", 3, {}, "first")));
-    QVERIFY(store.saveScreenshotData(frame("2024-03-10 10:00:00", 3, {}, "second")));
+    QVERIFY(store.saveScreenshotData(frame("2024-03-10 11:00:00", 3, {}, "second in time")));
+    QVERIFY(store.saveScreenshotData(frame("2024-03-10 10:00:00", 3, {}, "first in time")));
     QCOMPARE(store.getScreenShotDataOfDay(QStringLiteral("2024-03-10"), 3).ocrText,
-             QStringLiteral("first"));
+             QStringLiteral("second in time"));
 }
 
 void TextSearchTest::aFrameThatIsNotThereIsEmpty()

@@ -7,18 +7,6 @@
 #include <QThread>
 #include <QtTest>
 
-namespace
-{
-QVector<QImage> numberedBatch(int first, int last)
-{
-    QVector<QImage> images;
-    for (int number = first; number <= last; ++number) {
-        images += Pictures::numbered(number);
-    }
-    return images;
-}
-} // namespace
-
 /// The composer as its owner runs it: moved to a thread, asked by signal, gone with the thread.
 class ComposerThreadTest : public QObject
 {
@@ -72,9 +60,9 @@ void ComposerThreadTest::cleanup()
 void ComposerThreadTest::requestFromAnotherThreadReturnsAtOnceAndEncodesThere()
 {
     const QString file = path(QStringLiteral("v.mp4"));
-    QVERIFY(numberedBatch(1, 1).first().save(file + QStringLiteral("_001.png")));
+    QVERIFY(Pictures::numbered(1).save(file + QStringLiteral("_001.png")));
     // Nothing can happen before the thread runs: the request only waits in its queue.
-    Q_EMIT m_composer->requestConvertImagesToVideo(numberedBatch(1, 3), file);
+    Q_EMIT m_composer->requestConvertImagesToVideo(numberedBatch(3), file);
     QCoreApplication::processEvents();
     QVERIFY(!QFile::exists(file));
     m_thread->start(QThread::InheritPriority);
@@ -85,8 +73,8 @@ void ComposerThreadTest::requestFromAnotherThreadReturnsAtOnceAndEncodesThere()
 void ComposerThreadTest::senderMayClearItsBatchAtOnce()
 {
     const QString file = path(QStringLiteral("v.mp4"));
-    QVERIFY(numberedBatch(1, 1).first().save(file + QStringLiteral("_001.png")));
-    QVector<QImage> images = numberedBatch(1, 3);
+    QVERIFY(Pictures::numbered(1).save(file + QStringLiteral("_001.png")));
+    QVector<QImage> images = numberedBatch(3);
     images.reserve(100);
     Q_EMIT m_composer->requestConvertImagesToVideo(images, file);
     images[1].fill(Qt::black);
@@ -101,10 +89,10 @@ void ComposerThreadTest::requestsAreEncodedOneAfterTheOther()
 {
     m_thread->start();
     const QString last = path(QStringLiteral("c.mp4"));
-    QVERIFY(numberedBatch(1, 1).first().save(last + QStringLiteral("_001.png")));
+    QVERIFY(Pictures::numbered(1).save(last + QStringLiteral("_001.png")));
     int first = 1;
     for (const char *name : {"a.mp4", "b.mp4", "c.mp4"}) {
-        Q_EMIT m_composer->requestConvertImagesToVideo(numberedBatch(first, first + 4),
+        Q_EMIT m_composer->requestConvertImagesToVideo(numberedBatch(numbersFrom(first, first + 4)),
                                                        path(QLatin1String(name)));
         first += 10;
     }
@@ -120,7 +108,7 @@ void ComposerThreadTest::requestFromItsOwnThreadIsEncodedAtOnce()
 {
     VideoComposer composer(nullptr);
     const QString file = path(QStringLiteral("v.mp4"));
-    Q_EMIT composer.requestConvertImagesToVideo(numberedBatch(1, 2), file);
+    Q_EMIT composer.requestConvertImagesToVideo(numberedBatch(2), file);
     QCOMPARE(VideoFacts::of(file).numbers(), (QVector<int>{1, 2}));
 }
 
@@ -128,11 +116,11 @@ void ComposerThreadTest::otherFilesMayBeConvertedOnTheCallersThreadMeanwhile()
 {
     m_thread->start();
     const QString queued = path(QStringLiteral("queued.mp4"));
-    QVERIFY(numberedBatch(1, 1).first().save(queued + QStringLiteral("_001.png")));
+    QVERIFY(Pictures::numbered(1).save(queued + QStringLiteral("_001.png")));
     QVERIFY(QDir(m_directory->path()).mkdir(QStringLiteral("left")));
     const QString left = path(QStringLiteral("left/v.mp4"));
     QVERIFY(Pictures::numbered(50).save(left + QStringLiteral("_001.png")));
-    Q_EMIT m_composer->requestConvertImagesToVideo(numberedBatch(1, 60), queued);
+    Q_EMIT m_composer->requestConvertImagesToVideo(numberedBatch(60), queued);
     m_composer->convertLocalImageFilesToVideo(path(QStringLiteral("left")));
     QCOMPARE(VideoFacts::of(left).numbers(), QVector<int>{50});
     QCOMPARE(m_composer->getFrameNumberFromVideo(left), 1U);

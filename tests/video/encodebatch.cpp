@@ -3,8 +3,8 @@
 // The batch is COUNT numbered pictures from 1 on. Prints the result as "true" or "false".
 
 #include "libraryfaults.h"
-#include "support/pictures.h"
 #include "video/videocomposer.h"
+#include "videofacts.h"
 
 #include <QGuiApplication>
 
@@ -25,12 +25,9 @@ int main(int argumentCount, char *arguments[])
         LibraryFaults::arm(words.value(1), words.value(2).toInt(), LibraryFaults::Fault::Kills);
         words = words.mid(3);
     }
-    QVector<QImage> images;
-    for (int number = 1; number <= words.value(1).toInt(); ++number) {
-        images += Pictures::numbered(number);
-    }
     VideoComposer composer(nullptr);
-    const bool converted = composer.convertImagesToVideo(images, words.value(0));
+    const bool converted =
+        composer.convertImagesToVideo(numberedBatch(words.value(1).toInt()), words.value(0));
     std::puts(converted ? "true" : "false");
     return 0;
 }

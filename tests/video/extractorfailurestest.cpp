@@ -8,10 +8,6 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-namespace
-{
-} // namespace
-
 class ExtractorFailuresTest : public QObject
 {
     Q_OBJECT

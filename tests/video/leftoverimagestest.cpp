@@ -1,6 +1,7 @@
 #include "libraryfaults.h"
 #include "support/logcapture.h"
 #include "support/pictures.h"
+#include "support/testfiles.h"
 #include "video/videocomposer.h"
 #include "videofacts.h"
 
@@ -13,37 +14,6 @@
 namespace
 {
 constexpr int frames = 7;
-
-QVector<int> numbersFrom(int first, int last)
-{
-    QVector<int> numbers;
-    for (int number = first; number <= last; ++number) {
-        numbers += number;
-    }
-    return numbers;
-}
-
-QVector<QImage> numberedBatch(const QVector<int> &numbers)
-{
-    QVector<QImage> images;
-    for (const int number : numbers) {
-        images += Pictures::numbered(number);
-    }
-    return images;
-}
-
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void write(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), content.size());
-}
 } // namespace
 
 /// The sweep at start-up over what a crash or a kill left in a day's directory.
@@ -192,7 +162,7 @@ void LeftoverImagesTest::imageWithoutAVideoNameStays()
     for (const QString &name : names) {
         QVERIFY(Pictures::numbered(1).save(path(name)));
     }
-    write(path(QStringLiteral("v.mp4_001.jpg")), "not a png name");
+    QVERIFY(overwrite(path(QStringLiteral("v.mp4_001.jpg")), "not a png name"));
     sweep();
     QCOMPARE(QDir(m_directory->path()).entryList(QDir::Files).size(), 4);
 }
@@ -211,8 +181,8 @@ void LeftoverImagesTest::missingOrEmptyDirectoryIsNothing()
 void LeftoverImagesTest::unreadableImageTakesNoIndexAndGoesWithTheRest()
 {
     saveImages({1, 2, 3, 4, 5});
-    write(image(2), QByteArray());
-    write(image(4), contentOf(image(5)).left(100));
+    QVERIFY(overwrite(image(2), QByteArray()));
+    QVERIFY(overwrite(image(4), contentOf(image(5)).left(100)));
     sweep();
     const VideoFacts facts = VideoFacts::of(video());
     QCOMPARE(facts.numbers(), (QVector<int>{1, 3, 5}));
@@ -222,7 +192,7 @@ void LeftoverImagesTest::unreadableImageTakesNoIndexAndGoesWithTheRest()
 
 void LeftoverImagesTest::videoOfUnreadableImagesOnlyHasNoFrames()
 {
-    write(image(1), "junk");
+    QVERIFY(overwrite(image(1), "junk"));
     sweep();
     QVERIFY(VideoFacts::of(video()).isReadable);
     QCOMPARE(VideoFacts::of(video()).declaredFrames, 0);
@@ -290,7 +260,7 @@ void LeftoverImagesTest::brokenVideoIsOverwritten()
     QFETCH(double, part);
     makeVideo(numbersFrom(1, frames));
     const QByteArray whole = contentOf(video());
-    write(video(), whole.left(static_cast<int>(whole.size() * part)));
+    QVERIFY(overwrite(video(), whole.left(static_cast<int>(whole.size() * part))));
     // The first image was never written: no sign of a removal beside a video like this.
     saveImages(numbersFrom(2, frames));
     sweep();
@@ -356,7 +326,7 @@ void LeftoverImagesTest::finishedVideoIsKeptThoughAnImageIsUnreadable()
 {
     makeVideo(numbersFrom(1, frames));
     saveImages(numbersFrom(1, frames));
-    write(image(4), QByteArray());
+    QVERIFY(overwrite(image(4), QByteArray()));
     sweep();
     QCOMPARE(videoNumbers(), numbersFrom(1, frames));
     QCOMPARE(imageFiles(), QStringList());
@@ -377,7 +347,7 @@ void LeftoverImagesTest::damagedVideoIsReplacedWhereTheImagesHoldMore()
     makeVideo(numbersFrom(1, frames));
     QByteArray content = contentOf(video());
     content.replace(1000, content.size() / 2, QByteArray(content.size() / 2, '\0'));
-    write(video(), content);
+    QVERIFY(overwrite(video(), content));
     QCOMPARE(VideoComposer::getFrameNumberFromVideo(video()), unsigned(frames));
     saveImages(numbersFrom(2, frames));
     sweep();
@@ -390,7 +360,7 @@ void LeftoverImagesTest::damagedVideoAndItsImagesAreKeptWhereTheVideoHoldsMore()
     makeVideo(numbersFrom(1, 40));
     QByteArray content = contentOf(video());
     content.replace(content.size() * 9 / 10, 2000, QByteArray(2000, '\0'));
-    write(video(), content);
+    QVERIFY(overwrite(video(), content));
     saveImages({39, 40});
     LogCapture log;
     sweep();

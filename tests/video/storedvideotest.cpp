@@ -1,26 +1,14 @@
 #include "video/storedvideo.h"
 #include "samplevideos.h"
-#include "support/pictures.h"
+#include "support/testfiles.h"
 #include "video/videocomposer.h"
+#include "videofacts.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
 
 namespace
 {
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void write(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), content.size());
-}
-
 /// A WAV file of silence: a container that can be read, without a video stream.
 QByteArray wavFile()
 {
@@ -52,12 +40,8 @@ private:
 void StoredVideoTest::initTestCase()
 {
     m_video = m_directory.filePath(QStringLiteral("v.mp4"));
-    QVector<QImage> images;
-    for (int number = 1; number <= 45; ++number) {
-        images += Pictures::numbered(number);
-    }
     VideoComposer composer(nullptr);
-    QVERIFY(composer.convertImagesToVideo(images, m_video));
+    QVERIFY(composer.convertImagesToVideo(numberedBatch(45), m_video));
 }
 
 void StoredVideoTest::frameCountOfAWholeVideoIsDeclaredAndIntact()
@@ -96,7 +80,7 @@ void StoredVideoTest::frameCountOfAnythingElseIsZero()
     const QString path = m_directory.filePath(QStringLiteral("other.mp4"));
     QFile::remove(path);
     if (!content.isNull()) {
-        write(path, content);
+        QVERIFY(overwrite(path, content));
     }
     QCOMPARE(VideoComposer::getFrameNumberFromVideo(path), 0U);
     QCOMPARE(StoredVideo::intactFrames(path), 0U);
@@ -123,7 +107,7 @@ void StoredVideoTest::damagedFramesAreDeclaredButNotIntact()
     const int end = static_cast<int>(content.size() * to);
     content.replace(start, end - start, QByteArray(end - start, '\0'));
     const QString path = m_directory.filePath(QStringLiteral("damaged.mp4"));
-    write(path, content);
+    QVERIFY(overwrite(path, content));
     QCOMPARE(StoredVideo::declaredFrames(path), 45U);
     QVERIFY2(StoredVideo::intactFrames(path) < 45U,
              qPrintable(QString::number(StoredVideo::intactFrames(path))));

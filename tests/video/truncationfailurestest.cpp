@@ -9,18 +9,9 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include <numeric>
-
 namespace
 {
 constexpr int FRAMES = 12;
-
-QVector<int> numbersUpTo(int last)
-{
-    QVector<int> numbers(last);
-    std::iota(numbers.begin(), numbers.end(), 1);
-    return numbers;
-}
 } // namespace
 
 class TruncationFailuresTest : public QObject
@@ -35,7 +26,7 @@ private Q_SLOTS:
     void failedStepOfSettingUpLeavesTheVideoUntouched_data();
     void failedStepOfSettingUpLeavesTheVideoUntouched();
     void missingEncoderOfTheInputsCodec();
-    void unwritableDirectoryLeavesTheVideoUntouched();
+    void directoryAtThePendingPathLeavesTheVideoUntouched();
 
     void failureWhileCopyingLeavesFramesOut_data();
     void failureWhileCopyingLeavesFramesOut();
@@ -149,16 +140,17 @@ void TruncationFailuresTest::missingEncoderOfTheInputsCodec()
     // A codec that FFmpeg reads and can't write.
     QByteArray content = m_whole;
     QVERIFY(content.contains("avc1"));
-    content.replace("avc1", "rv30");
+    content.replace("avc1", "mjpb");
     content.replace("avcC", "free");
     QVERIFY(overwrite(video(), content));
     LogCapture log;
     QVERIFY(!shorten(5));
+    QCOMPARE(log.texts(QtDebugMsg).last(), QStringLiteral("Could not find input video encoder"));
     QCOMPARE(contentOf(video()), content);
     QVERIFY(!QFile::exists(backup()));
 }
 
-void TruncationFailuresTest::unwritableDirectoryLeavesTheVideoUntouched()
+void TruncationFailuresTest::directoryAtThePendingPathLeavesTheVideoUntouched()
 {
     QVERIFY(QDir(m_directory->path()).mkdir(QStringLiteral("v.mp4.pending.mp4")));
     LogCapture log;

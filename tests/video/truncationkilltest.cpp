@@ -14,20 +14,11 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include <numeric>
-
 namespace
 {
 constexpr int FRAMES = 4;
 constexpr int KEPT = 2;
 const QString videoName = QStringLiteral("2026-03-04_05-06-07.mp4");
-
-QVector<int> numbersUpTo(int last)
-{
-    QVector<int> numbers(last);
-    std::iota(numbers.begin(), numbers.end(), 1);
-    return numbers;
-}
 
 /// Everything below a directory, by name.
 QMap<QString, QByteArray> contentsOf(const QString &directory)

@@ -20,31 +20,6 @@
 
 namespace
 {
-QVector<QImage> numberedBatch(int count)
-{
-    QVector<QImage> images;
-    for (int number = 1; number <= count; ++number) {
-        images += Pictures::numbered(number);
-    }
-    return images;
-}
-
-QVector<int> numbersUpTo(int last)
-{
-    QVector<int> numbers;
-    for (int number = 1; number <= last; ++number) {
-        numbers += number;
-    }
-    return numbers;
-}
-
-void touch(const QString &path, const QByteArray &content = QByteArray())
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), content.size());
-}
-
 /// Four differently coloured quarters, so that a crop, a shift or swapped colours show.
 QImage quarters(const QSize &size)
 {
@@ -151,8 +126,9 @@ void VideoComposerTest::constructorSetsTheLibraryLogLevelToError()
 void VideoComposerTest::libraryMessagesReachTheQtLog()
 {
     const VideoComposer composer(nullptr);
-    touch(path(QStringLiteral("half.mp4")),
-          QByteArray::fromHex("0000001866747970") + QByteArray("isom\0\0\2\0isommp41", 16));
+    const QByteArray half =
+        QByteArray::fromHex("0000001866747970") + QByteArray("isom\0\0\2\0isommp41", 16);
+    QVERIFY(overwrite(path(QStringLiteral("half.mp4")), half));
     LogCapture log;
     VideoComposer::getFrameNumberFromVideo(path(QStringLiteral("half.mp4")));
     QVERIFY(log.contains(QtDebugMsg, QStringLiteral("moov atom not found")));
@@ -323,7 +299,7 @@ void VideoComposerTest::alphaChannelIsIgnored()
 
 void VideoComposerTest::emptyBatchGivesAFileWithoutFramesAndRemovesTheImages()
 {
-    touch(path(QStringLiteral("v.mp4_001.png")));
+    QVERIFY(overwrite(path(QStringLiteral("v.mp4_001.png")), {}));
     QVERIFY(convert({}));
     const VideoFacts video = facts();
     QVERIFY(video.isReadable);
@@ -379,7 +355,7 @@ void VideoComposerTest::existingFileIsReplacedWithoutAWarning_data()
 void VideoComposerTest::existingFileIsReplacedWithoutAWarning()
 {
     QFETCH(QByteArray, content);
-    touch(path(QStringLiteral("v.mp4")), content);
+    QVERIFY(overwrite(path(QStringLiteral("v.mp4")), content));
     LogCapture log;
     QVERIFY(convert(numberedBatch(4)));
     QCOMPARE(log.texts(), QStringList());
@@ -412,7 +388,7 @@ void VideoComposerTest::onlyImagesOfThisVideoAreRemoved()
                            QStringLiteral("w.mp4_001.png"),   QStringLiteral("v.mp4.bak"),
                            QStringLiteral("v_001.png")};
     for (const QString &name : gone + kept) {
-        touch(path(name));
+        QVERIFY(overwrite(path(name), {}));
     }
     QVERIFY(QDir(m_directory->path()).mkdir(QStringLiteral("v.mp4_002.png")));
     QVERIFY(convert(numberedBatch(1)));
@@ -429,7 +405,7 @@ void VideoComposerTest::onlyImagesOfThisVideoAreRemoved()
 void VideoComposerTest::removeFileIsSilentAboutAMissingFile()
 {
     VideoComposer composer(nullptr);
-    touch(path(QStringLiteral("one")));
+    QVERIFY(overwrite(path(QStringLiteral("one")), {}));
     LogCapture log;
     composer.removeFile(path(QStringLiteral("one")));
     QVERIFY(!QFile::exists(path(QStringLiteral("one"))));

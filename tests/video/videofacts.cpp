@@ -5,6 +5,8 @@
 
 #include <QtEndian>
 
+#include <numeric>
+
 namespace
 {
 QImage toImage(const AVFrame *frame)
@@ -61,6 +63,7 @@ void readStream(VideoFacts &facts, AVFormatContext *input, const AVStream *strea
     }
     readFrames(facts, decoder.get(), nullptr, stream);
 }
+
 /// Whether a unit of @p packet, each behind its length in four bytes, is a parameter set.
 bool holdsParameterSet(const QByteArray &packet)
 {
@@ -112,4 +115,30 @@ QVector<int> VideoFacts::numbers() const
         result += Pictures::numberOf(picture);
     }
     return result;
+}
+
+QVector<int> numbersFrom(int first, int last)
+{
+    QVector<int> numbers(last - first + 1);
+    std::iota(numbers.begin(), numbers.end(), first);
+    return numbers;
+}
+
+QVector<int> numbersUpTo(int last)
+{
+    return numbersFrom(1, last);
+}
+
+QVector<QImage> numberedBatch(const QVector<int> &numbers)
+{
+    QVector<QImage> images;
+    for (const int number : numbers) {
+        images += Pictures::numbered(number);
+    }
+    return images;
+}
+
+QVector<QImage> numberedBatch(int count)
+{
+    return numberedBatch(numbersUpTo(count));
 }

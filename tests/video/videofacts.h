@@ -1,5 +1,6 @@
 #pragma once
-// What a test can see of a video file, read with FFmpeg and nothing of the code under test.
+// What a test can see of a video file, read with FFmpeg and nothing of the code under test, and the
+// numbered pictures that such a file was made of.
 
 #include <QImage>
 #include <QSize>
@@ -29,3 +30,11 @@ struct VideoFacts {
     /// The numbers of numbered pictures, in order of time.
     QVector<int> numbers() const;
 };
+
+/// What numbers() is compared with.
+QVector<int> numbersFrom(int first, int last);
+QVector<int> numbersUpTo(int last); ///< from 1
+
+/// The numbered pictures of a batch.
+QVector<QImage> numberedBatch(const QVector<int> &numbers);
+QVector<QImage> numberedBatch(int count); ///< from 1

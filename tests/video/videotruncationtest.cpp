@@ -19,13 +19,6 @@ namespace
 {
 constexpr int BATCH = 45;
 
-QVector<int> numbersUpTo(int last)
-{
-    QVector<int> numbers(last);
-    std::iota(numbers.begin(), numbers.end(), 1);
-    return numbers;
-}
-
 QVector<double> secondsUpTo(int count)
 {
     QVector<double> seconds(count);
