@@ -20,6 +20,7 @@ void passOver(QtMsgType, const QMessageLogContext &, const QString &) {}
 
 int main(int argc, char **argv)
 {
+    qunsetenv("XDG_CACHE_HOME"); // as the recorder does
     qInstallMessageHandler(passOver);
     routeAvLog(AV_LOG_QUIET);
     // Texts and file names are UTF-8, also where a script has set the locale "C".

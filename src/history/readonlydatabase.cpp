@@ -1,7 +1,7 @@
 #include "history/readonlydatabase.h"
 
 #include "database/sqlite3connection.h"
-#include "history/memoryfolder.h"
+#include "history/namelessfiles.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -12,6 +12,10 @@ namespace
 {
 constexpr char JOURNAL[] = "-journal";
 constexpr char LOG[] = "-wal";
+constexpr char COPY[] = "copy.db";
+
+// Needs no index beside the log.
+constexpr char KEEP_TO_ONESELF[] = "PRAGMA locking_mode=EXCLUSIVE;";
 
 // SQLite's file format: this byte of the head is 2 for a file that is written by way of a log.
 constexpr int READ_VERSION_AT = 19;
@@ -102,23 +106,32 @@ bool ReadOnlyDatabase::openCopy(const char *journalSuffix)
     const QString journal = m_path + QLatin1String(journalSuffix);
     for (int attempt = 0; attempt < COPY_ATTEMPTS; ++attempt) {
         m_connection.reset();
-        m_copy = MemoryFolder::make(QFileInfo(m_path).size() + QFileInfo(journal).size());
-        if (!m_copy) {
+        m_copy = std::make_unique<NamelessFiles>();
+        const QByteArray before = firstBytes(journal, LOG_HEAD_BYTES);
+        const int file = m_copy->add(COPY, m_path);
+        const int itsJournal = m_copy->add(QByteArray(COPY) + journalSuffix, journal);
+        if (file == SQLITE_FULL || itsJournal == SQLITE_FULL) {
             return fail(SQLITE_FULL);
         }
-        const QString copy = m_copy->filePath(QStringLiteral("copy.db"));
-        const QByteArray before = firstBytes(journal, LOG_HEAD_BYTES);
-        const bool isCopied = QFile::copy(m_path, copy);
-        const bool hasJournal = QFile::copy(journal, copy + QLatin1String(journalSuffix));
         // The same journal is there still: whatever was written back to the file meanwhile stands
         // in its copy as well.
-        if (isCopied && hasJournal && firstBytes(journal, LOG_HEAD_BYTES) == before) {
-            m_isOurs = true;
-            m_connection = std::make_unique<SQLite3Connection>();
-            return opened(m_connection->open(QFile::encodeName(copy)));
+        if (file == SQLITE_OK && itsJournal == SQLITE_OK &&
+            firstBytes(journal, LOG_HEAD_BYTES) == before) {
+            return openCopied();
         }
     }
     return fail(SQLITE_BUSY);
+}
+
+bool ReadOnlyDatabase::openCopied()
+{
+    m_isOurs = true;
+    m_connection = std::make_unique<SQLite3Connection>();
+    if (!opened(m_connection->open(COPY, m_copy->fileSystem()))) {
+        return false;
+    }
+    sqlite3_exec(m_connection->handle(), KEEP_TO_ONESELF, nullptr, nullptr, nullptr);
+    return true;
 }
 
 bool ReadOnlyDatabase::forEach(const char *sql, const Use &use, const Bind &bind)

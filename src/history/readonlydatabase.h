@@ -6,11 +6,11 @@
 #include "database/statement.h"
 
 #include <QString>
-#include <QTemporaryDir>
 
 #include <functional>
 #include <memory>
 
+class NamelessFiles;
 class SQLite3Connection;
 
 class ReadOnlyDatabase
@@ -26,7 +26,8 @@ public:
     using Use = std::function<void(const Statement &)>;
 
     /// Opens the file at @p path. Where a kill has left its journal or log to be worked off, that
-    /// is done in a copy, which is kept in memory and goes with this object.
+    /// is done in a copy, which lies in memory without a name and goes with this object, or with
+    /// the process.
     explicit ReadOnlyDatabase(const QString &path);
     ~ReadOnlyDatabase();
     Q_DISABLE_COPY_MOVE(ReadOnlyDatabase)
@@ -49,11 +50,12 @@ private:
     bool open();
     bool opened(int result);
     bool openCopy(const char *journalSuffix);
+    bool openCopied();
     int run(const char *sql, const Use &use, const Bind &bind);
     bool fail(int result);
 
     const QString m_path;
-    std::unique_ptr<QTemporaryDir> m_copy;           ///< null unless a journal had to be worked off
+    std::unique_ptr<NamelessFiles> m_copy;           ///< null unless a journal had to be worked off
     std::unique_ptr<SQLite3Connection> m_connection; ///< null if there is nothing to read
     bool m_isOurs = false;                           ///< nobody waits for statements on it
     State m_state = State::Open;

@@ -4,7 +4,6 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QStandardPaths>
 
 #include <sys/stat.h>
 #include <sys/vfs.h>
@@ -38,12 +37,7 @@ StorePlace StorePlace::find()
         QFile::exists(home + QLatin1String("/.local/share/vaultsm") + QLatin1String(APPLICATION));
     const QString cache = home + QLatin1String("/.cache") + QLatin1String(APPLICATION);
     const QString root = place.isEncrypted ? box : cache;
-    // The frames alone follow XDG_CACHE_HOME.
-    const QString framesRoot =
-        place.isEncrypted ? box
-                          : QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
-                                QLatin1String(APPLICATION);
-    place.screenshots = framesRoot + QLatin1String("/screenshots");
+    place.screenshots = root + QLatin1String("/screenshots");
     place.databases = root + QLatin1String("/traditional_database");
     place.vectors = root + QLatin1String("/vector_database");
     return place;
