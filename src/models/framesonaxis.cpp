@@ -46,13 +46,14 @@ VideoReader::Day VideoReader::dayAt(int dateIndex) const
     return std::next(m_dayAppItems.constBegin(), dateIndex);
 }
 
-// Pixels count from 1 here, and pixel 0 of a bar belongs to its first frame too.
+// Pixels count from 1 here.
 int VideoReader::frameWithin(qint64 length) const
 {
     return static_cast<int>(std::ceil(static_cast<double>(length) / m_framePixelWidth));
 }
 
-// Nothing in a gap, and in the 7 pixels after the last bar. Beyond those it is the last frame.
+// Pixel 0 of a bar belongs to its first frame too. Nothing in a gap, and in the 7 pixels after the
+// last bar; beyond those it is the last frame.
 std::optional<int> VideoReader::frameAt(const QList<AppItemInfo> &appInfos, int x) const
 {
     int start = 0;

@@ -2,20 +2,14 @@
 
 #include "models/videoinfo.h"
 
+#include "models/searchinterruption.h"
+#include "models/videopreviewitem.h"
 #include "models/videoreader.h"
 
 #include <QCoreApplication>
 #include <QThread>
 
 #include <utility>
-
-namespace
-{
-bool isToStop()
-{
-    return QThread::currentThread()->isInterruptionRequested();
-}
-} // namespace
 
 /// What tells a search in texts from one in pictures.
 struct VideoInfo::SearchKind {
@@ -51,6 +45,19 @@ void VideoInfo::connectHits()
     // A search uses the reader and the store below it, which the backend takes down before this.
     connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this,
             &VideoInfo::deleteSearchThread);
+}
+
+// Older days shift the places of the others on the axis, and give those of their own hits.
+void VideoInfo::placeHits()
+{
+    for (const VideoPreviewModel *hits : {&m_textMatchResultModel, &m_imageMatchResultModel}) {
+        for (VideoPreviewItem *hit : hits->items()) {
+            if (const auto place = m_videoReader->placeOfHit(hit->videoPreviewImageSource())) {
+                hit->setImageDateIndex(place->dateIndex);
+                hit->setFrameLengthOfDay(place->lengthOfDay);
+            }
+        }
+    }
 }
 
 void VideoInfo::showTextSearchResult(const QString &text)
@@ -108,7 +115,7 @@ void VideoInfo::continueSearch(const QString &text, const SearchKind &first,
         return;
     }
     startSearchThread([this, text, &first, &second] {
-        if (isToStop() || (!m_areHitsCounted && !countBothHits(text, first, second))) {
+        if (isSearchInterrupted() || (!m_areHitsCounted && !countBothHits(text, first, second))) {
             return;
         }
         showHits(first, (this->*first.shown).rowCount());
@@ -132,7 +139,7 @@ bool VideoInfo::countBothHits(const QString &text, const SearchKind &first,
 bool VideoInfo::countHits(const QString &text, const SearchKind &kind)
 {
     const int count = (m_videoReader->*kind.count)(text);
-    if (isToStop()) {
+    if (isSearchInterrupted()) {
         return false;
     }
     if (count == 0) {

@@ -3,10 +3,10 @@
 #include "models/videoreader.h"
 
 #include "database/datahandler.h"
+#include "models/searchinterruption.h"
 #include "picturememory/packedpicture.h"
 
 #include <QDebug>
-#include <QThread>
 
 #include <utility>
 
@@ -14,11 +14,6 @@ namespace
 {
 constexpr int FULL_PAGE = 30;         // the pages' grid of six columns is filled beyond this place
 constexpr int HITS_BETWEEN_ENDS = 12; // two rows of that grid
-
-bool isToStop()
-{
-    return QThread::currentThread()->isInterruptionRequested();
-}
 
 SearchQuery queryOf(const QString &text)
 {
@@ -89,7 +84,7 @@ void VideoReader::streamHits(const HitList &list, int start)
     const QVector<ScreenShotData> &hits = this->*list.hits;
     for (int place = start, sent = 0; place < hits.size(); ++place, ++sent) {
         const bool isEndOfRows = sent >= 1 && sent % HITS_BETWEEN_ENDS == 0;
-        if (isToStop() || (place >= FULL_PAGE && isEndOfRows)) {
+        if (isSearchInterrupted() || (place >= FULL_PAGE && isEndOfRows)) {
             return;
         }
         const ScreenShotData &frame = hits.at(place);
@@ -98,7 +93,7 @@ void VideoReader::streamHits(const HitList &list, int start)
                            packedPicture(m_dataHandler->getScreenShotImageFromVideo(
                                frame.videoName, frame.frameIndexOfVideo)),
                            list.id + QString::number(place) + m_searchGeneration};
-        if (isToStop()) {
+        if (isSearchInterrupted()) {
             return;
         }
         // The days, the pictures and the icon theme belong to the reader's thread, which looks up
@@ -139,7 +134,22 @@ void VideoReader::deliverHit(const DecodedHit &decoded)
         getLengthByDayFrameNumber(frame.date, static_cast<int>(frame.frameIndexOfDay));
     item.imageDateIndex = getImageDateIndex(frame.date);
     (this->*list.images).insert(decoded.id, decoded.image);
+    m_framesOfHits.insert(item.videoPreviewImageSource,
+                          {frame.date, static_cast<int>(frame.frameIndexOfDay)});
     Q_EMIT(this->*list.isReady)(item);
+}
+
+std::optional<VideoReader::HitPlace> VideoReader::placeOfHit(const QString &source) const
+{
+    const auto frame = m_framesOfHits.constFind(source);
+    if (frame == m_framesOfHits.constEnd()) {
+        return std::nullopt;
+    }
+    const int dateIndex = getImageDateIndex(frame->day);
+    if (dateIndex < 0) {
+        return HitPlace();
+    }
+    return HitPlace{dateIndex, getLengthByDayFrameNumber(frame->day, frame->number)};
 }
 
 void VideoReader::dropUndeliveredHits()

@@ -22,6 +22,13 @@ QString todayOfModel()
 {
     return dayOfModel(QDate::currentDate());
 }
+
+// Without a screen each call loads one day with frames, which is wider than none.
+int screenWidth()
+{
+    const QScreen *screen = QGuiApplication::primaryScreen();
+    return screen ? screen->geometry().width() : 0;
+}
 } // namespace
 
 VideoInfo::VideoInfo(VideoImageProvider *imageProvider, VideoReader *videoReader,
@@ -32,7 +39,7 @@ VideoInfo::VideoInfo(VideoImageProvider *imageProvider, VideoReader *videoReader
     , m_videoPreviewItem(videoPreviewItem)
     , m_imageProvider(imageProvider)
     , m_configManager(configManager)
-    , m_screenWidth(QGuiApplication::primaryScreen()->geometry().width())
+    , m_screenWidth(screenWidth())
     , m_dateTimeFormatter(DateTimeFormatter::getInstance())
 {
     // The axis holds its first days before a signal can add to them.
@@ -99,6 +106,7 @@ void VideoInfo::showPreDayAppData()
         loaded = day;
     }
     m_endDate = DayText::ofDate(loaded.addDays(-1));
+    placeHits();
 }
 
 void VideoInfo::showPreviewImageItem(int dateIndex, int appIndex, int lengthOfApp, int imageId)

@@ -5,9 +5,9 @@
 // which one search at a time has a thread of its own.
 
 #include "ai/ocrtextdata.h"
-#include "database/videopreviewimageitem.h"
 #include "models/dayappmodel.h"
 #include "models/previewimagetextmodel.h"
+#include "models/videopreviewimageitem.h"
 #include "models/videopreviewmodel.h"
 
 #include <QAbstractListModel>
@@ -39,8 +39,8 @@ class VideoInfo : public QObject
     Q_PROPERTY(QAbstractListModel *imageTextModel READ imageTextModel CONSTANT)
 
 public:
-    /// Loads the newest days before it returns. All four must outlive this object, the provider for
-    /// as long as pages ask.
+    /// Loads the newest days before it returns. All four are used until the application is about to
+    /// quit, the provider for as long as pages ask; the destructor needs none of them.
     VideoInfo(VideoImageProvider *imageProvider, VideoReader *videoReader,
               VideoPreviewItem *videoPreviewItem, ConfigManager *configManager,
               QObject *parent = nullptr);
@@ -71,8 +71,9 @@ public:
     /// an image hit, whose source is @p imageId. Null for any other type.
     QImage getOcrImage(int type, const QString &imageId);
 
-    /// Loads older days onto the axis until they are wider than two screens or none is left. A day
-    /// without frames is a warning on the log and no row.
+    /// Loads older days onto the axis until they are wider than two screens or none is left, and
+    /// places the hits anew, whose days that has shifted or loaded. A day without frames is a
+    /// warning on the log and no row.
     Q_INVOKABLE void showPreDayAppData();
 
     // The frame under the pointer or the slider goes into the item that the pages show: by the
@@ -166,6 +167,7 @@ private:
     void connectRegionText();
 
     void connectHits();
+    void placeHits();
     void startSearchThread(const std::function<void()> &body);
     void showHits(const SearchKind &kind, int start);
     void startSearch(const QString &text, const SearchKind &first, const SearchKind &second);

@@ -2,7 +2,7 @@
 // The hits of a search as the pages list them, in the order in which they were added. Owner:
 // VideoInfo, by value. Thread: main; rowCount() any.
 
-#include "database/videopreviewimageitem.h"
+#include "models/videopreviewimageitem.h"
 
 #include <QAbstractListModel>
 #include <QList>
@@ -24,6 +24,9 @@ public:
     /// The VideoPreviewItem of a row.
     QVariant data(const QModelIndex &index, int role) const override;
     QHash<int, QByteArray> roleNames() const override;
+
+    /// By row; valid until the rows change.
+    const QList<VideoPreviewItem *> &items() const { return m_previewItems; }
 
     void addItem(const VideoPreviewImageItem &item);
     /// Replaces all rows by @p items.

@@ -20,8 +20,9 @@ VideoReader::VideoReader(DataHandler *dataHandler, QObject *parent)
     , m_nameKey(QStringLiteral("Name"))
 {
     qRegisterMetaType<AppItemInfo>("AppItemInfo");
-    const QRect screen = QGuiApplication::primaryScreen()->geometry();
-    m_screenWidth = screen.right() - screen.left() + 1;
+    if (const QScreen *screen = QGuiApplication::primaryScreen()) {
+        m_screenWidth = screen->geometry().width();
+    }
 }
 
 QString VideoReader::getStringDate(qint64 secs)

@@ -9,9 +9,10 @@
 
 #include "ai/ocrmodule.h"
 #include "database/screenshotdata.h"
-#include "database/videopreviewimageitem.h"
 #include "models/appiteminfo.h"
+#include "models/videopreviewimageitem.h"
 
+#include <QHash>
 #include <QImage>
 #include <QList>
 #include <QMap>
@@ -30,7 +31,14 @@ class VideoReader : public QObject
     Q_OBJECT
 
 public:
-    /// @p dataHandler must outlive this object.
+    /// Where a hit lies on the axis, as its record tells it; -1 while its day is not loaded.
+    struct HitPlace {
+        int dateIndex = -1;
+        int lengthOfDay = -1;
+    };
+
+    /// @p dataHandler is used until the application is about to quit; the destructor does not need
+    /// it.
     explicit VideoReader(DataHandler *dataHandler, QObject *parent = nullptr);
 
     // Days are "yyyy-MM-dd"; a dateIndex is a day's place among the loaded ones, oldest first, and
@@ -82,17 +90,21 @@ public:
     void addNewAppData(const QString &desktopEntry);
 
     // The frame under a pixel becomes the preview or the large picture; @p imageId only makes its
-    // source differ from the one before. A place outside the loaded days gives an empty record and
-    // a warning.
+    // source differ from the one before. A day that is not loaded is a warning.
 
-    /// Preview of pixel @p lengthOfApp of a bar.
+    /// Preview of pixel @p lengthOfApp of a bar. For no loaded day an empty record, and the preview
+    /// stays what it was.
     VideoPreviewImageItem getVideoPreviewImgItem(int dateIndex, int appIndex, int lengthOfApp,
                                                  int imageId);
 
-    /// Preview of pixel @p dayAppTimeAxisX of a day, gaps included; in a gap there is none.
+    /// Preview of pixel @p dayAppTimeAxisX of a day, gaps included. In a gap, before the day and
+    /// for no loaded day there is none: its picture becomes null, and the record has a source
+    /// alone.
     VideoPreviewImageItem getVideoPreviewImgItem(int dateIndex, int dayAppTimeAxisX, int imageId);
 
-    /// The large picture at pixel @p dayAppTimeAxisX of a day; in a gap it stays what it was.
+    /// The large picture at pixel @p dayAppTimeAxisX of a day. In a gap and before the day it stays
+    /// what it was, and its record is given again; for no loaded day it stays, with an empty
+    /// record.
     VideoPreviewImageItem getCurShowImageSource(int dateIndex, int dayAppTimeAxisX, int imageId);
 
     QImage getPreviewImage() const { return m_previewImage; }
@@ -106,8 +118,9 @@ public:
     int getSearchResultCount(const QString &text);
 
     // On the thread of a search: decodes hits from number @p start on, one after the other, and
-    // signals each on the reader's own thread. 36 from the beginning, 12 from beyond; ends between
-    // two hits when its thread is asked to stop.
+    // signals each on the reader's own thread. They come by the dozen, until 30 places are filled:
+    // 36 from the beginning, 12 from a start of 18 or more. Ends between two hits when its thread
+    // is asked to stop.
 
     void getTextSearchResult(int start);
     void getImageSearchResult(int start);
@@ -116,11 +129,15 @@ public:
     void dropUndeliveredHits();
 
     // The picture of a signalled hit, by the last part of its source. Null with a warning for any
-    // other id. Pictures are kept for the session; a later batch takes the place of the one before
-    // the last.
+    // other id. Pictures are kept for the session, but a hit at the same place of its list, two
+    // batches later, replaces one.
 
     QImage getTextSearchResultImage(const QString &id) const;
     QImage getImageSearchResultImage(const QString &id) const;
+
+    /// Where a signalled hit lies now, by its source, with the days that have been loaded since.
+    /// Nothing for any other source.
+    std::optional<HitPlace> placeOfHit(const QString &source) const;
 
     /// Reads the text of a part of a picture and emits it. Blocks in a nested event loop until the
     /// result or a cancel is there.
@@ -158,6 +175,11 @@ private:
         QString id; ///< the last part of its source
     };
 
+    struct FrameOfHit {
+        QString day;
+        int number; ///< of the day
+    };
+
     using Day = QMap<QString, QList<AppItemInfo>>::const_iterator;
 
     AppItemInfo appItemInfo(const QString &desktopEntry, int timeLength) const;
@@ -178,6 +200,7 @@ private:
     QImage m_curShowImage;
     QMap<QString, QImage> m_textSearchImages; ///< packed, by the last part of a hit's source
     QMap<QString, QImage> m_imageSearchImages;
+    QHash<QString, FrameOfHit> m_framesOfHits; ///< by a hit's source
     DataHandler *m_dataHandler;
     OcrModule m_ocrModule;
     // The search's thread alone; the next one begins after it has ended.
@@ -186,7 +209,7 @@ private:
     QVector<ScreenShotData> m_imageSearchResults;
     std::mutex m_undeliveredMutex;
     std::deque<DecodedHit> m_undelivered; ///< under m_undeliveredMutex
-    int m_screenWidth;                    ///< of the primary screen at the start
+    int m_screenWidth = 0;                ///< of the primary screen at the start
     int m_framePixelWidth = 8;
     int m_appSpacing = 8; ///< the pages' space between two bars
     QString m_localizedNameKey;

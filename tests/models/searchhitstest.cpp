@@ -3,8 +3,12 @@
 #include "desktopentries.h"
 #include "picturememory/packedpicture.h"
 #include "picturememory/pixelpages.h"
+#include "rowspy.h"
 #include "searchfixture.h"
 #include "support/logcapture.h"
+
+#include <QAbstractItemModelTester>
+#include <QSignalSpy>
 
 using DataHandlerDouble::state;
 using namespace SearchWorld;
@@ -23,6 +27,8 @@ class SearchHitsTest : public SearchFixture
 private Q_SLOTS:
     void aHitTellsItsFrame();
     void aHitOfADayThatIsNotLoadedHasNoPlace();
+    void olderDaysPlaceTheHitsAnew();
+    void aRowThatNoSearchSignalledStaysInItsPlace();
     void aHitWhoseRowIsGoneIsShownWithoutAFrame();
     void picturesAreHandedOutByTheirIds();
     void hitsWaitPackedAndAreHandedOutPlain();
@@ -70,6 +76,66 @@ void SearchHitsTest::aHitOfADayThatIsNotLoadedHasNoPlace()
     awaitRows(texts(), 1);
     QCOMPARE(itemOf(texts(), 0)->frameLengthOfDay(), -1);
     QCOMPARE(itemOf(texts(), 0)->imageDateIndex(), -1);
+}
+
+// A page that opens a hit takes it to its day's row, which the days loaded since have shifted.
+void SearchHitsTest::olderDaysPlaceTheHitsAnew()
+{
+    state().days["2023-11-11"] = {{"/none.desktop", 2}, {"/other.desktop", 2}};
+    state().days["2023-11-13"] = {{"/none.desktop", 2}};
+    m_facade.reset();
+    m_facade = std::make_unique<Facade>();
+    QVector<ScreenShotData> found = hits(3);
+    found[1].date = "2023-11-11";
+    found[1].frameIndexOfDay = 3;
+    found[2].date = "2023-11-01"; // stays unknown
+    state().searchTexts = [found](const SearchQuery &) { return found; };
+    state().searchPictures = [found](const SearchQuery &) { return found.mid(0, 2); };
+    m_facade->info.showTextSearchResult("a");
+    awaitRows(texts(), 3);
+    m_facade->info.clearSearchTask();
+    m_facade->info.continueShowImageSearchResult("a");
+    awaitRows(pictures(), 2);
+    const auto placesOf = [](QAbstractListModel *model) {
+        QVector<QPair<int, int>> places;
+        for (int row = 0; row < model->rowCount(); ++row) {
+            const VideoPreviewItem *item = itemOf(model, row);
+            places << qMakePair(item->imageDateIndex(), item->frameLengthOfDay());
+        }
+        return places;
+    };
+    using Places = QVector<QPair<int, int>>;
+    QCOMPARE(placesOf(texts()), (Places{{0, 4}, {-1, -1}, {-1, -1}}));
+    QCOMPARE(placesOf(pictures()), (Places{{0, 4}, {-1, -1}}));
+
+    const auto mode = QAbstractItemModelTester::FailureReportingMode::QtTest;
+    const QAbstractItemModelTester textTester(texts(), mode);
+    const QAbstractItemModelTester pictureTester(pictures(), mode);
+    RowSpy rows(*texts());
+    const QSignalSpy shifted(itemOf(texts(), 0), &VideoPreviewItem::imageDateIndexChanged);
+    const LogCapture log;
+    m_facade->info.showPreDayAppData();
+    QCOMPARE(m_facade->info.dayAppModel()->rowCount(), 3);
+    QCOMPARE(placesOf(texts()), (Places{{2, 4}, {0, 28}, {-1, -1}}));
+    QCOMPARE(placesOf(pictures()), (Places{{2, 4}, {0, 28}}));
+    QCOMPARE(shifted.count(), 1);
+    QCOMPARE(rows.take(), QStringList()); // an item tells its changes itself
+    QCOMPARE(log.texts(QtWarningMsg).filter("date not exist"), QStringList());
+    m_facade->info.showPreDayAppData(); // there are no more
+    QCOMPARE(shifted.count(), 1);
+}
+
+void SearchHitsTest::aRowThatNoSearchSignalledStaysInItsPlace()
+{
+    VideoPreviewImageItem row;
+    row.imageDateIndex = 7;
+    m_facade->info.setTextMatchResultModel({row});
+    state().days["2023-11-14"] = {{"/none.desktop", 2}};
+    m_facade->info.saveStartAndEndDate();
+    m_facade->info.showPreDayAppData();
+    m_facade->info.showPreDayAppData();
+    QCOMPARE(m_facade->info.dayAppModel()->rowCount(), 2);
+    QCOMPARE(itemOf(texts(), 0)->imageDateIndex(), 7);
 }
 
 void SearchHitsTest::aHitWhoseRowIsGoneIsShownWithoutAFrame()

@@ -29,6 +29,8 @@ using DataHandlerDouble::state;
 
 namespace
 {
+bool isScreenGone = false;
+
 constexpr char noRunsText[] = "Invalid input parameters: date or appItemList is empty";
 
 int screenWidth()
@@ -97,6 +99,12 @@ VideoPreviewImageItem hit(const QString &name)
 
 Q_DECLARE_METATYPE(QList<int>)
 
+// In the place of Qt's own: the only screen can be unplugged.
+QScreen *QGuiApplication::primaryScreen()
+{
+    return isScreenGone ? nullptr : screens().value(0);
+}
+
 class TestVideoInfo : public QObject
 {
     Q_OBJECT
@@ -118,6 +126,7 @@ private Q_SLOTS:
     void foldersThatAreNoDaysEndTheLoading();
     void aDayThatBeginsLaterIsNotLoadedBackwards();
     void fourHundredDaysAreLoadedWithoutAFrame();
+    void withoutAScreenDaysAreLoadedOneByOne();
 
     void aPreviewReachesTheItemInOrder_data();
     void aPreviewReachesTheItemInOrder();
@@ -170,6 +179,7 @@ void TestVideoInfo::init()
 void TestVideoInfo::cleanup()
 {
     m_facade.reset();
+    isScreenGone = false;
     FakeClock::reset();
 }
 
@@ -383,6 +393,17 @@ void TestVideoInfo::fourHundredDaysAreLoadedWithoutAFrame()
     QCOMPARE(datesOf(days()).first(), QString("2022/11/27"));
     QCOMPARE(m_facade->reader.getImageDateIndex("2022-11-27"), 0);
     QCOMPARE(m_facade->reader.getImageDateIndex("2023-12-31"), 399);
+}
+
+void TestVideoInfo::withoutAScreenDaysAreLoadedOneByOne()
+{
+    state().days["2023-03-13"] = {{"/a.desktop", 1}};
+    state().days["2023-03-15"] = {{"/a.desktop", 1}};
+    isScreenGone = true;
+    m_facade = std::make_unique<Facade>();
+    QCOMPARE(datesOf(days()), QStringList{"2023/03/15"});
+    m_facade->info.showPreDayAppData();
+    QCOMPARE(datesOf(days()), QStringList({"2023/03/13", "2023/03/15"}));
 }
 
 void TestVideoInfo::aPreviewReachesTheItemInOrder_data()
