@@ -62,8 +62,11 @@ T.Pane {
             stringArray[i] = boxes.itemAt(i).markedText()
     }
 
+    // A list of nothing but empty texts would empty the clipboard.
     function copy() {
-        VideoInfo.setClipBoardText(selectAll ? allStringArray : stringArray)
+        var texts = selectAll ? allStringArray : stringArray
+        var isAnyMarked = texts.some(function (text) { return text })
+        VideoInfo.setClipBoardText(isAnyMarked ? texts : [])
     }
 
     function openMenu() {

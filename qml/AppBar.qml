@@ -14,7 +14,7 @@ Item {
         y: root.barTop
         width: parent.width
         height: root.barHeight
-        radius: 8
+        radius: Sizes.barRadius
         color: root.hovered ? Theme.highlight : Theme.bar
         opacity: root.hovered ? 1 : Theme.barOpacity
     }

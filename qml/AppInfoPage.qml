@@ -8,6 +8,15 @@ Item {
     property QtObject timeAxis
     property bool curMinimizeBtnCheckedState: CustomTitleBar.isCloseWindowMinimize()
 
+    signal historyDeleted
+
+    Connections {
+        target: CustomTitleBar
+        function onCloseWindowOptionChanged() {
+            root.curMinimizeBtnCheckedState = CustomTitleBar.isCloseWindowMinimize()
+        }
+    }
+
     SettingsPage {
         visible: root.page.settingsPageVisible
         minimizeState: root.curMinimizeBtnCheckedState
@@ -19,6 +28,7 @@ Item {
     DeleteAllDataPage {
         id: deleteAllDataPage
         timeAxis: root.timeAxis
+        onDeleted: root.historyDeleted()
     }
 
     AboutPage {
@@ -41,5 +51,6 @@ Item {
         visible: root.page.timeChangeTipVisible
         timeAxis: root.timeAxis
         onDone: root.page.timeChangeTipVisible = false
+        onDeleted: root.historyDeleted()
     }
 }

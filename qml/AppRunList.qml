@@ -1,5 +1,6 @@
 // The runs of one day.
 import QtQuick 2.12
+import "basecomponent"
 
 ListView {
     id: root
@@ -10,7 +11,7 @@ ListView {
     property int iconSize
 
     orientation: ListView.Horizontal
-    spacing: 8 // the reader's gap between two runs
+    spacing: Sizes.axisGap
     interactive: false
 
     delegate: AppBar {

@@ -9,6 +9,10 @@ QtObject {
     property Item days
     property bool adjusting: false // the axis moves itself: the picture follows once, at the end
 
+    // Where the slider was put, in runs: pixels of the content move with the widths of the dates.
+    property Item savedDay
+    property real savedDayX: 0
+
     function getIndicatorX() {
         return Math.min(axis.contentWidth, axis.listViewWidth) + axis.listViewLeftMargin
             - axis.upIndicator.width / 2
@@ -44,7 +48,26 @@ QtObject {
         adjusting = true
         days.layOut()
         adjusting = false
-        followNewest()
+        contentGrew()
+    }
+
+    function saveFrame() {
+        savedDay = days.dayAt(axis.clickImageFlickableContentX, axis.timeAxisHeight / 2)
+        if (savedDay)
+            savedDayX = axis.clickImageFlickableContentX - savedDay.x - savedDay.dateNameBackWidth
+    }
+
+    // The page goes along, so that the slider stays in view.
+    function recallFrame() {
+        if (adjusting || !savedDay)
+            return
+        var moved = savedDay.x + savedDay.dateNameBackWidth + savedDayX
+            - axis.clickImageFlickableContentX
+        if (moved === 0)
+            return
+        axis.clickImageFlickableContentX += moved
+        axis.contentX = Math.max(0, Math.min(axis.contentX + moved, axis.flickableMaxContentX))
+        keepIndicatorOnFrame()
     }
 
     function keepIndicatorOnFrame() {
@@ -70,9 +93,12 @@ QtObject {
     }
 
     function contentGrew() {
-        if (axis.following)
+        if (axis.following) {
             followNewest()
-        else if (!adjusting && axis.contentX > Math.max(0, axis.flickableMaxContentX))
+            return
+        }
+        recallFrame()
+        if (!adjusting && axis.contentX > Math.max(0, axis.flickableMaxContentX))
             axis.contentX = Math.max(0, axis.flickableMaxContentX)
     }
 

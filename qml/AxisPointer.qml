@@ -16,9 +16,15 @@ MouseArea {
 
     hoverEnabled: true
 
+    /// What lies under the pointer may have changed.
+    function hoverAgain() {
+        if (containsMouse && !pressed)
+            hoveredAt(mouseX + x)
+    }
+
     onPressed: clickedAt(mouse.x + x)
     onPositionChanged: pressed ? movedTo(mouse.x + x) : hoveredAt(mouse.x + x)
-    onEntered: hoveredAt(mouseX + x)
+    onEntered: hoverAgain()
     onExited: left()
     onReleased: {
         if (!containsMouse)

@@ -8,6 +8,7 @@ Item {
 
     property alias upIndicator: upIndicator
     property bool shown: true
+    property real share: 0 // of the content that lies before the slider
     property real barTop
     property int barHeight
 
@@ -15,6 +16,7 @@ Item {
     signal pillEntered(real position)
     signal pillLeft
     signal stepped(int frames)
+    signal shareChosen(real chosen)
 
     anchors.fill: parent
 
@@ -22,11 +24,12 @@ Item {
         id: upIndicator
 
         visible: root.shown
-        width: Math.max(16, Sizes.h(24))
+        width: Sizes.atLeast(16, Sizes.h(24))
         height: width
         y: root.barTop - height - Sizes.h(2)
         source: "qrc:/image/upindicator.svg"
         sourceSize: Qt.size(width, height)
+        Accessible.ignored: true // the pill tells of both
 
         MouseArea {
             anchors.fill: parent
@@ -40,16 +43,26 @@ Item {
     T.Slider {
         id: downIndicator
 
+        readonly property real minimumValue: from // as accessibility calls them
+        readonly property real maximumValue: to
+
         x: upIndicator.x + (upIndicator.width - width) / 2
         y: root.barTop + (root.barHeight - height) / 2
-        width: Math.max(6, Sizes.w(8))
-        height: Math.max(16, Sizes.h(24))
+        width: Sizes.atLeast(6, Sizes.w(8))
+        height: Sizes.atLeast(16, Sizes.h(24))
         visible: root.shown
         focusPolicy: Qt.StrongFocus
+        value: root.share
+        onValueChanged: { // by who reads the screen
+            if (value !== root.share)
+                root.shareChosen(value)
+        }
 
         Accessible.role: Accessible.Slider
         Accessible.name: "tavel-ai-yestermark_Slider_timeAxis"
         Accessible.focusable: true
+        Accessible.onIncreaseAction: root.stepped(1)
+        Accessible.onDecreaseAction: root.stepped(-1)
 
         Keys.onLeftPressed: root.stepped(-1)
         Keys.onRightPressed: root.stepped(1)
@@ -58,7 +71,7 @@ Item {
             radius: width / 2
             color: Theme.highlight
             border.width: 1
-            border.color: "#ffffff"
+            border.color: Theme.pillEdge
 
             FocusFrame {
                 control: downIndicator
@@ -71,7 +84,10 @@ Item {
             anchors.margins: -2
             hoverEnabled: true
             cursorShape: Qt.SizeHorCursor
-            onEntered: root.pillEntered(mapToItem(root, mouseX, mouseY).x)
+            onEntered: { // a drag leaves the pill behind and comes back to it
+                if (!pressed)
+                    root.pillEntered(mapToItem(root, mouseX, mouseY).x)
+            }
             onExited: root.pillLeft()
             onPressed: root.dragged(mapToItem(root, mouse.x, mouse.y).x)
             onPositionChanged: {

@@ -17,8 +17,7 @@ Item {
     property int barHeight
     property int iconSize
 
-    readonly property int appSpacing: 8
-    readonly property int modelDataRole: 257
+    readonly property int modelDataRole: Qt.UserRole + 1 // the only one that runs have
     readonly property real dateNameBackWidth: dateBox.width
     property int runsWidth: 0
 
@@ -35,7 +34,7 @@ Item {
             sum += run.timeLength
         }
         lastRun = run
-        runsWidth = count > 0 ? sum + (count - 1) * appSpacing : 0
+        runsWidth = count > 0 ? sum + (count - 1) * Sizes.axisGap : 0
     }
 
     /// The run at this distance from the day's left edge, -1 in a gap and on the date.

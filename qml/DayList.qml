@@ -15,8 +15,8 @@ Flickable {
     // would be thrown away and made again.
     property bool held: false
 
-    // As wide as any history: a list makes what lies within its width, so every day is there and the
-    // content's width is exact instead of estimated.
+    // A list makes what lies within its width, so every day is there and the content's width is exact
+    // instead of estimated. Enough for four million frames; days beyond them would be missed.
     readonly property int listWidth: 1 << 25
 
     interactive: false

@@ -8,6 +8,8 @@ DialogWindow {
 
     property QtObject timeAxis
 
+    signal deleted
+
     width: 424
     height: content.height + 2 * Sizes.dialogMargin
     title: qsTr("Delete All Data")
@@ -18,6 +20,7 @@ DialogWindow {
         timeAxis.showImgInfoPageImgSource = ""
         timeAxis.isDeleteAllData = true
         VideoInfo.clearUserData(4)
+        deleted()
     }
 
     onConfirmed: confirm()

@@ -11,7 +11,7 @@ Row {
     signal accepted
     signal rejected
 
-    spacing: 12
+    spacing: Sizes.buttonGap
 
     PushButton {
         id: cancel

@@ -13,7 +13,7 @@ Rectangle {
     signal regionRequested
 
     implicitWidth: row.width + 2 * Sizes.margin
-    radius: 8
+    radius: Sizes.barRadius
     color: Theme.base
     border.width: 1
     border.color: Theme.frame
@@ -53,8 +53,8 @@ Rectangle {
             anchors.verticalCenter: parent.verticalCenter
             accessibleId: "Button_regionRecognition"
             iconName: "screenshot-app-symbolic"
-            iconSize: Math.max(Sizes.smallIcon, Sizes.h(18))
-            implicitWidth: Math.max(Sizes.titleBarButtonWidth, root.height - Sizes.gap)
+            iconSize: Sizes.atLeast(Sizes.smallIcon, Sizes.h(18))
+            implicitWidth: Sizes.atLeast(Sizes.titleBarButtonWidth, root.height - Sizes.gap)
             implicitHeight: root.height - Sizes.gap
             toolTip: qsTr("Region Recognition")
             onClicked: root.regionRequested()

@@ -32,13 +32,13 @@ Item {
 
     SoftShadow {
         anchors.fill: parent
-        radius: 12
+        radius: Sizes.cardRadius
         verticalOffset: 8
     }
 
     Rectangle {
         anchors.fill: parent
-        radius: 12
+        radius: Sizes.cardRadius
         color: Theme.base
         border.width: 1
         border.color: Theme.frame

@@ -39,7 +39,7 @@ Item {
         source: timeAxis.showImgInfoPageImgSource
         iconSource: timeAxis.bigPreviewItemIconSource
         appName: timeAxis.bigPreviewItemAppName
-        iconSize: Sizes.w(24)
+        iconSize: Sizes.appIcon
     }
 
     PreviewImage {
@@ -50,6 +50,6 @@ Item {
         anchors.topMargin: Sizes.h(16)
         visible: timeAxis.previewImgVisible
         screenWidth: root.page.screenWidth
-        iconSize: Sizes.w(24)
+        iconSize: Sizes.appIcon
     }
 }

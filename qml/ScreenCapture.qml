@@ -118,7 +118,7 @@ T.Pane {
         visible: root.part.width > 0 && root.part.height > 0
         color: "transparent"
         border.width: 1
-        border.color: "#ccffffff"
+        border.color: Theme.captureEdge
     }
 
     MouseArea {

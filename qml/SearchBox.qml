@@ -10,12 +10,12 @@ Rectangle {
     property Item resultPage
     property alias text: input.text
     property string textInputState: "normal"
-    readonly property int iconSize: Math.max(Sizes.smallIcon, Sizes.h(16))
+    readonly property int iconSize: Sizes.atLeast(Sizes.smallIcon, Sizes.h(16))
     readonly property bool editing: textInputState === "edit"
 
-    implicitWidth: Math.max(280, Sizes.w(498))
-    implicitHeight: Math.max(32, Sizes.h(36))
-    radius: 6
+    implicitWidth: Sizes.atLeast(280, Sizes.w(498))
+    implicitHeight: Sizes.atLeast(32, Sizes.h(36))
+    radius: Sizes.controlRadius
     color: Theme.base
     border.width: editing ? 2 : 1
     border.color: editing ? Theme.highlight : Theme.line
@@ -59,6 +59,11 @@ Rectangle {
         input.clear()
         VideoInfo.clearSearchTaskAndResult()
         input.forceActiveFocus()
+    }
+
+    /// What was found is no more: without a text nothing is shown or looked up of it.
+    function forget() {
+        input.clear()
     }
 
     ButtonItem {

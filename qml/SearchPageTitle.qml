@@ -11,7 +11,7 @@ Rectangle {
     implicitWidth: row.width + 2 * Sizes.margin
     implicitHeight: Sizes.h(36)
     radius: height / 2
-    color: "#ffffff"
+    color: Theme.chip
 
     Row {
         id: row
@@ -28,7 +28,7 @@ Rectangle {
         BodyText {
             id: label
             anchors.verticalCenter: parent.verticalCenter
-            color: "#262626"
+            color: Theme.chipText
             font.pixelSize: Sizes.pageFont
             font.bold: true
         }

@@ -18,7 +18,7 @@ Rectangle {
 
     width: Sizes.w(266)
     height: Sizes.h(200)
-    radius: 12
+    radius: Sizes.cardRadius
     color: pointer.pressed ? Theme.mid : pointer.containsMouse ? Theme.midlight : Theme.base
     border.width: touched ? 1 : 2
     border.color: Theme.frame
@@ -54,18 +54,20 @@ Rectangle {
             id: icon
             anchors.verticalCenter: parent.verticalCenter
             source: root.hit ? root.hit.previewAppIcon : ""
-            size: Math.max(16, Math.min(Sizes.w(24), parent.height - 4))
+            size: Sizes.atLeast(Sizes.smallIcon, Math.min(Sizes.appIcon, parent.height - 4))
         }
 
-        Column {
+        Grid { // in small windows both share a line
+            id: lines
             anchors.verticalCenter: parent.verticalCenter
             x: icon.width + Sizes.gap
             width: parent.width - x
+            columns: caption.tall ? 1 : 2
+            columnSpacing: 4
 
             BodyText {
                 id: name
-                width: parent.width
-                visible: caption.tall
+                width: caption.tall ? lines.width : Math.min(implicitWidth, lines.width * 0.4)
                 text: root.appName
                 font.pixelSize: Sizes.pageFont
                 elide: Text.ElideRight
@@ -74,7 +76,8 @@ Rectangle {
 
             BodyText {
                 id: when
-                width: parent.width
+                width: caption.tall ? lines.width
+                                    : lines.width - name.width - lines.columnSpacing
                 text: root.moment
                 font.pixelSize: Sizes.pageFont
                 color: Theme.faintText

@@ -51,7 +51,7 @@ T.TabButton {
     background: Item {
         Rectangle {
             width: parent.width
-            height: 2
+            height: Sizes.atLeast(1, Sizes.h(2))
             anchors.bottom: parent.bottom
             visible: root.current
             color: Theme.veilText

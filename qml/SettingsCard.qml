@@ -8,7 +8,7 @@ Rectangle {
     default property alias content: lines.data
 
     height: lines.height + 2 * Sizes.gap
-    radius: Sizes.dialogRadius
+    radius: Sizes.cardRadius
     color: Theme.base
     border.width: 1
     border.color: Theme.line

@@ -13,7 +13,7 @@ FocusScope {
     property string appName
     property int iconSize
 
-    readonly property int toolBarHeight: Math.max(36, Sizes.h(40))
+    readonly property int toolBarHeight: Sizes.atLeast(36, Sizes.h(40))
     readonly property int toolBarMargin: Sizes.h(20)
     readonly property real screenshotScaleFactor: image.implicitWidth > 0
         ? Math.min(area.width / image.implicitWidth, area.height / image.implicitHeight) : 1
@@ -21,18 +21,25 @@ FocusScope {
     property bool screenCaptureVisible: false
     property bool allTextBoxVisible: false
 
-    // A picture of the axis is named by the slot of the preview until it is to be read.
+    // A picture of the axis is named by the slot of the preview until it is to be read. The name of a
+    // hit may stand for another picture since a later search: what is read is what is shown.
     function captureRegion() {
-        if (page.ocrImageType === 1) {
-            timeAxis.showBigPicture(VideoPreviewItem.curShowImageSource)
+        if (page.ocrImageType === 1)
             page.ocrImageId = VideoPreviewItem.curShowImageSource
-        }
+        timeAxis.showBigPicture(page.ocrImageId)
         screenCaptureVisible = true
         screenCapture.reset()
         page.searchBoxUsable = false
-        timeAxis.operatingTimeAxis()
-        timeAxis.saveClickImageContentX()
+        keepSlider()
         screenCapture.forceActiveFocus()
+    }
+
+    // One that has left the page stands at a place of the page, no longer on its frame.
+    function keepSlider() {
+        var onItsFrame = timeAxis.sliderShown
+        timeAxis.operatingTimeAxis()
+        if (onItsFrame)
+            timeAxis.saveClickImageContentX()
     }
 
     function leaveRegion() {
@@ -111,7 +118,7 @@ FocusScope {
             anchors.fill: parent
             color: "transparent"
             border.width: 1
-            border.color: Theme.dark ? "#40ffffff" : "#26262626"
+            border.color: Theme.pictureEdge
         }
     }
 
@@ -163,7 +170,7 @@ FocusScope {
         anchors.topMargin: root.toolBarMargin
         visible: root.screenCaptureVisible
         height: root.toolBarHeight
-        radius: 8
+        radius: Sizes.barRadius
         accessibleId: "Button_return"
         text: qsTr("Return")
         font.pixelSize: Sizes.pageFont

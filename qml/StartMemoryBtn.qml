@@ -65,8 +65,8 @@ FocusScope {
             buttonType: "BlueButton"
             text: qsTr("Start")
             focus: true
-            implicitWidth: Math.max(160, Sizes.w(200))
-            implicitHeight: Math.max(40, Sizes.h(44))
+            implicitWidth: Sizes.atLeast(160, Sizes.w(200))
+            implicitHeight: Sizes.atLeast(40, Sizes.h(44))
             font.pixelSize: Sizes.pageFont
             onClicked: root.started()
         }

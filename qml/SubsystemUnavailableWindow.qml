@@ -61,7 +61,7 @@ DialogWindow {
 
         Row {
             anchors.right: parent.right
-            spacing: 12
+            spacing: Sizes.buttonGap
 
             PushButton {
                 accessibleId: "Button_cancel"

@@ -9,7 +9,7 @@ PopupMenu {
     signal selectAllChosen
 
     accessibleId: "Menu_text"
-    entryWidth: 110
+    entryWidth: 110 - leftPadding - rightPadding
 
     MenuEntry {
         accessibleId: "MenuItem_copy"

@@ -17,7 +17,7 @@ Item {
     readonly property int timeAxisHeight: Sizes.h(8)
     readonly property int timeAxisBackHeight: Sizes.h(16)
     readonly property int barTop: Sizes.h(28)
-    readonly property int iconSize: Sizes.w(24)
+    readonly property int iconSize: Sizes.appIcon
     readonly property int listViewWidth: Math.round(width - 100 * Sizes.widthScaleFactor)
     readonly property real listViewLeftMargin: (width - listViewWidth) / 2
     readonly property real moveSpace: listViewWidth / 14
@@ -69,12 +69,6 @@ Item {
         showCurShowImageByPos()
     }
 
-    function dragIndicator(position) {
-        operatingTimeAxis()
-        curShowImgId += 1
-        dragTo(position)
-    }
-
     function hoverAt(position) {
         hover.hoverAt(position)
     }
@@ -93,10 +87,14 @@ Item {
     }
 
     function stepIndicator(frames) {
-        var content = Math.max(0, Math.min(contentWidth - 1, indicatorContentX() + frames * 8))
+        putIndicator(indicatorContentX() + frames * Sizes.axisFrame)
+    }
+
+    function putIndicator(position) {
+        var content = Math.max(0, Math.min(contentWidth - 1, position))
         if (content < contentX || content > contentX + listViewWidth)
             scroll.scrollTo(content - listViewWidth / 2)
-        dragIndicator(content - contentX + listViewLeftMargin)
+        clickAt(content - contentX + listViewLeftMargin)
     }
 
     // From a pixel to a frame
@@ -158,20 +156,24 @@ Item {
 
     function saveClickImageContentX() {
         clickImageFlickableContentX = indicatorContentX()
+        growth.saveFrame()
     }
 
     // Moving
 
     function wheelTimeAxis(delta) {
         scroll.wheelTimeAxis(delta)
+        pointer.hoverAgain()
     }
 
     function lastPage() {
         scroll.lastPage()
+        pointer.hoverAgain()
     }
 
     function nextPage() {
         scroll.nextPage()
+        pointer.hoverAgain()
     }
 
     function setListViewContentXByImageInfo(dateIndex, frameLengthOfDay) {
@@ -251,6 +253,7 @@ Item {
     }
 
     AxisPointer {
+        id: pointer
         y: root.barTop - (root.timeAxisBackHeight - root.timeAxisHeight) / 2
         width: root.width
         height: root.height - y
@@ -274,13 +277,16 @@ Item {
     AxisSlider {
         id: slider
         shown: root.sliderShown
+        share: root.contentWidth > 0
+               ? Math.max(0, Math.min(1, root.indicatorContentX() / root.contentWidth)) : 0
         barTop: root.barTop
         barHeight: root.timeAxisHeight
-        onDragged: root.dragIndicator(position)
+        onDragged: root.clickAt(position)
         onPillEntered: root.showMinPreviewImageByPos(position)
         onPillLeft: hover.hidePreview()
         upIndicator.onWidthChanged: growth.placeIndicator()
         onStepped: root.stepIndicator(frames)
+        onShareChosen: root.putIndicator(chosen * root.contentWidth)
     }
 
     TurnPageButton {

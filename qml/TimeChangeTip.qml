@@ -9,8 +9,9 @@ DialogWindow {
     property QtObject timeAxis
 
     signal done
+    signal deleted
 
-    width: Sizes.w(452)
+    width: Math.max(Sizes.w(452), Math.ceil(buttons.width) + 2 * Sizes.dialogMargin)
     height: content.height + 2 * Sizes.dialogMargin
     title: qsTr("Detected that the system time has been changed")
     firstFocus: adjustTime
@@ -19,6 +20,7 @@ DialogWindow {
         VideoInfo.deleteHistory()
         timeAxis.isDeleteAllData = true
         done()
+        deleted()
     }
 
     function adjust() {
@@ -82,8 +84,9 @@ DialogWindow {
         }
 
         Row {
+            id: buttons
             anchors.right: parent.right
-            spacing: 12
+            spacing: Sizes.buttonGap
 
             PushButton {
                 accessibleId: "Button_deleteHistory"

@@ -1,5 +1,6 @@
 // The window's own title bar: icon and title, menu, minimise, close.
 import QtQuick 2.12
+import QtQuick.Templates 2.12 as T
 import "basecomponent"
 
 Item {
@@ -46,6 +47,8 @@ Item {
 
                 x: (menuButton.width - width) / 2
                 y: menuButton.height + 4
+                // The button closes it itself; a press on it that closes would open it again.
+                closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutsideParent
                 onAboutToShow: opener = menuButton.visualFocus ? Qt.TabFocusReason
                                                                : Qt.PopupFocusReason
                 onClosed: menuButton.forceActiveFocus(opener) // else the focus is nowhere

@@ -5,7 +5,7 @@ import "basecomponent"
 ButtonItem {
     id: root
 
-    iconSize: Math.max(Sizes.smallIcon, Sizes.w(20))
+    iconSize: Sizes.atLeast(Sizes.smallIcon, Sizes.w(20))
     enabled: iconOpacity === 1
     implicitWidth: Sizes.w(40)
     implicitHeight: Sizes.h(40)

@@ -11,7 +11,7 @@ Item {
     readonly property int screenWidth: Screen.width
     readonly property int screenHeight: Screen.height
     property real screenScale: 1
-    readonly property real appIconWidth: 24 * widthScaleFactor
+    readonly property real appIconWidth: Sizes.appIconWidth
 
     property int ocrImageType: 0
     property string ocrImageId
@@ -122,7 +122,6 @@ Item {
     SearchBackground {
         anchors.fill: parent
         visible: root.searching
-        themeType: root.themeType
         onClicked: searchBox.leave()
     }
 
@@ -153,5 +152,6 @@ Item {
     AppInfoPage {
         page: root
         timeAxis: previewPage.timeAxis
+        onHistoryDeleted: searchBox.forget()
     }
 }

@@ -36,7 +36,7 @@ T.RadioButton {
             width: 6
             height: 6
             radius: 3
-            color: "#ffffff"
+            color: Theme.radioDot
             visible: root.checked
         }
 

@@ -61,8 +61,7 @@ Window {
         radius: Theme.style.compositing ? Sizes.dialogRadius : 0
         color: Theme.window
         border.width: 1
-        // Without a compositor nothing lies below that a translucent line could let through.
-        border.color: Theme.style.compositing ? (Theme.dark ? "#33ffffff" : "#26262626") : Theme.mid
+        border.color: Theme.dialogEdge
     }
 
     MouseArea {

@@ -22,18 +22,32 @@ QtObject {
     readonly property int dialogFont: fontBase
     readonly property int headingFont: Math.round(fontBase * 1.15)
 
+    // The axis counts frames as the reader behind it does, in every window alike.
+    readonly property int axisFrame: 8
+    readonly property int axisGap: 8
+
     readonly property int titleBarHeight: 40
     readonly property int titleBarButtonWidth: 32
     readonly property int titleBarIcon: 24
     readonly property int buttonHeight: 36
     readonly property int smallIcon: 16
+    readonly property real appIconWidth: 24 * widthScaleFactor
+    readonly property int appIcon: Math.round(appIconWidth)
     readonly property int gap: 8
     readonly property int margin: 16
     readonly property int dialogMargin: 24
+    readonly property int buttonGap: 12
     readonly property int dialogRadius: 12
+    readonly property int cardRadius: 12
+    readonly property int barRadius: 8
     readonly property int controlRadius: 6
     readonly property int toolTipDelay: 1000
     readonly property int toolTipTimeout: 5000
+
+    /// A scaled length that in small windows stays large enough to be hit and read.
+    function atLeast(least, scaled) {
+        return Math.max(least, scaled)
+    }
 
     function w(designPixels) {
         return Math.round(designPixels * widthScaleFactor)

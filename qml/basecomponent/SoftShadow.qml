@@ -4,7 +4,7 @@ import QtQuick 2.12
 Item {
     id: root
 
-    property int radius: 12
+    property int radius: Sizes.cardRadius
     property int verticalOffset: 8
     property int spread: 12
 
@@ -19,8 +19,8 @@ Item {
             width: root.width + 2 * grow
             height: root.height + 2 * grow
             radius: root.radius + grow
-            color: "#000000"
-            opacity: Theme.dark ? 0.05 : 0.022
+            color: Theme.shadow
+            opacity: Theme.shadowOpacity
         }
     }
 }

@@ -17,6 +17,7 @@ private Q_SLOTS:
     void everyNodeOfTheTreeHasANameAndARole();
     void tabWalksThroughThePage();
     void focusIsVisible();
+    void sliderTellsAndTakesItsPlace();
     void searchAndRegionToo_data();
     void searchAndRegionToo();
 
@@ -114,10 +115,11 @@ void AccessibilityTest::openDays(PagesFixture *pages)
 void AccessibilityTest::openEverything(PagesFixture *pages)
 {
     openDays(pages);
+    pages->showDialog("Button_deleteAllData"); // with the settings
     for (const char *flag : dialogFlags) {
         pages->root()->setProperty(flag, true);
     }
-    QCOMPARE(shownWindows().size(), 6);
+    QCOMPARE(shownWindows().size(), 7);
 }
 
 void AccessibilityTest::everyControlIsNamed()
@@ -135,7 +137,7 @@ void AccessibilityTest::everyControlIsNamed()
             ++count;
         }
     }
-    QCOMPARE(count, 26); // 10 on the page; 7, 1, 4, 2 and 2 in the dialogs
+    QCOMPARE(count, 28); // 10 on the page; 7, 2, 1, 4, 2 and 2 in the dialogs
 }
 
 void AccessibilityTest::namesAreUniqueInAWindow()
@@ -195,6 +197,42 @@ void AccessibilityTest::focusIsVisible()
         pages.view.requestActivate();
         QTRY_COMPARE(QGuiApplication::focusWindow(), &pages.view);
     }
+}
+
+void AccessibilityTest::sliderTellsAndTakesItsPlace()
+{
+    PagesFixture pages;
+    openDays(&pages);
+    QTest::mouseClick(&pages.view, Qt::LeftButton, {}, pages.onAxis(700));
+    QQuickItem *slider =
+        PagesFixture::control(QStringLiteral("tavel-ai-yestermark_Slider_timeAxis"));
+    QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(slider);
+    QAccessibleValueInterface *value = accessible->valueInterface();
+    QVERIFY(value);
+    const auto share = [&pages] {
+        return (pages.axis("contentX").toReal() + pages.indicator()) /
+               pages.axis("contentWidth").toReal();
+    };
+    QCOMPARE(share(), 800 / pages.axis("contentWidth").toReal());
+    QCOMPARE(value->currentValue().toReal(), share());
+    QCOMPARE(value->minimumValue().toReal(), 0.0);
+    QCOMPARE(value->maximumValue().toReal(), 1.0);
+    pages.calls.take();
+    for (qreal wanted : {0.25, 0.75}) {
+        value->setCurrentValue(wanted);
+        QVERIFY(pages.calls.take().value(0).startsWith(QLatin1String("showCurShowImageItem(")));
+        QVERIFY(qAbs(share() - wanted) < 0.001);
+        QCOMPARE(value->currentValue().toReal(), share());
+    }
+    const qreal before = pages.indicator();
+    accessible->actionInterface()->doAction(QAccessibleActionInterface::increaseAction());
+    QCOMPARE(pages.indicator(), before + 8); // a frame
+    accessible->actionInterface()->doAction(QAccessibleActionInterface::decreaseAction());
+    QCOMPARE(pages.indicator(), before);
+    pages.callAxis("lastPage"); // and it goes on to tell
+    QVERIFY(!pages.axis("sliderShown").toBool() || value->currentValue().toReal() == share());
+    QTest::mouseClick(&pages.view, Qt::LeftButton, {}, pages.onAxis(300));
+    QCOMPARE(value->currentValue().toReal(), share());
 }
 
 void AccessibilityTest::searchAndRegionToo_data()

@@ -18,6 +18,8 @@ private Q_SLOTS:
     void wheelMovesBySteps();
     void smallTurnsOfATouchpadAddUp();
     void wheelLoadsOlderDaysNearTheBeginning();
+    void movesTellARestingPointerWhatIsUnderIt_data();
+    void movesTellARestingPointerWhatIsUnderIt();
     void olderDaysLeaveTheViewWhereItIs();
     void olderDaysLeaveTheRunsInView();
     void runsArePreparedOutOfView();
@@ -40,6 +42,7 @@ private Q_SLOTS:
     void everyPixelFindsItsDay();
     void everyPixelFindsItsBar();
     void windowMayChangeItsSize();
+    void sliderStaysOnItsFrameAtEverySize();
     void manyDaysScrollToTheirBeginning();
 };
 
@@ -58,6 +61,18 @@ void turnWheel(PagesFixture *pages, int delta)
     QWheelEvent event(at, pages->view.mapToGlobal(at), QPoint(), QPoint(0, delta), Qt::NoButton,
                       Qt::NoModifier, Qt::NoScrollPhase, false);
     QCoreApplication::sendEvent(&pages->view, &event);
+}
+
+/// The last preview that was asked for, without the number of its picture.
+QString lastPreview(PagesFixture *pages)
+{
+    QString found;
+    for (const QString &call : pages->calls.take()) {
+        if (call.startsWith(QLatin1String("showPreviewImageItem("))) {
+            found = call.section(QLatin1Char(','), 0, -2);
+        }
+    }
+    return found;
 }
 
 void openDays(PagesFixture *pages, int count)
@@ -149,6 +164,46 @@ void AxisMoveTest::wheelLoadsOlderDaysNearTheBeginning()
     turnWheel(&pages, 120);
     QVERIFY(pages.calls.take().contains(QStringLiteral("showPreDayAppData()")));
     QCOMPARE(contentX(pages), 1691.0); // there was none
+}
+
+void AxisMoveTest::movesTellARestingPointerWhatIsUnderIt_data()
+{
+    QTest::addColumn<QByteArray>("move");
+    QTest::addColumn<int>("row");
+    QTest::addColumn<int>("back");
+    QTest::addColumn<int>("older");
+    QTest::newRow("wheel") << QByteArray("wheel") << 5 << 130 << 0;
+    QTest::newRow("wheel into older days") << QByteArray("wheel") << 1 << 130 << 1;
+    QTest::newRow("page") << QByteArray("lastPage") << 5 << 1820 << 0;
+    QTest::newRow("page into older days") << QByteArray("lastPage") << 2 << 1820 << 1;
+    QTest::newRow("page on") << QByteArray("nextPage") << 5 << -1820 << 0;
+}
+
+void AxisMoveTest::movesTellARestingPointerWhatIsUnderIt()
+{
+    QFETCH(QByteArray, move);
+    QFETCH(int, row);
+    QFETCH(int, back);
+    QFETCH(int, older);
+    PagesFixture pages;
+    pages.videoInfo.olderDays = {dayAgo(9, day)};
+    openDays(&pages, 8);
+    const int inThirdRun = 240 + 8 + 16 + 8 + 50; // where the move brings the pointer
+    const qreal under = pages.callAxis("getPreviousDayAppWidth", {row}).toReal() + inThirdRun;
+    pages.timeAxis()->setProperty("contentX", under + back - 900);
+    QTest::mouseClick(&pages.view, Qt::LeftButton, {}, pages.onAxis(1500)); // the slider is apart
+    pages.hover(pages.onAxis(900));
+    pages.calls.take();
+    if (move == "wheel") {
+        turnWheel(&pages, 120);
+    } else {
+        pages.callAxis(move);
+    }
+    QCOMPARE(pages.videoInfo.days.size(), 8 + older);
+    QCOMPARE(lastPreview(&pages),
+             QStringLiteral("showPreviewImageItem(%1, 2, 50").arg(row + older));
+    QVERIFY(pages.axis("previewImgVisible").toBool());
+    QCOMPARE(pages.axis("globalMouseX").toReal(), 950.0); // the popup stays where the pointer is
 }
 
 void AxisMoveTest::olderDaysLeaveTheViewWhereItIs()
@@ -569,6 +624,38 @@ void AxisMoveTest::windowMayChangeItsSize()
     QCOMPARE(pages.indicator() + contentX(pages), frame);
     QVERIFY(contentX(pages) <= maxContentX(pages));
     QCOMPARE(pages.warnings(), QStringList());
+}
+
+// Dates grow with the window and runs do not, so the content's pixels stand for other frames.
+void AxisMoveTest::sliderStaysOnItsFrameAtEverySize()
+{
+    PagesFixture pages;
+    for (int i = 11; i >= 0; --i) {
+        pages.videoInfo.appendDay(dayAgo(i, day));
+    }
+    QVERIFY(pages.show(QSize(1200, 700)));
+    pages.calls.take();
+    QTest::mouseClick(&pages.view, Qt::LeftButton, {}, pages.onAxis(300));
+    pages.hover(QPoint(300, 600));
+    const auto frame = [&pages] { // its day and its place in the day
+        const QStringList calls = pages.calls.take();
+        const QStringList shown = calls.filter(QStringLiteral("showCurShowImageItem("));
+        return shown.value(0).section(QLatin1Char(','), 0, 1);
+    };
+    const QString put = frame();
+    QVERIFY(!put.isEmpty());
+    const qreal width = pages.axis("contentWidth").toReal();
+    for (const QSize &size : {QSize(1920, 1034), QSize(1200, 700)}) {
+        pages.view.resize(size);
+        QTRY_COMPARE(pages.root()->width(), qreal(size.width()));
+        QTRY_COMPARE(pages.axis("contentWidth").toReal() > width, size.width() == 1920);
+        QTRY_VERIFY(pages.axis("sliderShown").toBool());
+        pages.calls.take();
+        const qreal margin = pages.axis("listViewLeftMargin").toReal();
+        pages.callAxis("showCurShowImageAt", {pages.indicator() + contentX(pages)});
+        QCOMPARE(frame(), put);
+        QVERIFY(pages.indicator() >= 0 && pages.indicator() + margin <= size.width());
+    }
 }
 
 void AxisMoveTest::manyDaysScrollToTheirBeginning()

@@ -307,7 +307,12 @@ void AxisPointerTest::pillIsDragged()
     QQuickItem *pill = PagesFixture::control(QStringLiteral("tavel-ai-yestermark_Slider_timeAxis"));
     QVERIFY(pill);
     QCOMPARE(QSizeF(pill->width(), pill->height()), QSizeF(8, 24));
+    QTest::mouseClick(&pages.view, Qt::LeftButton, {}, pages.onAxis(date + 100));
+    pages.hover(QPoint(300, 900));
+    pages.hover(PagesFixture::centreOf(pill));
+    QTRY_VERIFY(pages.axis("previewImgVisible").toBool());
     QTest::mousePress(&pages.view, Qt::LeftButton, {}, PagesFixture::centreOf(pill));
+    QVERIFY(!pages.axis("previewImgVisible").toBool()); // else it would travel along
     pages.calls.take();
     const int id = pages.axis("curShowImgId").toInt();
     pages.hover(pages.onAxis(date + 500));
@@ -315,7 +320,11 @@ void AxisPointerTest::pillIsDragged()
     QCOMPARE(pages.indicator(), date + 500);
     auto *handle = pages.axis("upIndicator").value<QQuickItem *>();
     QCOMPARE(pill->x() + 4, handle->x() + handle->width() / 2); // both share one position
-    QTest::mouseRelease(&pages.view, Qt::LeftButton, {}, pages.onAxis(date + 500));
+    QVERIFY(!pages.axis("previewImgVisible").toBool());
+    pages.hover(pages.onAxis(date + 502)); // so little that the pointer is on the pill again
+    QTRY_COMPARE(pages.indicator(), date + 502);
+    QVERIFY(!pages.axis("previewImgVisible").toBool());
+    QTest::mouseRelease(&pages.view, Qt::LeftButton, {}, pages.onAxis(date + 502));
 }
 
 void AxisPointerTest::pillShowsThePreviewUnderThePointer()

@@ -16,6 +16,7 @@ class DesignTest : public QObject
 private Q_SLOTS:
     void rootPropertiesAtTheStart();
     void barsOfTheAxis();
+    void barsAndFramesCanBeSeenInTheDark();
     void daysOfTheAxis();
     void iconsOfBarsAreOfTheThemeOrFiles();
     void pageButtonsShowTheirIcons();
@@ -113,7 +114,7 @@ QQuickWindow *openDialog(PagesFixture *pages, const char *flag, const char *titl
         return nullptr;
     }
     pages->calls.take();
-    pages->root()->setProperty(flag, true);
+    pages->showDialog(flag);
     QQuickWindow *dialog = PagesFixture::dialog(QLatin1String(title));
     const bool isShown = dialog && QTest::qWaitForWindowExposed(dialog, 20000) &&
                          QTest::qWaitForWindowActive(dialog, 20000);
@@ -164,6 +165,22 @@ void DesignTest::barsOfTheAxis()
     QTRY_COMPARE(bar->opacity(), 1.0);
     QQuickItem *pill = control("Slider_timeAxis");
     QCOMPARE(colorOf(bar), colorOf(rectanglesOf(pill).first())); // the highlight's
+}
+
+void DesignTest::barsAndFramesCanBeSeenInTheDark()
+{
+    PagesFixture pages;
+    pages.videoInfo.dark = true;
+    pages.videoInfo.appendDay(dayAgo(0, {30, 100}));
+    QVERIFY(pages.show());
+    QQuickItem *bar = rectanglesOf(itemOf(pages.root(), "AppBar")).first();
+    QCOMPARE(colorOf(bar), QColor("#ffffff"));
+    QCOMPARE(bar->opacity(), 0.25);
+    pages.hover(QPoint(300, 900)); // a pointer that stays where it was tells nothing
+    pages.hover(pages.onAxis(pages.callAxis("getPreviousDayAppWidth", {0}).toReal() + 100));
+    QTRY_VERIFY(itemOf(pages.root(), "PreviewImage"));
+    QQuickItem *frame = rectanglesOf(itemOf(pages.root(), "PreviewImage")).first();
+    QCOMPARE(borderOf(frame), QColor("#1affffff"));
 }
 
 void DesignTest::daysOfTheAxis()
@@ -373,6 +390,7 @@ void DesignTest::dialogFrames_data()
     QTest::addColumn<QByteArray>("flag");
     QTest::addColumn<QByteArray>("title");
     QTest::newRow("settings") << QByteArray("settingsPageVisible") << QByteArray("Settings");
+    QTest::newRow("delete") << QByteArray("Button_deleteAllData") << QByteArray("Delete All Data");
     QTest::newRow("about") << QByteArray("aboutPageVisible") << QByteArray("About");
     QTest::newRow("close") << QByteArray("closeBtnPopUpVisible") << QByteArray(closing);
     QTest::newRow("clock") << QByteArray("timeChangeTipVisible") << QByteArray(timeTip);
@@ -425,6 +443,7 @@ void DesignTest::deletionIsRed()
     QQuickItem *text = textOf(button, QStringLiteral("Delete All Data"));
     QCOMPARE(colorOf(text), QColor("#F3222D"));
     const QPoint centre = PagesFixture::centreOf(button);
+    QTest::mouseMove(dialog, QPoint(2, 2)); // a pointer that stays where it was tells nothing
     QTest::mouseMove(dialog, centre);
     QTRY_COMPARE(colorOf(text), QColor("#E7202B"));
     QTest::mousePress(dialog, Qt::LeftButton, {}, centre);

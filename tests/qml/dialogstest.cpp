@@ -26,6 +26,7 @@ private Q_SLOTS:
     void tabReachesEveryControl();
     void settingsShowTheStoredChoices_data();
     void settingsShowTheStoredChoices();
+    void aChoiceFromOutsideIsShownByTheNextDialog();
     void settingsAreStoredOnConfirm();
     void settingsStoreOnlyAChangedRadio();
     void settingsLeaveAForeignSizeAlone();
@@ -76,6 +77,14 @@ void addDialogs()
                              << QByteArray("AI service unavailable");
 }
 
+// It has no flag: a button of the settings asks for it.
+void addDialogsAndDeletion()
+{
+    addDialogs();
+    QTest::newRow("deletion") << QByteArray("Button_deleteAllData")
+                              << QByteArray("Delete All Data");
+}
+
 QQuickItem *find(const char *name)
 {
     return PagesFixture::control(QLatin1String("tavel-ai-yestermark_") + QLatin1String(name));
@@ -93,7 +102,7 @@ QQuickWindow *DialogsTest::open(PagesFixture *pages, const char *flag, const cha
         return nullptr;
     }
     pages->calls.take();
-    pages->root()->setProperty(flag, true);
+    pages->showDialog(flag);
     QQuickWindow *dialog = PagesFixture::dialog(QLatin1String(title));
     if (!dialog || !QTest::qWaitForWindowExposed(dialog, 20000) ||
         !QTest::qWaitForWindowActive(dialog, 20000)) {
@@ -146,7 +155,7 @@ void DialogsTest::texts()
 
 void DialogsTest::areModalAndFrameless_data()
 {
-    addDialogs();
+    addDialogsAndDeletion();
 }
 
 void DialogsTest::areModalAndFrameless()
@@ -215,7 +224,7 @@ void DialogsTest::escapeCloses()
 
 void DialogsTest::closeRequestsOfTheDesktopClose_data()
 {
-    addDialogs();
+    addDialogsAndDeletion();
 }
 
 void DialogsTest::closeRequestsOfTheDesktopClose()
@@ -233,7 +242,7 @@ void DialogsTest::closeRequestsOfTheDesktopClose()
 
 void DialogsTest::stripMovesTheDialog_data()
 {
-    addDialogs();
+    addDialogsAndDeletion();
 }
 
 void DialogsTest::stripMovesTheDialog()
@@ -258,7 +267,7 @@ void DialogsTest::stripMovesTheDialog()
 
 void DialogsTest::tabReachesEveryControl_data()
 {
-    addDialogs();
+    addDialogsAndDeletion();
 }
 
 void DialogsTest::tabReachesEveryControl()
@@ -312,6 +321,19 @@ void DialogsTest::settingsShowTheStoredChoices()
     QCOMPARE(find("ComboBox_maxSpace")->property("model").toStringList(),
              QStringList({"5GB", "10GB", "15GB"}));
     QCOMPARE(find("Button_closeDialog")->property("toolTip").toString(), QStringLiteral("close"));
+}
+
+void DialogsTest::aChoiceFromOutsideIsShownByTheNextDialog()
+{
+    PagesFixture pages;
+    QVERIFY(pages.show());
+    pages.titleBar.minimizeOnClose = false;
+    Q_EMIT pages.titleBar.closeWindowOptionChanged(QStringLiteral("exit"));
+    QVERIFY(open(&pages, "settingsPageVisible", "Settings"));
+    QVERIFY(isChecked("RadioButton_exit"));
+    PagesFixture::click(find("RadioButton_minimize"));
+    PagesFixture::click(find("Button_confirm"));
+    QCOMPARE(pages.calls.take().value(0), QStringLiteral("setCloseWindowOption(true)"));
 }
 
 void DialogsTest::settingsAreStoredOnConfirm()

@@ -137,6 +137,20 @@ QQuickItem *PagesFixture::control(const QString &accessibleName)
     return found;
 }
 
+void PagesFixture::showDialog(const QByteArray &flagOrButton)
+{
+    if (!flagOrButton.startsWith("Button_")) {
+        root()->setProperty(flagOrButton, true);
+        return;
+    }
+    root()->setProperty("settingsPageVisible", true);
+    QQuickItem *button =
+        control(QLatin1String("tavel-ai-yestermark_") + QLatin1String(flagOrButton));
+    if (button && QTest::qWaitForWindowExposed(button->window(), 20000)) { // it is laid out
+        click(button);
+    }
+}
+
 QQuickWindow *PagesFixture::dialog(const QString &title)
 {
     for (QWindow *window : QGuiApplication::allWindows()) {

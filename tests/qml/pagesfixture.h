@@ -46,6 +46,9 @@ public:
     /// The first shown item with that accessible name, in any window; null if there is none.
     static QQuickItem *control(const QString &accessibleName);
 
+    /// Brings a dialog up: by its flag at the root page, or by a button of the settings.
+    void showDialog(const QByteArray &flagOrButton);
+
     /// The shown dialog with that title; null if there is none.
     static QQuickWindow *dialog(const QString &title);
 

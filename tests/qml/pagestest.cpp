@@ -26,6 +26,7 @@ private Q_SLOTS:
     void startButtonStartsInOrder();
     void titleBarButtons();
     void menuEntries();
+    void menuButtonClosesTheMenu();
     void menuByKeyboard_data();
     void menuByKeyboard();
     void menuByKeyboardWhereThePointerRests();
@@ -64,6 +65,34 @@ bool isWithin(QQuickItem *item, const QSize &size)
 {
     const QRectF rect = item->mapRectToScene(item->boundingRect());
     return QRectF(QPointF(0, 0), size).adjusted(-1, -1, 1, 1).contains(rect);
+}
+
+bool isDrawn(QQuickItem *item)
+{
+    return item->inherits("QQuickText") || item->inherits("QQuickButton");
+}
+
+QStringList cutBy(QQuickWindow *dialog)
+{
+    QStringList cut;
+    PagesFixture::visit(dialog->contentItem(), [&](QQuickItem *item) {
+        if (isDrawn(item) && !isWithin(item, dialog->size())) {
+            cut.append(item->property("text").toString());
+        }
+    });
+    return cut;
+}
+
+void checkDialogs(PagesFixture *pages)
+{
+    for (const DialogFlag &each : dialogs) {
+        pages->showDialog(each.flag);
+        QQuickWindow *dialog = PagesFixture::dialog(QLatin1String(each.title));
+        QVERIFY2(dialog, each.title);
+        QVERIFY(QTest::qWaitForWindowExposed(dialog));
+        QTRY_COMPARE(cutBy(dialog), QStringList()); // texts are laid out late
+        pages->root()->setProperty(each.flag, false);
+    }
 }
 
 void keepPicture(QQuickWindow *window, const QString &name)
@@ -251,14 +280,16 @@ void PagesTest::keepsToTheWindow()
         QCOMPARE(pages.root()->property("appIconWidth").toReal(),
                  24 * shown.width() / 1920.0 * ratio);
         PagesFixture::visit(pages.root(), [&](QQuickItem *item) {
-            const bool drawn = item->inherits("QQuickText") || item->inherits("QQuickButton");
-            if (drawn && !item->parentItem()->inherits("QQuickListView")) {
+            if (isDrawn(item) && !item->parentItem()->inherits("QQuickListView")) {
                 const QString what = QLatin1String(item->metaObject()->className()) +
                                      item->property("text").toString();
                 // Days run out of the window on the left.
                 QVERIFY2(isWithin(item, shown) || what.contains(QChar(0xb7)), qPrintable(what));
             }
         });
+        if (!start && !qEnvironmentVariableIsSet("QT_SCALE_FACTOR")) { // that halves them too
+            checkDialogs(&pages);
+        }
         if (start) {
             keepPicture(&pages.view,
                         QStringLiteral("%1x%2-start").arg(size.width()).arg(size.height()));
@@ -365,6 +396,23 @@ void PagesTest::menuEntries()
     pages.root()->setProperty("aboutPageVisible", false);
     choose("exit");
     QVERIFY(pages.root()->property("closeBtnPopUpVisible").toBool());
+}
+
+void PagesTest::menuButtonClosesTheMenu()
+{
+    PagesFixture pages;
+    QVERIFY(pages.show());
+    QQuickItem *button = control("Button_menu");
+    for (int round = 0; round < 2; ++round) {
+        PagesFixture::click(button);
+        QTRY_VERIFY(control("MenuItem_exit"));
+        PagesFixture::click(button);
+        QTRY_VERIFY(!control("MenuItem_exit"));
+    }
+    PagesFixture::click(button);
+    QTRY_VERIFY(control("MenuItem_exit"));
+    QTest::mouseClick(&pages.view, Qt::LeftButton, {}, QPoint(300, 900));
+    QTRY_VERIFY(!control("MenuItem_exit")); // and so does any other place
 }
 
 void PagesTest::menuByKeyboard_data()

@@ -55,6 +55,7 @@ private Q_SLOTS:
     void clearButtonClears();
     void returnAndMagnifierSearchAgain();
     void tabsTurnAndAskForTheOtherHits();
+    void theTabOnShowIsUnderlined_data();
     void theTabOnShowIsUnderlined();
     void titlesStandOnlyWithAText();
     void emptyTipNeedsFlagGridAndTab();
@@ -73,9 +74,13 @@ private Q_SLOTS:
     void hitOfADayThatIsNotLoaded();
     void anEqualIdIsLoadedAgain();
     void cardsShowTheirHit();
+    void cardsOfSmallWindowsShowTheirHitToo_data();
+    void cardsOfSmallWindowsShowTheirHitToo();
     void farCardsLetTheirPictureGo();
     void cardColoursFollowThePointer();
     void hitsByKeyboard();
+    void deletionForgetsWhatWasFound_data();
+    void deletionForgetsWhatWasFound();
     void boxIsOutOfUseOnRequest();
     void titleChip();
 };
@@ -427,19 +432,30 @@ void SearchPageTest::tabsTurnAndAskForTheOtherHits()
     QVERIFY(!control("ListItem_imageHit0"));
 }
 
+void SearchPageTest::theTabOnShowIsUnderlined_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::newRow("half") << QSize(960, 517);
+    QTest::newRow("as designed") << QSize(1920, 1034);
+    QTest::newRow("twice") << QSize(3840, 2068);
+}
+
 void SearchPageTest::theTabOnShowIsUnderlined()
 {
+    QFETCH(QSize, size);
     PagesFixture pages;
-    open(&pages);
+    QVERIFY(pages.show(size));
+    QTRY_VERIFY(pages.view.isActive());
     search(&pages);
+    const int thickness = qRound(2 * pages.root()->property("heightScaleFactor").toReal());
     const auto underline = [](const char *tab) {
         auto *background = control(tab)->property("background").value<QQuickItem *>();
         return itemOf(background, "QQuickRectangle");
     };
-    const auto isAlongTheFoot = [](QQuickItem *line) {
+    const auto isAlongTheFoot = [thickness](QQuickItem *line) {
         const QSizeF tab = line->parentItem()->size();
         return QRectF(line->position(), line->size()) ==
-               QRectF(0, tab.height() - 2, tab.width(), 2);
+               QRectF(0, tab.height() - thickness, tab.width(), thickness);
     };
     QVERIFY(underline("PageTab_textMatch") && !underline("PageTab_imageMatch"));
     QVERIFY(isAlongTheFoot(underline("PageTab_textMatch")));
@@ -769,6 +785,39 @@ void SearchPageTest::cardsShowTheirHit()
     QCOMPARE(icon->property("name").toString(), QStringLiteral("application-x-desktop"));
 }
 
+void SearchPageTest::cardsOfSmallWindowsShowTheirHitToo_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::newRow("1366x768") << QSize(1366, 768);
+    QTest::newRow("960x540") << QSize(960, 540);
+}
+
+void SearchPageTest::cardsOfSmallWindowsShowTheirHitToo()
+{
+    QFETCH(QSize, size);
+    PagesFixture pages;
+    QVERIFY(pages.show(size));
+    QTRY_VERIFY(pages.view.isActive());
+    search(&pages);
+    VideoPreviewImageItem hit = hitNumber("textsearch", 0);
+    hit.previewAppName = QStringLiteral("An application with a rather long name");
+    pages.videoInfo.addTextHit(hit);
+    QTRY_VERIFY(control("ListItem_textHit0"));
+    QQuickItem *card = control("ListItem_textHit0");
+    QList<QRectF> places;
+    PagesFixture::visit(card, [&](QQuickItem *item) {
+        if (item->inherits("QQuickText")) {
+            places.append(item->mapRectToItem(card, item->boundingRect()));
+        }
+    });
+    QCOMPARE(places.size(), 2);
+    for (const QRectF &place : qAsConst(places)) {
+        QVERIFY(place.width() > 20);
+        QVERIFY(card->boundingRect().contains(place));
+    }
+    QVERIFY(!places.at(0).intersects(places.at(1)));
+}
+
 void SearchPageTest::farCardsLetTheirPictureGo()
 {
     PagesFixture pages;
@@ -833,6 +882,49 @@ void SearchPageTest::hitsByKeyboard()
     QTest::keyClick(&pages.view, Qt::Key_Return);
     QCOMPARE(pages.root()->property("ocrImageId").toString(),
              hitNumber("textsearch", 30).videoPreviewImageSource);
+}
+
+void SearchPageTest::deletionForgetsWhatWasFound_data()
+{
+    QTest::addColumn<bool>("onRequest");
+    QTest::newRow("of all data") << true;
+    QTest::newRow("where the clock was set back") << false;
+}
+
+void SearchPageTest::deletionForgetsWhatWasFound()
+{
+    QFETCH(bool, onRequest);
+    PagesFixture pages;
+    open(&pages);
+    search(&pages);
+    addTextHits(&pages, 3);
+    QTRY_VERIFY(control("ListItem_textHit2"));
+    QTest::keyClick(&pages.view, Qt::Key_Escape);
+    pages.calls.take();
+    if (onRequest) {
+        pages.showDialog("Button_deleteAllData");
+        QQuickWindow *question = PagesFixture::dialog(QStringLiteral("Delete All Data"));
+        QVERIFY(question && QTest::qWaitForWindowExposed(question, 20000));
+        PagesFixture::click(firstOf(question->contentItem(), [](QQuickItem *item) {
+            return item->property("accessibleId").toString() == QLatin1String("Button_confirm");
+        }));
+        pages.root()->setProperty("settingsPageVisible", false);
+    } else {
+        pages.showDialog("timeChangeTipVisible");
+        QQuickItem *button = control("Button_deleteHistory");
+        QVERIFY(button && QTest::qWaitForWindowExposed(button->window(), 20000));
+        PagesFixture::click(button);
+    }
+    const QStringList calls = pages.calls.take();
+    QCOMPARE(calls.first(),
+             onRequest ? QStringLiteral("clearUserData(4)") : QStringLiteral("deleteHistory()"));
+    QCOMPARE(calls.last(), QStringLiteral("clearSearchTaskAndResult()"));
+
+    PagesFixture::click(box());
+    QVERIFY(pageOfHits(&pages));
+    QVERIFY(!control("ListItem_textHit0"));
+    // Nothing more of the former search is asked for either.
+    QVERIFY(!pages.calls.take().join(QLatin1Char(' ')).contains(QLatin1String("(ab)")));
 }
 
 void SearchPageTest::boxIsOutOfUseOnRequest()

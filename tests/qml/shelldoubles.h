@@ -25,6 +25,9 @@ public:
         m_record->add(QStringLiteral("setCloseWindowOption"), {minimize});
     }
 
+Q_SIGNALS:
+    void closeWindowOptionChanged(QString option);
+
 private:
     CallRecord *m_record;
 };
