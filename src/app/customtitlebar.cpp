@@ -34,7 +34,11 @@ bool CustomTitleBar::windowVisible()
 
 void CustomTitleBar::setCloseWindowOption(bool isCloseWindowMinimize)
 {
-    const QString &option = isCloseWindowMinimize ? m_minimizeOption : m_exitOption;
+    updateCloseWindowOption(isCloseWindowMinimize ? m_minimizeOption : m_exitOption);
+}
+
+void CustomTitleBar::updateCloseWindowOption(const QString &option)
+{
     if (option != m_closeWindowOption) {
         m_closeWindowOption = option;
         Q_EMIT closeWindowOptionChanged(m_closeWindowOption);

@@ -24,6 +24,9 @@ public:
     Q_INVOKABLE void setCloseWindowOption(bool isCloseWindowMinimize);
     Q_INVOKABLE bool isCloseWindowMinimize();
 
+    /// Takes over what the settings hold, as does the constructor.
+    void updateCloseWindowOption(const QString &option);
+
 Q_SIGNALS:
     void programExit();
     void closeWindowOptionChanged(QString closeWindowOption);

@@ -32,6 +32,8 @@ int passOn(QtSingleApplication *application)
 
 int main(int argc, char **argv)
 {
+    // Frames and rows have to lie below the same folder: the ceiling looks for both in ~/.cache.
+    qunsetenv("XDG_CACHE_HOME");
     initVeskLog4qt(QStringLiteral("tavel-ai-yestermark"));
     ::umask(0077); // what is recorded is nobody else's to read
     // Not closed: KWin lets the program see and raise windows by its executable.

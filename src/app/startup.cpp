@@ -2,7 +2,7 @@
 
 #include "ai/ocrtextdata.h"
 #include "database/screenshotdata.h"
-#include "database/videopreviewimageitem.h"
+#include "models/videopreviewimageitem.h"
 
 #include <QCoreApplication>
 #include <QDebug>
@@ -44,8 +44,11 @@ void addPrivatePluginPath()
 
 void makeOwnCommandsKnown()
 {
-    qputenv("PATH",
-            qgetenv("PATH") + ':' + QFile::encodeName(QCoreApplication::applicationDirPath()));
+    QByteArray path = qgetenv("PATH");
+    if (!path.isEmpty()) { // an entry without a name would be the working directory
+        path += ':';
+    }
+    qputenv("PATH", path + QFile::encodeName(QCoreApplication::applicationDirPath()));
 }
 
 void chooseRenderer()

@@ -12,8 +12,9 @@ void addPrivatePluginPath();
 /// session's PATH.
 void makeOwnCommandsKnown();
 
-/// Lets pages be drawn without OpenGL where there is none; without this the first window would end
-/// the process. Before the first window.
+/// Lets pages be drawn without OpenGL where there is none, for the first window would end the
+/// process there, and where the processor alone stands behind it, for that costs more. Before the
+/// first window.
 void chooseRenderer();
 
 /// Loads the translation of the system's language and installs it. A missing one is no error.

@@ -18,7 +18,8 @@ class TrayIcon : public QObject
     Q_OBJECT
 
 public:
-    /// @p view outlives this object. Where the desktop has no tray the icon appears when one does.
+    /// @p view outlives this object. Where the desktop has no tray yet, the icon appears when one
+    /// does on X11, and not in this run on Wayland.
     TrayIcon(QQuickView *view, bool isRecording, QObject *parent);
     ~TrayIcon() override;
 

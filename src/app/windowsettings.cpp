@@ -11,6 +11,27 @@
 
 #include <unistd.h>
 
+namespace
+{
+QRect scaled(const QRect &area, qreal factor)
+{
+    return QRectF(QPointF(area.topLeft()) * factor, QSizeF(area.size()) * factor).toRect();
+}
+
+// The toolkit scales a screen's size; its corner stays in device pixels.
+QRect inDevicePixels(const QScreen &screen)
+{
+    return scaled(QRect(QPoint(), screen.size()), screen.devicePixelRatio())
+        .translated(screen.geometry().topLeft());
+}
+
+QRect inLogicalPixels(const QRect &area, const QScreen &screen)
+{
+    const QPoint corner = screen.geometry().topLeft();
+    return scaled(area.translated(-corner), 1 / screen.devicePixelRatio()).translated(corner);
+}
+} // namespace
+
 WindowSettings::WindowSettings(QObject *parent)
     : QObject(parent)
     , m_isWayland(QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
@@ -21,9 +42,23 @@ WindowSettings::WindowSettings(QObject *parent)
     connect(KWindowSystem::self(), &KWindowSystem::workAreaChanged, this,
             &WindowSettings::screenWorkAreaChanged);
     m_otherWindows.emplace(); // KWindowSystem has looked at all windows for that connection
-    // The window manager may tell of a larger area before the toolkit knows the larger screen.
-    connect(QGuiApplication::primaryScreen(), &QScreen::geometryChanged, this,
-            &WindowSettings::screenWorkAreaChanged);
+    followPrimaryScreen();
+    // Queued: of a screen that goes the toolkit tells before it moves the windows to another.
+    connect(
+        qGuiApp, &QGuiApplication::primaryScreenChanged, this,
+        [this] {
+            followPrimaryScreen();
+            screenWorkAreaChanged();
+        },
+        Qt::QueuedConnection);
+}
+
+// The window manager may tell of a larger area before the toolkit knows the larger screen.
+void WindowSettings::followPrimaryScreen()
+{
+    disconnect(m_screenGeometryChanged);
+    m_screenGeometryChanged = connect(QGuiApplication::primaryScreen(), &QScreen::geometryChanged,
+                                      this, &WindowSettings::screenWorkAreaChanged);
 }
 
 void WindowSettings::onWindowAdded(const QVariant &id)
@@ -48,16 +83,17 @@ QList<quint64> WindowSettings::getPanelWindows()
 
 QRect WindowSettings::getWorkArea() const
 {
-    const QRect screen = QGuiApplication::primaryScreen()->geometry();
-    const QRect free = KWindowSystem::workArea(-1);
-    QRegion area(free.isEmpty() ? screen : free.intersected(screen));
+    const QScreen &primary = *QGuiApplication::primaryScreen();
+    const QRect screen = inDevicePixels(primary); // in which panels tell their place
+    const QRect free = scaled(KWindowSystem::workArea(-1), qGuiApp->devicePixelRatio()) & screen;
+    QRegion area(free.isEmpty() ? screen : free);
     for (const quint64 id : m_panelWindows) {
         const KWindowInfo info(id, NET::WMGeometry);
         if (info.valid()) {
             area -= info.geometry();
         }
     }
-    return area.boundingRect();
+    return inLogicalPixels(area.boundingRect(), primary);
 }
 
 void WindowSettings::screenWorkAreaChanged()

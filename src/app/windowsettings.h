@@ -42,6 +42,7 @@ private:
     static QList<quint64> getPanelWindows();
     static QList<QWindow *> windowsOfTitle(const QString &title);
     void onWindowAdded(const QVariant &id);
+    void followPrimaryScreen();
 
     bool m_isWayland;
     QMap<QWindow *, QVariant> m_windowProperties; ///< always empty
@@ -49,4 +50,5 @@ private:
     QList<quint64> m_panelWindows;                ///< docks at the time of construction
     quint64 m_x11WindowId = 0;                    ///< 0 until the window was minimised once
     std::optional<OtherWindows> m_otherWindows;
+    QMetaObject::Connection m_screenGeometryChanged; ///< of the primary screen
 };

@@ -82,6 +82,9 @@ void YestermarkBackend::connectTray()
     connect(m_trayIcon, &TrayIcon::programExit, this, &YestermarkBackend::programExit);
     connect(m_customTitleBar, &CustomTitleBar::closeWindowOptionChanged, this,
             [this](const QString &option) { m_configManager.setCloseWindowOption(option); });
+    // Another program's choice; the title bar's own comes back equal and ends here.
+    connect(&m_configManager, &ConfigManager::closeWindowOptionChanged, m_customTitleBar,
+            &CustomTitleBar::updateCloseWindowOption);
 }
 
 void YestermarkBackend::loadPage()

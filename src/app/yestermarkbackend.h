@@ -63,8 +63,10 @@ private:
     void connectStoredFrames();
     void connectSettings();
 
-    // The order of construction matters: the tracker brings up the stores that the handler asks,
-    // and the page goes before what it shows.
+    // The order of construction matters: the tracker brings up the stores that the handler asks.
+    // At the end m_videoPreviewItem goes before the view and the models, children, after all of
+    // these; so the destructor takes the page down first, and a search that runs has been ended
+    // when the event loop was about to (VideoInfo::deleteSearchThread).
     WindowSettings m_windowSettings;
     ConfigManager m_configManager;
     ScreenHistoryTracker m_screenHistoryTracker;

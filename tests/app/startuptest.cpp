@@ -40,6 +40,7 @@ private Q_SLOTS:
     void aTranslationIsInstalledIfItIsThereOnly();
     void aSignalEndsTheEventLoopWithSuccess_data();
     void aSignalEndsTheEventLoopWithSuccess();
+    void ownCommandsAreFoundBehindTheSessions_data();
     void ownCommandsAreFoundBehindTheSessions();
 };
 
@@ -124,12 +125,29 @@ void TestStartup::aSignalEndsTheEventLoopWithSuccess()
              QStringList(QStringLiteral("Interrupt signal ( %1 ) received.").arg(number)));
 }
 
+void TestStartup::ownCommandsAreFoundBehindTheSessions_data()
+{
+    QTest::addColumn<QByteArray>("sessions"); // null: unset
+    QTest::addColumn<QByteArray>("before");
+    QTest::newRow("as it is") << qgetenv("PATH") << qgetenv("PATH") + ':';
+    QTest::newRow("empty") << QByteArray("") << QByteArray();
+    QTest::newRow("unset") << QByteArray() << QByteArray();
+}
+
 void TestStartup::ownCommandsAreFoundBehindTheSessions()
 {
-    const QByteArray before = qgetenv("PATH");
+    QFETCH(QByteArray, sessions);
+    QFETCH(QByteArray, before);
+    const QByteArray path = qgetenv("PATH");
+    if (sessions.isNull()) {
+        qunsetenv("PATH");
+    } else {
+        qputenv("PATH", sessions);
+    }
     makeOwnCommandsKnown();
-    QCOMPARE(qgetenv("PATH"), before + ':' + QCoreApplication::applicationDirPath().toLocal8Bit());
-    qputenv("PATH", before);
+    const QByteArray known = qgetenv("PATH");
+    qputenv("PATH", path);
+    QCOMPARE(known, before + QCoreApplication::applicationDirPath().toLocal8Bit());
 }
 
 int main(int argc, char **argv)

@@ -1,18 +1,8 @@
 #include "windowfixture.h"
 
-#include <QProcess>
+#include "support/commandoutput.h"
 
-namespace
-{
-QString outputOf(const QString &program, const QStringList &arguments)
-{
-    QProcess process;
-    process.start(program, arguments);
-    return process.waitForFinished(10000) && process.exitCode() == 0
-               ? QString::fromUtf8(process.readAllStandardOutput())
-               : QString();
-}
-} // namespace
+#include <QProcess>
 
 bool WindowFixture::input(const QStringList &arguments)
 {
@@ -35,7 +25,5 @@ bool WindowFixture::hasState(const QWindow &window, const QString &atom)
 
 quint64 WindowFixture::activeWindow()
 {
-    return outputOf(QStringLiteral("xdotool"), {QStringLiteral("getactivewindow")})
-        .trimmed()
-        .toULongLong();
+    return outputOf(QStringLiteral("xdotool"), {QStringLiteral("getactivewindow")}).toULongLong();
 }

@@ -1,6 +1,6 @@
 #pragma once
-// What tests of the window share: waiting until the window manager has shown it, and input that
-// comes through the X server as a user's does. Main thread of a test.
+// What tests of the window share: what the window manager tells of it, and input that comes through
+// the X server as a user's does. Main thread of a test.
 
 #include <QPoint>
 #include <QString>

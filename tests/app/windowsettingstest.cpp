@@ -223,7 +223,9 @@ void TestWindowSettings::aMinimisedWindowIsRememberedByItsId()
 void TestWindowSettings::onWaylandNothingHappensBeforeTheWindowIsTold()
 {
     forcedPlatform = QStringLiteral("wayland");
+    backend->addWindow(QStringLiteral("Another program's"), ::getpid() + 1);
     WindowSettings settings;
+    backend->addWindow(QStringLiteral("A later one's"), ::getpid() + 1);
     settings.raiseWindow();
     settings.requestShowMinimized();
     QCOMPARE(backend->requests(), QStringList());
@@ -236,6 +238,7 @@ void TestWindowSettings::onWaylandOnlyOurOwnWindowOfOurTitleCounts()
     backend->addWindow(QStringLiteral("Yestermark"), ::getpid() + 1);
     backend->addWindow(QStringLiteral("About"), ::getpid());
     settings.raiseWindow();
+    settings.requestShowMinimized();
     QCOMPARE(backend->requests(), QStringList());
     const QVariant ours = backend->addWindow(QStringLiteral("Yestermark"), ::getpid());
     backend->addWindow(QStringLiteral("Yestermark"), ::getpid() + 1);

@@ -8,7 +8,6 @@
 #include "app/yestermarkbackend.h"
 #include "capture/capturefixture.h"
 #include "capture/privatemember.h"
-#include "database/databasemanager.h"
 #include "database/fileremoval.h"
 #include "desktopbridge/fake/fakedesktop.h"
 #include "models/videoimageprovider.h"
@@ -33,6 +32,8 @@
 #include <QWidget>
 
 #include <unistd.h>
+
+using CaptureFixture::storeFrameAt;
 
 struct WindowSettingsOfBackend {
     using Type = WindowSettings YestermarkBackend::*;
@@ -146,6 +147,7 @@ private Q_SLOTS:
     void theTrayFollowsTheSetting();
     void theTrayAndTheTitleBarEndTheProgram();
     void theTitleBarsChoiceIsWritten();
+    void aChoiceFromOutsideReachesTitleBarAndPagesAndIsNotWrittenBack();
     void deletedHistoryIsRecordedOn();
     void historyThatCannotBeDeletedLeavesRecordingOff();
     void anAdjustedClockIsPolledByATimerForEachCall();
@@ -153,8 +155,6 @@ private Q_SLOTS:
     void theEndLeavesNoPageWithoutItsObjects();
 
 private:
-    void storeFrameAt(const QDateTime &moment);
-
     std::unique_ptr<ConfigManager> m_settings; // as another program that writes the same keys
     std::unique_ptr<FakeDesktop> m_desktop;
     const QDateTime m_now{QDate(2024, 3, 5), QTime(14, 7, 31)};
@@ -181,18 +181,6 @@ void TestWindowWiring::cleanup()
 {
     FileRemoval::reset();
     FakeClock::reset();
-}
-
-void TestWindowWiring::storeFrameAt(const QDateTime &moment)
-{
-    ScreenShotData row;
-    row.videoName = moment.toString(QStringLiteral("yyyy-MM-dd_hh-mm-ss")) + QLatin1String(".mp4");
-    row.frameIndexOfVideo = 1;
-    row.frameIndexOfDay = 1;
-    row.realTime = moment.toSecsSinceEpoch();
-    row.desktopFilePath = QStringLiteral("/a.desktop");
-    row.ocrText = QLatin1String("");
-    QVERIFY(DatabaseManager::getInstance()->saveScreenShotData(row));
 }
 
 void TestWindowWiring::thePageFindsItsObjectsAndPictures()
@@ -347,7 +335,7 @@ void TestWindowWiring::theStartButtonOfThePageTellsTheTray()
 void TestWindowWiring::theStartButtonWithTheClockBehindTellsNobody()
 {
     Shell shell;
-    storeFrameAt(m_now.addSecs(600));
+    QVERIFY(storeFrameAt(m_now.addSecs(600)));
     QSignalSpy told(shell.tray, &TrayIcon::uiClickStartMemoryBtn);
     QSignalSpy back(&shell.backend, &YestermarkBackend::backInTimeDetected);
     shell.videoInfo->startMemory();
@@ -379,7 +367,7 @@ void TestWindowWiring::aStartFromTheTrayConfirmsThenRecordsThenEnables()
 void TestWindowWiring::aStartFromTheTrayWithTheClockBehindIsRefused()
 {
     Shell shell;
-    storeFrameAt(m_now.addSecs(600));
+    QVERIFY(storeFrameAt(m_now.addSecs(600)));
     shell.tray->setTrayIconToPauseMemory();
     QSignalSpy confirmed(shell.tray, &TrayIcon::startMemory);
     Q_EMIT shell.tray->trayiconRequestToStartMemory();
@@ -428,9 +416,31 @@ void TestWindowWiring::theTitleBarsChoiceIsWritten()
     QCOMPARE(m_settings->getCloseWindowOption(), QStringLiteral("exit"));
 }
 
+void TestWindowWiring::aChoiceFromOutsideReachesTitleBarAndPagesAndIsNotWrittenBack()
+{
+    Shell shell;
+    const QString state = QStringLiteral("curMinimizeBtnCheckedState");
+    const QObject *dialogs = nullptr;
+    for (const QObject *object : shell.view->rootObject()->findChildren<QObject *>()) {
+        dialogs = object->property(qPrintable(state)).isValid() ? object : dialogs;
+    }
+    QVERIFY(dialogs && shell.titleBar->isCloseWindowMinimize());
+    SettingsSpy::clear();
+    for (const QString &option : {QStringLiteral("exit"), QStringLiteral("minimize")}) {
+        const bool isMinimize = option == QLatin1String("minimize");
+        QCOMPARE(QProcess::execute(QStringLiteral("gsettings"),
+                                   {QStringLiteral("set"), QStringLiteral("com.tavel.yestermark"),
+                                    QStringLiteral("close-window-option"), option}),
+                 0);
+        QTRY_COMPARE_WITH_TIMEOUT(shell.titleBar->isCloseWindowMinimize(), isMinimize, waitMs);
+        QCOMPARE(dialogs->property(qPrintable(state)).toBool(), isMinimize);
+    }
+    QCOMPARE(SettingsSpy::writes(), QStringList());
+}
+
 void TestWindowWiring::deletedHistoryIsRecordedOn()
 {
-    storeFrameAt(m_now.addSecs(600)); // what the user is asked about
+    QVERIFY(storeFrameAt(m_now.addSecs(600))); // what the user is asked about
     Shell shell;
     QVERIFY(shell.backend.isBackInTime());
     const LogCapture log;
@@ -443,7 +453,7 @@ void TestWindowWiring::deletedHistoryIsRecordedOn()
 
 void TestWindowWiring::historyThatCannotBeDeletedLeavesRecordingOff()
 {
-    storeFrameAt(m_now);
+    QVERIFY(storeFrameAt(m_now));
     Shell shell;
     FileRemoval::refuse(
         QDir::homePath() + QLatin1String("/.cache/tavel-ai-yestermark/traditional_database/"), 1);

@@ -1,7 +1,6 @@
 // The start with the session: the window stays hidden and everything else is as after any start.
 
 #include "capture/capturefixture.h"
-#include "database/databasemanager.h"
 #include "system/recordedsession.h"
 
 #include <QTest>
@@ -78,13 +77,7 @@ void TestHiddenStart::aSecondStartBringsTheHiddenWindowToTheFront()
 
 void TestHiddenStart::aStoredFrameNewerThanTheClockBringsTheWindowToTheFront()
 {
-    ScreenShotData future;
-    future.videoName = QStringLiteral("2024-03-05_14-07-31.mp4");
-    future.frameIndexOfVideo = 1;
-    future.frameIndexOfDay = 1;
-    future.realTime = QDateTime::currentDateTime().addDays(40).toSecsSinceEpoch();
-    future.ocrText = QLatin1String("");
-    QVERIFY(DatabaseManager::getInstance()->saveScreenShotData(future));
+    QVERIFY(CaptureFixture::storeFrameAt(QDateTime::currentDateTime().addDays(40)));
     QVERIFY(setSetting(QStringLiteral("recording-memory"), QStringLiteral("true")));
     Program program;
     QVERIFY(program.startInFront(hidden()));

@@ -1,6 +1,7 @@
 // The program where no model of the AI runtime can be found: it shows a dialog and ends, and
 // records nothing. It runs as a copy, beside which no models lie.
 
+#include "support/commandoutput.h"
 #include "system/recordedsession.h"
 
 #include <QDir>
@@ -29,14 +30,6 @@ bool press(const QProcess &program, const QString &key)
                                       window, QStringLiteral("key"), key}) == 0;
         },
         20000);
-}
-
-QString outputOf(const QString &command, const QStringList &arguments)
-{
-    QProcess process;
-    process.start(command, arguments);
-    return process.waitForFinished() ? QString::fromUtf8(process.readAllStandardOutput())
-                                     : QString();
 }
 
 /// Whether the process catches this signal.

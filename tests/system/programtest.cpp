@@ -1,7 +1,6 @@
 // The program as a whole, with the real desktop bridge, on an X display with real windows.
 
 #include "capture/capturefixture.h"
-#include "database/databasemanager.h"
 #include "system/recordedsession.h"
 #include "video/videocomposer.h"
 
@@ -9,6 +8,7 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QElapsedTimer>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <csignal>
@@ -33,6 +33,7 @@ private Q_SLOTS:
     void aStartAfterAKillTakesTheSession();
     void aSignalEndsItInOrder_data();
     void aSignalEndsItInOrder();
+    void aSignalBeforeTheEventLoopIsHeeded();
     void realWindowsAreRecordedUnderTheirApplication();
     void aKeyWrittenFromOutsideStartsAndPausesRecording();
     void aStoredFrameNewerThanTheClockSwitchesRecordingOff();
@@ -40,6 +41,7 @@ private Q_SLOTS:
     void withoutTheBridgeTheTimerTakesFrames();
     void theLogHoldsNothingThatStoodOnTheScreen();
     void whatIsWrittenIsForTheUserOnly();
+    void theCacheVariableMovesNothing();
 
 private:
     static bool waitForRows(int count, int milliseconds = 20000);
@@ -149,6 +151,26 @@ void TestProgram::aSignalEndsItInOrder()
     QCOMPARE(filesIn(todayDirectory(), QStringLiteral("*")).size(), 1); // the open batch's video
 }
 
+void TestProgram::aSignalBeforeTheEventLoopIsHeeded()
+{
+    bool isBefore = false;
+    for (int attempt = 0; attempt < 5 && !isBefore; ++attempt) {
+        Program program;
+        program.launch();
+        // The page is loaded behind the first of these lines, the last comes behind that.
+        QVERIFY(program.waitForLog(QStringLiteral("Yestermark storage size changed:")));
+        program.sendSignal(SIGTERM);
+        QVERIFY(program.waitForEnd());
+        QCOMPARE(program.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(program.exitCode(), 0);
+        const int signalled = program.log().indexOf(QStringLiteral("Interrupt signal ( 15 )"));
+        QVERIFY(signalled >= 0);
+        isBefore = signalled < program.log().indexOf(
+                                   QStringLiteral("ScreenHistoryTracker setScreenshotInterval"));
+    }
+    QVERIFY(isBefore);
+}
+
 void TestProgram::realWindowsAreRecordedUnderTheirApplication()
 {
     QVERIFY(setSetting(QStringLiteral("recording-memory"), QStringLiteral("true")));
@@ -187,13 +209,7 @@ void TestProgram::aKeyWrittenFromOutsideStartsAndPausesRecording()
 
 void TestProgram::aStoredFrameNewerThanTheClockSwitchesRecordingOff()
 {
-    ScreenShotData future;
-    future.videoName = QStringLiteral("2024-03-05_14-07-31.mp4");
-    future.frameIndexOfVideo = 1;
-    future.frameIndexOfDay = 1;
-    future.realTime = QDateTime::currentDateTime().addDays(40).toSecsSinceEpoch();
-    future.ocrText = QLatin1String("");
-    QVERIFY(DatabaseManager::getInstance()->saveScreenShotData(future));
+    QVERIFY(CaptureFixture::storeFrameAt(QDateTime::currentDateTime().addDays(40)));
     QVERIFY(setSetting(QStringLiteral("recording-memory"), QStringLiteral("true")));
     const BusyTerminal terminal;
     Program program;
@@ -299,6 +315,22 @@ void TestProgram::whatIsWrittenIsForTheUserOnly()
         QCOMPARE(QFile::permissions(files.next()) & (QFile::ReadGroup | QFile::ReadOther),
                  QFile::Permissions());
     }
+}
+
+// Else the frames would lie where the ceiling does not look.
+void TestProgram::theCacheVariableMovesNothing()
+{
+    const QTemporaryDir elsewhere;
+    const BusyTerminal terminal;
+    QVERIFY(setSetting(QStringLiteral("recording-memory"), QStringLiteral("true")));
+    Program program;
+    program.runUnder({QStringLiteral("env"), QStringLiteral("XDG_CACHE_HOME=") + elsewhere.path()});
+    QVERIFY(program.start());
+    QVERIFY(waitForRows(1));
+    program.sendSignal(SIGTERM);
+    QVERIFY(program.waitForEnd());
+    QVERIFY(!filesIn(todayDirectory(), QStringLiteral("*.mp4")).isEmpty());
+    QVERIFY(QDir(elsewhere.path()).isEmpty());
 }
 
 QTEST_GUILESS_MAIN(TestProgram)

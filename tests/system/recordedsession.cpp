@@ -1,5 +1,7 @@
 #include "system/recordedsession.h"
 
+#include "support/commandoutput.h"
+
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusReply>
@@ -13,14 +15,6 @@ namespace RecordedSession
 namespace
 {
 const QString schema = QStringLiteral("com.tavel.yestermark");
-
-QString outputOf(const QString &program, const QStringList &arguments)
-{
-    QProcess process;
-    process.start(program, arguments);
-    process.waitForFinished();
-    return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
-}
 } // namespace
 
 Program::Program()
