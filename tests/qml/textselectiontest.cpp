@@ -86,7 +86,8 @@ QStringList textByModel(const QVector<QRectF> &boxes, const SelectionDrag &drag)
         texts.append(lettersBetween(lines.at(i).text, boxes.at(i).width(),
                                     selectionPart(boxes.at(i), drag)));
     }
-    return texts;
+    const bool isAnyMarked = texts.count(QString()) < texts.size();
+    return isAnyMarked ? texts : QStringList();
 }
 } // namespace
 

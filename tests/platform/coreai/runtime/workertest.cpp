@@ -219,9 +219,10 @@ void WorkerTest::aRegionOvertakesAQueueOf50Frames()
     }
     QTRY_VERIFY(bench.answers.count() >= 2);
     session.switchTo(1);
+    const std::string part = encoded(session.screen().copy(0, 0, 400, 300));
     const int before = bench.answers.count();
     const int reads = bench.counts.reads;
-    bench.read(Bench::region, 51, encoded(session.screen().copy(0, 0, 400, 300)));
+    bench.read(Bench::region, 51, part);
     QTRY_VERIFY(bench.answers.count() > before + 1);
     const std::vector<std::uint64_t> requests = bench.answers.requests();
     const auto place = std::find(requests.begin(), requests.end(), 51) - requests.begin();
@@ -351,7 +352,7 @@ void WorkerTest::anEmbeddingDoesNotWaitForALineThatTakesSeconds()
     asked.start();
     bench.embed(3, encoded(session.screen(), "JPEG"));
     QTRY_COMPARE(bench.answers.count(), 2);
-    QVERIFY(asked.elapsed() < 2000); // the line takes three seconds
+    QVERIFY(asked.elapsed() < bench.counts.readMilliseconds);
     QCOMPARE(bench.answers.at(1).request, std::uint64_t(3));
     QCOMPARE(bench.answers.vector(1).size(), std::size_t(1024));
     QTRY_COMPARE_WITH_TIMEOUT(bench.answers.count(), 3, 20000);
@@ -408,7 +409,7 @@ void WorkerTest::aFrameThatWaitsForAnotherIsGivenMoreTime()
     bench.embed(2, picture);
     QTRY_COMPARE(bench.answers.count(), 1);
     QVERIFY(asked.elapsed() >= Deadline::overdueWithNothing.count());
-    QVERIFY(asked.elapsed() < 2000); // the line takes three seconds
+    QVERIFY(asked.elapsed() < bench.counts.readMilliseconds);
     QCOMPARE(bench.answers.at(0).request, std::uint64_t(2));
     QCOMPARE(bench.answers.vector(0).size(), std::size_t(1024));
     bench.counts.readMilliseconds = 0;
