@@ -63,7 +63,7 @@ public:
     void hide(const std::vector<std::int64_t> &rowIds);
 
     /// Overwrites hidden rows. What a failure or a kill leaves readable is overwritten when the
-    /// file is next opened.
+    /// file is next opened; behind a card that a full disk cut in two, when it is next built anew.
     void wipe(const std::vector<std::int64_t> &rowIds);
 
     MatrixSnapshot snapshot() const;

@@ -102,6 +102,18 @@ QStringList readingOf(const QVector<QByteArray> &frames)
     const bool all = QTest::qWaitFor([&] { return recorder.count() == frames.size(); }, patience);
     return all ? recorder.answers() : QStringList();
 }
+
+/// Opens a session and asks for the vector of a text in it.
+bool askForAVector(coreai::ChannelProcess &client)
+{
+    coreai::Message opening;
+    opening.session = 1;
+    opening.request = std::uint64_t(coreai::SessionKind::Embedding);
+    coreai::Message question = opening;
+    question.type = coreai::MessageType::EmbedText;
+    return client.channel().send(opening) == coreai::Channel::Sending::Sent &&
+           client.channel().send(question) == coreai::Channel::Sending::Sent;
+}
 } // namespace
 
 class RuntimeProcessTest : public QObject
@@ -222,12 +234,7 @@ void RuntimeProcessTest::bothProcessesGoWithAKilledClient()
     // Only the sockets tell them: the client gets no chance to say goodbye.
     coreai::ChannelProcess client;
     QVERIFY(client.start(coreai::runtimeProgram()));
-    coreai::Message message;
-    message.session = 1;
-    message.request = std::uint64_t(coreai::SessionKind::Embedding);
-    QVERIFY(client.channel().send(message) == coreai::Channel::Sending::Sent);
-    message.type = coreai::MessageType::EmbedText;
-    QVERIFY(client.channel().send(message) == coreai::Channel::Sending::Sent);
+    QVERIFY(askForAVector(client));
     const pid_t process = client.processId();
     QTRY_COMPARE_WITH_TIMEOUT(childrenOf(process).size(), std::size_t(1), patience);
     const pid_t engines = childrenOf(process).front();
@@ -249,12 +256,7 @@ void RuntimeProcessTest::stuckEnginesGoWithAKilledRuntime()
     coreai::ChannelProcess client;
     QVERIFY(client.start({RUNTIME_PROGRAM, "--engines", engines.toStdString(), "--models",
                           m_models.path().toStdString()}));
-    coreai::Message message;
-    message.session = 1;
-    message.request = std::uint64_t(coreai::SessionKind::Embedding);
-    QVERIFY(client.channel().send(message) == coreai::Channel::Sending::Sent);
-    message.type = coreai::MessageType::EmbedText;
-    QVERIFY(client.channel().send(message) == coreai::Channel::Sending::Sent);
+    QVERIFY(askForAVector(client));
     const auto isAnswered = [&client] {
         coreai::Message answer;
         return client.channel().receive(answer) == coreai::Channel::Receiving::Received &&
