@@ -48,8 +48,14 @@ Status StoredCollection::open()
     }
     std::shared_ptr<MatrixFile> matrix =
         MatrixFile::open(m_path, m_layout, head(m_generation), rowIds, greatest);
-    if (!matrix || matrix->deadRows() > rowIds.size() / DEAD_SHARE + DEAD_ALLOWED) {
-        return rebuild();
+    const bool isWornOut = !matrix || matrix->hasTornCard() ||
+                           matrix->deadRows() > rowIds.size() / DEAD_SHARE + DEAD_ALLOWED;
+    if (isWornOut) {
+        // Without room for another one the searches run over what there is.
+        const Status rebuilt = rebuild();
+        if (rebuilt.IsOk() || !matrix) {
+            return rebuilt;
+        }
     }
     const std::lock_guard<std::mutex> lock(m_matrixMutex);
     m_matrix = std::move(matrix);

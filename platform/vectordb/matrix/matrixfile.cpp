@@ -36,6 +36,23 @@ bool writeAll(int file, const void *data, std::size_t bytes, std::size_t offset)
     return true;
 }
 
+bool readAll(int file, char *to, std::size_t bytes, std::size_t offset)
+{
+    while (bytes > 0) {
+        const ssize_t got = pread(file, to, bytes, static_cast<off_t>(offset));
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got <= 0) {
+            return false;
+        }
+        to += got;
+        offset += static_cast<std::size_t>(got);
+        bytes -= static_cast<std::size_t>(got);
+    }
+    return true;
+}
+
 FileHead sealed(FileHead head)
 {
     const std::size_t start = offsetof(FileHead, version);
@@ -116,12 +133,22 @@ bool MatrixFile::adopt(const std::vector<std::int64_t> &rowIds, std::int64_t gre
     if (!mapSegments()) {
         return false;
     }
-    const std::size_t room = m_segments->size() * SEGMENT_ROWS;
     std::vector<std::int64_t> gone; // deleted, but not yet wiped when the process ended
     std::size_t matched = 0;
     std::int64_t previous = 0;
-    for (; m_rows < room && m_layout.isCard(card(m_rows)); ++m_rows) {
-        const RowHead row = MatrixLayout::head(card(m_rows));
+    std::vector<char> cards;
+    for (const std::size_t room = m_segments->size() * SEGMENT_ROWS; m_rows < room; ++m_rows) {
+        const std::size_t slot = m_rows % SEGMENT_ROWS;
+        if (slot == 0 && !readCards(m_rows, cards)) {
+            return false;
+        }
+        const char *read = cards.data() + m_layout.card(slot);
+        if (!m_layout.isCard(read)) {
+            m_hasTornCard =
+                std::any_of(read, read + m_layout.cardBytes(), [](char byte) { return byte != 0; });
+            break;
+        }
+        const RowHead row = MatrixLayout::head(read);
         if (row.rowId <= previous || row.rowId > greatest) {
             break;
         }
@@ -132,7 +159,7 @@ bool MatrixFile::adopt(const std::vector<std::int64_t> &rowIds, std::int64_t gre
         }
         matched += isStored ? 1 : 0;
         m_dead += row.isDead() ? 1 : 0;
-        (*m_segments)[m_rows / SEGMENT_ROWS]->setAlive(m_rows % SEGMENT_ROWS, !row.isDead());
+        (*m_segments)[m_rows / SEGMENT_ROWS]->setAlive(slot, !row.isDead());
         if (!isStored && row.death != WIPED) {
             gone.push_back(row.rowId);
         }
@@ -143,6 +170,14 @@ bool MatrixFile::adopt(const std::vector<std::int64_t> &rowIds, std::int64_t gre
     hide(gone);
     wipe(gone);
     return true;
+}
+
+// Read, not looked at in the mapping: where a full disk has no page for a hole, that would be a
+// signal.
+bool MatrixFile::readCards(std::size_t first, std::vector<char> &cards) const
+{
+    cards.resize(SEGMENT_ROWS * m_layout.cardBytes());
+    return readAll(m_file, cards.data(), cards.size(), startOf(first) + m_layout.card(0));
 }
 
 std::unique_ptr<MatrixFile> MatrixFile::openReadOnly(const std::string &path,

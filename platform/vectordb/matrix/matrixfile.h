@@ -63,7 +63,7 @@ public:
     void hide(const std::vector<std::int64_t> &rowIds);
 
     /// Overwrites hidden rows. What a failure or a kill leaves readable is overwritten when the
-    /// file is next opened; behind a card that a full disk cut in two, when it is next built anew.
+    /// file is next opened, or has hasTornCard() true then.
     void wipe(const std::vector<std::int64_t> &rowIds);
 
     MatrixSnapshot snapshot() const;
@@ -77,11 +77,16 @@ public:
     std::size_t deadRows() const { return m_dead; }
     std::size_t livingRows() const { return m_rows - m_dead; }
 
+    /// Whether a full disk cut a card in two: rows behind it, deleted ones, may still be readable
+    /// in the file, which is to be built anew.
+    bool hasTornCard() const { return m_hasTornCard; }
+
 private:
     MatrixFile(int file, const MatrixLayout &layout) : m_file(file), m_layout(layout) {}
 
     bool mapSegments();
     bool adopt(const std::vector<std::int64_t> &rowIds, std::int64_t greatest);
+    bool readCards(std::size_t first, std::vector<char> &cards) const;
     void adoptWholeRows();
     Status addSegment();
     std::size_t find(std::int64_t rowId) const;
@@ -100,5 +105,6 @@ private:
     std::size_t m_rows = 0;
     std::size_t m_staged = 0;
     std::size_t m_dead = 0;
+    bool m_hasTornCard = false;
 };
 } // namespace VectorDB

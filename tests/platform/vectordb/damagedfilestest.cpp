@@ -89,6 +89,8 @@ private Q_SLOTS:
     void deletedRowsAreWipedFromEveryFile();
     void aDeletionWithoutRoomIsWipedLater();
     void aDeletionAfterOneWithoutRoomIsWiped();
+    void rowsBehindATornCardAreWiped_data();
+    void rowsBehindATornCardAreWiped();
     void aFailedPreparationIsNotKept();
     void manyDeletionsAreCompacted();
 
@@ -406,6 +408,44 @@ void DamagedFilesTest::aDeletionAfterOneWithoutRoomIsWiped()
     }
     QVERIFY(insert(*database, markedRows(DIMENSION, LAST + 1, LAST + 100)).IsOk());
     QCOMPARE(erase(*database, LAST + 1, LAST + 100), 100);
+    QCOMPARE(marksIn(m_directory->path()), 0);
+}
+
+void DamagedFilesTest::rowsBehindATornCardAreWiped_data()
+{
+    QTest::addColumn<bool>("hasRoom");
+    QTest::newRow("room for a new file") << true;
+    QTest::newRow("no room: what is left can be searched") << false;
+}
+
+// As a full disk leaves the file in the middle of a deletion: one card cut in two, the rows behind
+// it untouched.
+void DamagedFilesTest::rowsBehindATornCardAreWiped()
+{
+    QFETCH(bool, hasRoom);
+    constexpr long KEPT = 1500;
+    constexpr long LAST = KEPT + 100;
+    {
+        const auto database = open(m_directory->path(), DIMENSION);
+        QVERIFY(insert(*database, rowsFrom(1, KEPT)).IsOk());
+        QVERIFY(insert(*database, markedRows(DIMENSION, KEPT + 1, LAST)).IsOk());
+    }
+    const QString matrix = matrixFile(m_directory->path());
+    const QByteArray before = contentOf(matrix);
+    QCOMPARE(erase(*open(m_directory->path(), DIMENSION), KEPT + 1, LAST),
+             static_cast<int>(LAST - KEPT));
+    write(matrix, before);
+    constexpr int SECOND_SEGMENT = HEAD + CARDS + CODES + FLOATS;
+    flip(matrix, SECOND_SEGMENT + (KEPT - 1024) * CARD + CARD / 2, CARD / 2);
+    if (!hasRoom) {
+        const FileSizeLimit limit(600000); // too little for a new file
+        const auto database = open(m_directory->path(), DIMENSION);
+        QVERIFY(database);
+        QCOMPARE(search(*database, randomVector(DIMENSION, 1), 10000).ids.size(),
+                 static_cast<std::size_t>(KEPT));
+        return;
+    }
+    check(rowsFrom(1, KEPT));
     QCOMPARE(marksIn(m_directory->path()), 0);
 }
 
