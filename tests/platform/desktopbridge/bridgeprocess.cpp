@@ -20,6 +20,11 @@ QDBusMessage call(const QString &method, const QVariantList &arguments, const QD
     return bus.call(message);
 }
 
+QString errorOf(const QDBusMessage &reply)
+{
+    return reply.type() == QDBusMessage::ErrorMessage ? reply.errorName() : QString();
+}
+
 uint ownerOf(const QString &name, const QDBusConnection &bus)
 {
     const QDBusReply<uint> reply = bus.interface()->servicePid(name);

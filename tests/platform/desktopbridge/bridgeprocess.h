@@ -16,6 +16,9 @@ extern const QString SCREEN_SAVER;   ///< org.vesk.ScreenSaver
 QDBusMessage call(const QString &method, const QVariantList &arguments = {},
                   const QDBusConnection &bus = QDBusConnection::sessionBus());
 
+/// The error's name; empty if the call went well.
+QString errorOf(const QDBusMessage &reply);
+
 /// Process id of the owner of @p name; 0 if nobody owns it.
 uint ownerOf(const QString &name, const QDBusConnection &bus = QDBusConnection::sessionBus());
 

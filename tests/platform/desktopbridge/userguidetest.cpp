@@ -35,11 +35,6 @@ QDBusMessage showGuide(const QString &application,
     return bus.call(message);
 }
 
-QString errorOf(const QDBusMessage &reply)
-{
-    return reply.type() == QDBusMessage::ErrorMessage ? reply.errorName() : QString();
-}
-
 QByteArray contentOf(const QString &path)
 {
     QFile file(path);
@@ -176,7 +171,7 @@ void UserGuideTest::pageOpensInTheUsersLanguage()
     m_environment.insert(variable, locale);
     m_environment.insert(QStringLiteral("LANGUAGE"), list);
     startBridge();
-    QCOMPARE(errorOf(showGuide(APPLICATION)), QString());
+    QCOMPARE(Bridge::errorOf(showGuide(APPLICATION)), QString());
     QTRY_VERIFY_WITH_TIMEOUT(!opened().isEmpty(), PATIENCE);
     QCOMPARE(opened(), QStringLiteral(BUILD_FOLDER "/share/tavel-ai-yestermark/help/") + page);
     QVERIFY(QFileInfo(opened()).size() > 4000);
@@ -187,7 +182,7 @@ void UserGuideTest::viewerThatIsOnlyGioIsAskedToOpen()
     const QString folder = m_folder->filePath(QStringLiteral("bin/"));
     QVERIFY(QFile::rename(folder + QStringLiteral("xdg-open"), folder + QStringLiteral("gio")));
     startBridge();
-    QCOMPARE(errorOf(showGuide(APPLICATION)), QString());
+    QCOMPARE(Bridge::errorOf(showGuide(APPLICATION)), QString());
     QTRY_VERIFY_WITH_TIMEOUT(!opened().isEmpty(), PATIENCE);
     QVERIFY2(opened().startsWith(QLatin1String("open /")), qPrintable(opened()));
 }
@@ -208,9 +203,9 @@ void UserGuideTest::unknownIdIsAnError()
     QFETCH(QString, id);
     startBridge();
     const QDBusMessage reply = showGuide(id);
-    QCOMPARE(errorOf(reply), QDBusError::errorString(QDBusError::InvalidArgs));
+    QCOMPARE(Bridge::errorOf(reply), QDBusError::errorString(QDBusError::InvalidArgs));
     QVERIFY(reply.errorMessage().contains(QLatin1Char('"') + id + QLatin1Char('"')));
-    QCOMPARE(errorOf(showGuide(APPLICATION)), QString());
+    QCOMPARE(Bridge::errorOf(showGuide(APPLICATION)), QString());
     QTRY_VERIFY_WITH_TIMEOUT(!opened().isEmpty(), PATIENCE);
     QCOMPARE(opened().count(QLatin1String(".html")), 1); // nothing was opened for the other id
 }
@@ -219,7 +214,7 @@ void UserGuideTest::withoutAViewerTheCallIsAnError()
 {
     m_environment.insert(QStringLiteral("PATH"), m_folder->filePath(QStringLiteral("empty")));
     startBridge();
-    QCOMPARE(errorOf(showGuide(APPLICATION)), QDBusError::errorString(QDBusError::Failed));
+    QCOMPARE(Bridge::errorOf(showGuide(APPLICATION)), QDBusError::errorString(QDBusError::Failed));
 }
 
 void UserGuideTest::objectOfTheScreenSaverHasTheSamePath()
@@ -246,7 +241,7 @@ void UserGuideTest::busStartsTheGuideAfterAKill()
     for (const QString &name : {guideName(), Bridge::WINDOW_MANAGER, Bridge::SCREEN_SAVER}) {
         QTRY_COMPARE_WITH_TIMEOUT(Bridge::ownerOf(name), 0U, PATIENCE);
     }
-    QCOMPARE(errorOf(showGuide(QStringLiteral("tavel-calculator"))),
+    QCOMPARE(Bridge::errorOf(showGuide(QStringLiteral("tavel-calculator"))),
              QDBusError::errorString(QDBusError::InvalidArgs));
     const uint second = Bridge::ownerOf(guideName());
     QVERIFY(second != 0 && second != first);
@@ -264,7 +259,7 @@ void UserGuideTest::desktopWithServicesOfItsOwnRefusesAtOnce()
     QDBusConnection bus = QDBusConnection::sessionBus();
     QVERIFY(bus.registerService(Bridge::WINDOW_MANAGER));
     QVERIFY(bus.registerService(Bridge::SCREEN_SAVER));
-    const QString error = errorOf(showGuide(APPLICATION));
+    const QString error = Bridge::errorOf(showGuide(APPLICATION));
     QVERIFY2(error.startsWith(QLatin1String("org.freedesktop.DBus.Error.Spawn")),
              qPrintable(error));
     bus.unregisterService(Bridge::WINDOW_MANAGER);
@@ -353,7 +348,7 @@ void UserGuideTest::withoutARuntimeFolderTheNameIsTaken()
 {
     m_environment.remove(QStringLiteral("XDG_RUNTIME_DIR"));
     startBridge();
-    QCOMPARE(errorOf(showGuide(APPLICATION)), QString());
+    QCOMPARE(Bridge::errorOf(showGuide(APPLICATION)), QString());
 }
 
 QTEST_GUILESS_MAIN(UserGuideTest)

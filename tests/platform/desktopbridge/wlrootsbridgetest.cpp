@@ -22,11 +22,6 @@ constexpr int TILE = 16;
 constexpr int LONG = 10000;
 constexpr int SILENCE = 1400; // more than the second in which a signal would come
 
-QString errorOf(const QDBusMessage &reply)
-{
-    return reply.type() == QDBusMessage::ErrorMessage ? reply.errorName() : QString();
-}
-
 QString backendOf(const QDBusConnection &bus)
 {
     const QDBusInterface facts(Bridge::WINDOW_MANAGER, QStringLiteral("/Bridge"),
@@ -93,7 +88,7 @@ void WlrootsBridgeTest::cleanup()
 void WlrootsBridgeTest::terminalIsSeenAsGrimSeesIt()
 {
     NEED_SWAY();
-    QCOMPARE(errorOf(Bridge::call(QStringLiteral("getActiveWindowPid"))), QString());
+    QCOMPARE(Bridge::errorOf(Bridge::call(QStringLiteral("getActiveWindowPid"))), QString());
     QCOMPARE(backendOf(QDBusConnection::sessionBus()), QStringLiteral("wlroots"));
     const QImage empty = PipeReader::picture(0);
     QCOMPARE(empty.size(), SCREEN_SIZE);
@@ -143,7 +138,8 @@ void WlrootsBridgeTest::thresholdOnTheScreen()
     QFETCH(int, tiles);
     WaylandPainter painter;
     QVERIFY(painter.showWindow());
-    QCOMPARE(errorOf(Bridge::call(QStringLiteral("setContentChangeThreshold"), {90.0})), QString());
+    QCOMPARE(Bridge::errorOf(Bridge::call(QStringLiteral("setContentChangeThreshold"), {90.0})),
+             QString());
     QCOMPARE(PipeReader::picture(0), painter.canvas());
     QTest::qWait(SILENCE);
     m_rates.clear();
@@ -162,7 +158,8 @@ void WlrootsBridgeTest::stillScreenCostsNothing()
     NEED_SWAY();
     WaylandPainter painter;
     QVERIFY(painter.showWindow());
-    QCOMPARE(errorOf(Bridge::call(QStringLiteral("setContentChangeThreshold"), {90.0})), QString());
+    QCOMPARE(Bridge::errorOf(Bridge::call(QStringLiteral("setContentChangeThreshold"), {90.0})),
+             QString());
     QCOMPARE(PipeReader::picture(0), painter.canvas());
     QTest::qWait(SILENCE);
     const uint process = Bridge::ownerOf(Bridge::WINDOW_MANAGER);
@@ -196,7 +193,8 @@ void WlrootsBridgeTest::endsWithTheCompositor()
     QVERIFY(sway.isRunning());
     BridgeProcess bridge;
     QVERIFY(bridge.waitForName(Bridge::WINDOW_MANAGER));
-    QCOMPARE(errorOf(Bridge::call(QStringLiteral("setContentChangeThreshold"), {90.0})), QString());
+    QCOMPARE(Bridge::errorOf(Bridge::call(QStringLiteral("setContentChangeThreshold"), {90.0})),
+             QString());
     QCOMPARE(PipeReader::picture(0).size(), SCREEN_SIZE);
     sway.kill();
     QVERIFY(bridge.process().waitForFinished(LONG));
@@ -213,15 +211,15 @@ void WlrootsBridgeTest::compositorThatLetsNobodySee()
     BridgeProcess bridge({QStringLiteral("--backend"), QStringLiteral("wlroots")});
     QVERIFY(bridge.waitForName(Bridge::WINDOW_MANAGER));
     const QDBusMessage reply = Bridge::call(QStringLiteral("getActiveWindowPid"));
-    QCOMPARE(errorOf(reply), failed);
+    QCOMPARE(Bridge::errorOf(reply), failed);
     QVERIFY2(reply.errorMessage().contains(QStringLiteral("wlr-screencopy")),
              qPrintable(reply.errorMessage()));
     QCOMPARE(backendOf(QDBusConnection::sessionBus()), QStringLiteral("null"));
     PipeReader reader;
-    QCOMPARE(errorOf(reader.call(0)), failed);
+    QCOMPARE(Bridge::errorOf(reader.call(0)), failed);
     QCOMPARE(reader.readAll(), QByteArray());
     QVERIFY(reader.sawEnd());
-    QCOMPARE(errorOf(Bridge::call(QStringLiteral("setContentChangeThreshold"), {90.0})),
+    QCOMPARE(Bridge::errorOf(Bridge::call(QStringLiteral("setContentChangeThreshold"), {90.0})),
              QDBusError::errorString(QDBusError::NotSupported));
 }
 
