@@ -52,7 +52,7 @@ Status StoredCollection::open()
                            matrix->deadRows() > rowIds.size() / DEAD_SHARE + DEAD_ALLOWED;
     if (isWornOut) {
         // Without room for another one the searches run over what there is.
-        const Status rebuilt = rebuild();
+        Status rebuilt = rebuild();
         if (rebuilt.IsOk() || !matrix) {
             return rebuilt;
         }
