@@ -2,6 +2,7 @@
 // real.
 
 #include "database/databasemanager.h"
+#include "database/daytext.h"
 #include "database/storedhistory.h"
 #include "support/fakeclock.h"
 #include "support/logcapture.h"
@@ -10,9 +11,13 @@
 #include "video/videocomposer.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QSemaphore>
 #include <QSignalSpy>
 #include <QTest>
+
+#include <algorithm>
+#include <functional>
 
 using CaptureFixture::filesIn;
 using CaptureFixture::storedRows;
@@ -35,7 +40,19 @@ QString quoted(const QString &text)
 {
     return QLatin1Char('"') + text + QLatin1Char('"');
 }
+/// Of this process; also those that have been removed.
+int openFilesNamed(const QString &name)
+{
+    const QFileInfoList descriptors =
+        QDir(QStringLiteral("/proc/self/fd")).entryInfoList(QDir::Files | QDir::System);
+    return static_cast<int>(
+        std::count_if(descriptors.begin(), descriptors.end(), [&name](const QFileInfo &file) {
+            return file.symLinkTarget().contains(name);
+        }));
+}
 } // namespace
+
+Q_DECLARE_METATYPE(std::function<void(ScreenHistoryTracker &)>)
 
 class TestHistoryDeletion : public TrackerFixture
 {
@@ -56,6 +73,8 @@ private Q_SLOTS:
     void rowsWithoutAVideoNameAreNoObstacle();
     void theOpenBatchIsDroppedAndItsOlderFramesBecomeAVideo();
     void aBatchErasedFromItsFirstFrameNeverComesBack();
+    void anErasedVideoIsNotKeptOpen_data();
+    void anErasedVideoIsNotKeptOpen();
     void videosThatWaitForTheEncoderAreErasedAsIfTheyStood();
     void aVideoThatWaitsForTheEncoderGoesWithItsDirectory_data();
     void aVideoThatWaitsForTheEncoderGoesWithItsDirectory();
@@ -308,6 +327,33 @@ void TestHistoryDeletion::aBatchErasedFromItsFirstFrameNeverComesBack()
     QCOMPARE(StoredHistory::files(), QStringList());
     QCOMPARE(StoredHistory::rows(), QStringList());
     QCOMPARE(StoredHistory::vectors(), QStringList());
+}
+
+void TestHistoryDeletion::anErasedVideoIsNotKeptOpen_data()
+{
+    QTest::addColumn<std::function<void(ScreenHistoryTracker &)>>("erase");
+    const auto row = [](const char *name, std::function<void(ScreenHistoryTracker &)> erase) {
+        QTest::newRow(name) << std::move(erase);
+    };
+    row("everything", [](ScreenHistoryTracker &tracker) { tracker.deleteScreenShotData(AllTime); });
+    row("a range", [](ScreenHistoryTracker &tracker) { tracker.deleteScreenShotData(LastHour); });
+    row("its day", [](ScreenHistoryTracker &tracker) {
+        tracker.deleteDataAtDate(DayText::ofDate(QDate::currentDate()));
+    });
+}
+
+void TestHistoryDeletion::anErasedVideoIsNotKeptOpen()
+{
+    QFETCH(std::function<void(ScreenHistoryTracker &)>, erase);
+    StoredHistory::store(
+        {m_now.addSecs(-1200), 1}); // of a range the first video is cut, not removed
+    const QString video = StoredHistory::store({m_now.addSecs(-600), 3});
+    start();
+    QVERIFY(!m_tracker->getImageFromVideoFile(video, 2).isNull());
+    QCOMPARE(openFilesNamed(video), 1);
+    erase(*m_tracker);
+    QVERIFY(!QFile::exists(pathOf(video)));
+    QCOMPARE(openFilesNamed(video), 0);
 }
 
 void TestHistoryDeletion::handOver()

@@ -36,6 +36,7 @@ private Q_SLOTS:
     void aLineThatCannotBeReadIsToldFromOneWithoutText();
     void aMissingProgramFailsQuickly();
     void aProgramThatAppearsAfterAPauseIsUsed();
+    void questionsDoNotProlongAPause();
     void ofSeveralLinesNoneIsTriedInAPause();
     void aStuckProcessIsGivenUp();
     void aSilentEndIsNoHang();
@@ -184,6 +185,20 @@ void EngineProcessTest::aProgramThatAppearsAfterAPauseIsUsed()
     // Calls meanwhile do not make it longer.
     QTRY_VERIFY_WITH_TIMEOUT(engines.readLine(line(100)).has_value(), 10000);
     QCOMPARE(engines.pause().count(), 0);
+}
+
+void EngineProcessTest::questionsDoNotProlongAPause()
+{
+    using namespace std::chrono_literals;
+    const QTemporaryDir folder;
+    const QString program = folder.filePath(QStringLiteral("engines"));
+    LogCapture log;
+    EngineProcess engines({program.toStdString()}, EngineProcess::usualPatience, 200ms);
+    QVERIFY(engines.ofQuery("one").empty());
+    QVERIFY(engines.ofQuery("two").empty());
+    QVERIFY(engines.pause() > 0ms);
+    QVERIFY(QFile::link(QStringLiteral(ENGINE_PROGRAM), program));
+    QTRY_VERIFY_WITH_TIMEOUT(!engines.ofQuery("three").empty(), 10000);
 }
 
 void EngineProcessTest::ofSeveralLinesNoneIsTriedInAPause()
