@@ -24,6 +24,7 @@ private Q_SLOTS:
     void barsNarrowerThanTheIconShowNone();
     void handleIsDragged();
     void pillIsDragged();
+    void aPageUnderAHeldButtonShowsNoPreview();
     void pillShowsThePreviewUnderThePointer();
     void hoverFormIsClampedToTheList();
     void keysStepTheSlider();
@@ -321,10 +322,29 @@ void AxisPointerTest::pillIsDragged()
     auto *handle = pages.axis("upIndicator").value<QQuickItem *>();
     QCOMPARE(pill->x() + 4, handle->x() + handle->width() / 2); // both share one position
     QVERIFY(!pages.axis("previewImgVisible").toBool());
+    pages.calls.take();
     pages.hover(pages.onAxis(date + 502)); // so little that the pointer is on the pill again
-    QTRY_COMPARE(pages.indicator(), date + 502);
+    QTRY_COMPARE(pages.calls.calls(), QStringList(shownCall(0, 502, id + 2)));
+    QCOMPARE(pages.indicator(), date + 502);
     QVERIFY(!pages.axis("previewImgVisible").toBool());
     QTest::mouseRelease(&pages.view, Qt::LeftButton, {}, pages.onAxis(date + 502));
+}
+
+void AxisPointerTest::aPageUnderAHeldButtonShowsNoPreview()
+{
+    PagesFixture pages;
+    open(&pages);
+    const QPoint place = pages.onAxis(dateWidth(pages) + 100);
+    pages.hover(place);
+    QTRY_VERIFY(pages.axis("previewImgVisible").toBool());
+    QTest::mousePress(&pages.view, Qt::LeftButton, {}, place);
+    pages.calls.take();
+    pages.callAxis("nextPage");
+    QVERIFY(!pages.axis("previewImgVisible").toBool());
+    QCOMPARE(pages.calls.take().filter(QStringLiteral("showPreviewImageItem")), QStringList());
+    QTest::mouseRelease(&pages.view, Qt::LeftButton, {}, place);
+    pages.callAxis("nextPage");
+    QVERIFY(pages.axis("previewImgVisible").toBool());
 }
 
 void AxisPointerTest::pillShowsThePreviewUnderThePointer()
