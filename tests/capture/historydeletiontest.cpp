@@ -332,8 +332,9 @@ void TestHistoryDeletion::aBatchErasedFromItsFirstFrameNeverComesBack()
 void TestHistoryDeletion::anErasedVideoIsNotKeptOpen_data()
 {
     QTest::addColumn<std::function<void(ScreenHistoryTracker &)>>("erase");
-    const auto row = [](const char *name, std::function<void(ScreenHistoryTracker &)> erase) {
-        QTest::newRow(name) << std::move(erase);
+    const auto row = [](const char *name,
+                        const std::function<void(ScreenHistoryTracker &)> &erase) {
+        QTest::newRow(name) << erase;
     };
     row("everything", [](ScreenHistoryTracker &tracker) { tracker.deleteScreenShotData(AllTime); });
     row("a range", [](ScreenHistoryTracker &tracker) { tracker.deleteScreenShotData(LastHour); });
