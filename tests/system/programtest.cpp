@@ -204,11 +204,13 @@ void TestProgram::aKeyWrittenFromOutsideStartsAndPausesRecording()
     QVERIFY(program.waitForLog(QStringLiteral("ScreenHistoryTracker setRecordingMemory to false")));
     const qint64 pausedAt = QDateTime::currentSecsSinceEpoch();
     QTest::qWait(4000);
-    // One more change may still take a frame; its row may come later.
+    // One more change may still take a frame, late on a busy machine; its row may come later.
     const QVector<ScreenShotData> rows = storedRows();
-    QVERIFY(std::none_of(rows.begin(), rows.end(), [pausedAt](const ScreenShotData &row) {
-        return row.realTime > pausedAt + 1;
-    }));
+    const auto takenLater =
+        std::count_if(rows.begin(), rows.end(), [pausedAt](const ScreenShotData &row) {
+            return row.realTime > pausedAt;
+        });
+    QVERIFY2(takenLater <= 1, qPrintable(QString::number(takenLater)));
 }
 
 void TestProgram::aStoredFrameNewerThanTheClockSwitchesRecordingOff()

@@ -154,7 +154,8 @@ void WaylandClientTest::theDesktopTellsOfTheWindow()
 {
     QVERIFY(m_program.bytesAvailable() > 0 || m_program.waitForReadyRead(waitMs));
     const QByteArray log = m_program.peek(m_program.bytesAvailable());
-    QVERIFY(!log.contains("No window can be raised"));
+    // A compositor that has not answered "yet" is asked again.
+    QVERIFY(!log.contains("No window can be raised or minimised:"));
 }
 
 void WaylandClientTest::theMinimiseButtonMinimisesAndASecondStartRaises()
