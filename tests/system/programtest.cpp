@@ -45,12 +45,12 @@ private Q_SLOTS:
     void theCacheVariableMovesNothing();
 
 private:
-    static bool waitForRows(int count, int milliseconds = 20000);
+    static bool waitForRows(int count);
 };
 
-bool TestProgram::waitForRows(int count, int milliseconds)
+bool TestProgram::waitForRows(int count)
 {
-    return QTest::qWaitFor([count] { return storedRows().size() >= count; }, milliseconds);
+    return QTest::qWaitFor([count] { return storedRows().size() >= count; }, 20000);
 }
 
 void TestProgram::initTestCase()
@@ -240,7 +240,7 @@ void TestProgram::recordingGoesOnAfterTheBridgeWasKilled()
         QVERIFY(bridge != 0);
         QCOMPARE(::kill(static_cast<pid_t>(bridge), SIGKILL), 0);
         const int before = storedRows().size();
-        QVERIFY(waitForRows(before + 2, 6000));
+        QVERIFY(waitForRows(before + 2));
     }
 }
 
