@@ -38,6 +38,8 @@ MonthScan::~MonthScan()
     for (const std::unique_ptr<QThread> &thread : m_threads) {
         thread->wait();
     }
+    // A thread sanitizer does not see the toolkit's wait for a thread that has ended already.
+    const std::lock_guard afterAll(m_mutex);
 }
 
 void MonthScan::work()
