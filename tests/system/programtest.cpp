@@ -207,9 +207,8 @@ void TestProgram::aKeyWrittenFromOutsideStartsAndPausesRecording()
     // One more change may still take a frame, late on a busy machine; its row may come later.
     const QVector<ScreenShotData> rows = storedRows();
     const auto takenLater =
-        std::count_if(rows.begin(), rows.end(), [pausedAt](const ScreenShotData &row) {
-            return row.realTime > pausedAt;
-        });
+        std::count_if(rows.begin(), rows.end(),
+                      [pausedAt](const ScreenShotData &row) { return row.realTime > pausedAt; });
     QVERIFY2(takenLater <= 1, qPrintable(QString::number(takenLater)));
 }
 
