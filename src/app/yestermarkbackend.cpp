@@ -25,7 +25,7 @@ YestermarkBackend::YestermarkBackend(QObject *parent) : QObject(parent)
 
 YestermarkBackend::~YestermarkBackend()
 {
-    m_view.clearPage(); // the page goes before what it is bound to
+    m_view.setSource(QUrl()); // the page goes before what it is bound to
 }
 
 void YestermarkBackend::connectStoredFrames()

@@ -2,14 +2,6 @@
 
 #include <QKeyEvent>
 
-void YestermarkView::clearPage()
-{
-    setSource(QUrl());
-    if (sceneGraphBackend() == QLatin1String("software")) {
-        grabWindow(); // that renderer frees textures with its next frame or never
-    }
-}
-
 bool YestermarkView::event(QEvent *event)
 {
     if (event->type() == QEvent::Close) {

@@ -11,9 +11,6 @@ class YestermarkView : public QQuickView
 public:
     using QQuickView::QQuickView;
 
-    /// Takes the page off, and the textures of its pictures with it.
-    void clearPage();
-
 Q_SIGNALS:
     /// Somebody, such as the window manager, asked the window to close.
     void confirmQuit();
