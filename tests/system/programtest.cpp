@@ -50,7 +50,8 @@ private:
 
 bool TestProgram::waitForRows(int count)
 {
-    return QTest::qWaitFor([count] { return storedRows().size() >= count; }, 20000);
+    constexpr int waitMs = 20000; // two frames took more than six seconds beside a build
+    return QTest::qWaitFor([count] { return storedRows().size() >= count; }, waitMs);
 }
 
 void TestProgram::initTestCase()
