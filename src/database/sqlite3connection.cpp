@@ -27,9 +27,14 @@ int denyEverything(void *, int, const char *, const char *, const char *, const 
     return SQLITE_DENY;
 }
 
-int waitForLock(void *, int waitsBefore)
+// The time is measured: on a busy machine a short sleep takes several times as long as asked for.
+int waitForLock(void *lockWait, int waitsBefore)
 {
-    if (waitsBefore >= LONGEST_WAIT_MS / WAIT_STEP_MS || StoppableScan::isToStop()) {
+    auto *wait = static_cast<QElapsedTimer *>(lockWait);
+    if (waitsBefore == 0) {
+        wait->start();
+    }
+    if (wait->hasExpired(LONGEST_WAIT_MS) || StoppableScan::isToStop()) {
         return 0;
     }
     sqlite3_sleep(WAIT_STEP_MS);
@@ -83,7 +88,7 @@ int SQLite3Connection::openReadOnly(const QByteArray &path, bool isUnchanging)
 // connection as good as any.
 void SQLite3Connection::setUp(const QByteArray &path)
 {
-    sqlite3_busy_handler(m_handle, waitForLock, nullptr);
+    sqlite3_busy_handler(m_handle, waitForLock, &m_lockWait);
     sqlite3_exec(m_handle, SORT_IN_MEMORY, nullptr, nullptr, nullptr);
     if (staysMapped(path)) {
         sqlite3_exec(m_handle, READ_FROM_MEMORY, nullptr, nullptr, nullptr);

@@ -4,6 +4,7 @@
 // guards the handle.
 
 #include <QByteArray>
+#include <QElapsedTimer>
 
 struct sqlite3;
 
@@ -40,4 +41,5 @@ private:
     void setUp(const QByteArray &path);
 
     sqlite3 *m_handle = nullptr;
+    QElapsedTimer m_lockWait; // of the statement that runs; guarded by the handle's mutex
 };

@@ -75,6 +75,33 @@ private:
     QProcess m_process;
 };
 
+// A machine so busy that SQLite's sleeps take twenty times as long as asked for.
+class LateSleeps
+{
+public:
+    LateSleeps()
+        : m_system(sqlite3_vfs_find(nullptr))
+        , m_late(*m_system)
+    {
+        m_late.zName = "late";
+        m_late.xSleep = [](sqlite3_vfs *, int microseconds) {
+            QThread::usleep(20 * static_cast<unsigned long>(microseconds));
+            return microseconds;
+        };
+        sqlite3_vfs_register(&m_late, 1);
+    }
+    ~LateSleeps()
+    {
+        sqlite3_vfs_unregister(&m_late);
+        sqlite3_vfs_register(m_system, 1);
+    }
+    Q_DISABLE_COPY_MOVE(LateSleeps)
+
+private:
+    sqlite3_vfs *m_system;
+    sqlite3_vfs m_late;
+};
+
 QStringList days(const QVector<ScreenShotData> &found)
 {
     QStringList result;
@@ -99,6 +126,7 @@ private Q_SLOTS:
     void aRowIsSavedOnceALockIsGone();
     void aReadWaitsUntilALockIsGone();
     void aLockThatStaysFailsTheStatementAndLosesThatRowOnly();
+    void aLockIsWaitedForNoLongerWhereSleepsEndLate();
     void aSearchThatWaitsForALockCanBeStopped();
 
 private:
@@ -283,6 +311,20 @@ void SearchFaultsTest::aLockThatStaysFailsTheStatementAndLosesThatRowOnly()
     QCOMPARE(query(march(), "SELECT frame_index_of_video FROM screenshots ORDER BY id;"),
              (QStringList{"1", "3"}));
     QCOMPARE(value(march(), "PRAGMA integrity_check;"), QStringLiteral("ok"));
+}
+
+void SearchFaultsTest::aLockIsWaitedForNoLongerWhereSleepsEndLate()
+{
+    OcrScreenshotDatabase store;
+    QVERIFY(store.saveScreenshotData(frame("2024-03-10 10:00:00", 1)));
+    Locker locker(march(), 600000);
+    const LateSleeps lateSleeps;
+    QElapsedTimer clock;
+    clock.start();
+    QVERIFY(!store.saveScreenshotData(frame("2024-03-10 10:00:05", 2)));
+    QVERIFY(clock.elapsed() >= 5000);
+    QVERIFY(clock.elapsed() < 50000); // sleeps counted instead of measured would make it 100 s
+    QVERIFY(locker.isHeld());
 }
 
 void SearchFaultsTest::aSearchThatWaitsForALockCanBeStopped()
