@@ -1,6 +1,7 @@
 #include "database/sqlite3connection.h"
 
 #include "database/likefunction.h"
+#include "database/lockwait.h"
 #include "database/stoppablescan.h"
 
 #include <linux/magic.h>
@@ -10,12 +11,6 @@
 
 namespace
 {
-// Another process, such as a backup or a database browser, may hold a lock for seconds. A row must
-// not be lost to that, and a read must not come back empty, so both wait. Past five seconds the
-// main thread has stood still for long enough, and the statement fails.
-constexpr int LONGEST_WAIT_MS = 5000;
-constexpr int WAIT_STEP_MS = 5;
-
 // The first is as much as SQLite maps at most: reads of up to 2 GB of a file take no copy and no
 // system call. The sorter of a search over everything would otherwise write recognised text to the
 // system's directory for temporary files.
@@ -25,20 +20,6 @@ constexpr char SORT_IN_MEMORY[] = "PRAGMA temp_store=MEMORY;";
 int denyEverything(void *, int, const char *, const char *, const char *, const char *)
 {
     return SQLITE_DENY;
-}
-
-// The time is measured: on a busy machine a short sleep takes several times as long as asked for.
-int waitForLock(void *lockWait, int waitsBefore)
-{
-    auto *wait = static_cast<QElapsedTimer *>(lockWait);
-    if (waitsBefore == 0) {
-        wait->start();
-    }
-    if (wait->hasExpired(LONGEST_WAIT_MS) || StoppableScan::isToStop()) {
-        return 0;
-    }
-    sqlite3_sleep(WAIT_STEP_MS);
-    return 1;
 }
 
 // A file system behind a process or a network can go away, and with it the mapped pages: touching
@@ -88,7 +69,7 @@ int SQLite3Connection::openReadOnly(const QByteArray &path, bool isUnchanging)
 // connection as good as any.
 void SQLite3Connection::setUp(const QByteArray &path)
 {
-    sqlite3_busy_handler(m_handle, waitForLock, &m_lockWait);
+    sqlite3_busy_timeout(m_handle, LockWait::WITHIN_A_CALL_MS);
     sqlite3_exec(m_handle, SORT_IN_MEMORY, nullptr, nullptr, nullptr);
     if (staysMapped(path)) {
         sqlite3_exec(m_handle, READ_FROM_MEMORY, nullptr, nullptr, nullptr);

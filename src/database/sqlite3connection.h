@@ -4,7 +4,6 @@
 // guards the handle.
 
 #include <QByteArray>
-#include <QElapsedTimer>
 
 struct sqlite3;
 
@@ -16,10 +15,11 @@ public:
     Q_DISABLE_COPY_MOVE(SQLite3Connection)
 
     /// Opens the file at @p path in the file system's encoding, making it if it is missing, and
-    /// sets the connection up: statements wait up to five seconds for another process's lock, reads
-    /// are memory-mapped where the file system allows it, LIKE is our own, and a StoppableScan can
-    /// end early. To be called once. Gives SQLite's result code; after a failure the handle, if
-    /// there is one, still tells the reason. A @p fileSystem is one that SQLite was told of.
+    /// sets the connection up: calls wait a moment for another process's lock (a LockWait makes
+    /// more of it), reads are memory-mapped where the file system allows it, LIKE is our own, and a
+    /// StoppableScan can end early. To be called once. Gives SQLite's result code; after a failure
+    /// the handle, if there is one, still tells the reason. A @p fileSystem is one that SQLite was
+    /// told of.
     int open(const QByteArray &path, const char *fileSystem = nullptr);
 
     /// The same for a file that is only looked at: it is neither made nor changed, and nothing is
@@ -41,5 +41,4 @@ private:
     void setUp(const QByteArray &path);
 
     sqlite3 *m_handle = nullptr;
-    QElapsedTimer m_lockWait; // of the statement that runs; guarded by the handle's mutex
 };

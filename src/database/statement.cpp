@@ -1,5 +1,6 @@
 #include "database/statement.h"
 
+#include "database/lockwait.h"
 #include "database/sqlite3connection.h"
 
 #include <sqlite3.h>
@@ -22,6 +23,11 @@ public:
 private:
     sqlite3_mutex *m_mutex;
 };
+
+bool isFailure(int result)
+{
+    return result != SQLITE_OK && result != SQLITE_ROW && result != SQLITE_DONE;
+}
 } // namespace
 
 void Statement::Finalizer::operator()(sqlite3_stmt *statement) const
@@ -32,11 +38,8 @@ void Statement::Finalizer::operator()(sqlite3_stmt *statement) const
 Statement::Statement(const SQLite3Connection *connection, const char *sql)
     : m_handle(connection ? connection->handle() : nullptr)
 {
-    const HandleLock lock(m_handle);
     sqlite3_stmt *statement = nullptr;
-    if (sqlite3_prepare_v2(m_handle, sql, -1, &statement, nullptr) != SQLITE_OK) {
-        m_error = sqlite3_errmsg(m_handle);
-    }
+    callUntilUnlocked([&] { return sqlite3_prepare_v2(m_handle, sql, -1, &statement, nullptr); });
     m_statement.reset(statement);
 }
 
@@ -57,11 +60,19 @@ void Statement::bindInt64(int position, qint64 value)
 
 int Statement::step()
 {
-    const HandleLock lock(m_handle);
-    const int result = sqlite3_step(m_statement.get());
-    if (result != SQLITE_ROW && result != SQLITE_DONE) {
-        m_error = sqlite3_errmsg(m_handle);
-    }
+    return callUntilUnlocked([this] { return sqlite3_step(m_statement.get()); });
+}
+
+template <class Call>
+int Statement::callUntilUnlocked(const Call &call)
+{
+    LockWait wait;
+    int result = SQLITE_OK;
+    do {
+        const HandleLock lock(m_handle);
+        result = call();
+        m_error = isFailure(result) ? QByteArray(sqlite3_errmsg(m_handle)) : QByteArray();
+    } while (wait.isToGoOn(result));
     return result;
 }
 

@@ -15,8 +15,8 @@ struct sqlite3_stmt;
 class Statement
 {
 public:
-    /// Prepares @p sql. A null @p connection, or one whose file could not be opened, gives a
-    /// statement that is not prepared.
+    /// Prepares @p sql, as step() waiting for another process's lock. A null @p connection, or one
+    /// whose file could not be opened, gives a statement that is not prepared.
     Statement(const SQLite3Connection *connection, const char *sql);
 
     bool isPrepared() const { return m_statement != nullptr; }
@@ -27,7 +27,8 @@ public:
     void bindInt(int position, quint32 value);
     void bindInt64(int position, qint64 value);
 
-    /// SQLITE_ROW, SQLITE_DONE or an error code, also for a statement that is not prepared.
+    /// SQLITE_ROW, SQLITE_DONE or an error code, also for a statement that is not prepared. While
+    /// another process has the file locked this waits, up to LockWait::LONGEST_MS.
     int step();
 
     /// Values of the current row, columns counted from 0. NULL reads as an empty text or 0.
@@ -42,6 +43,9 @@ private:
     struct Finalizer {
         void operator()(sqlite3_stmt *statement) const;
     };
+
+    template <class Call>
+    int callUntilUnlocked(const Call &call);
 
     sqlite3 *m_handle;
     std::unique_ptr<sqlite3_stmt, Finalizer> m_statement;

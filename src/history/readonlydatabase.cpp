@@ -1,5 +1,6 @@
 #include "history/readonlydatabase.h"
 
+#include "database/lockwait.h"
 #include "database/sqlite3connection.h"
 #include "history/namelessfiles.h"
 
@@ -50,6 +51,16 @@ bool isBusy(int result)
     return primaryCode == SQLITE_BUSY || primaryCode == SQLITE_LOCKED;
 }
 
+int stepUntilUnlocked(sqlite3_backup *copy, int pages)
+{
+    LockWait wait;
+    int result = SQLITE_OK;
+    do {
+        result = sqlite3_backup_step(copy, pages);
+    } while (wait.isToGoOn(result));
+    return result;
+}
+
 /// The result code of a backup.
 int copyByParts(sqlite3 *from, sqlite3 *to)
 {
@@ -60,7 +71,7 @@ int copyByParts(sqlite3 *from, sqlite3 *to)
     int part = PAGES_OF_PART;
     int copied = 0;
     int result = SQLITE_OK;
-    while ((result = sqlite3_backup_step(copy, part)) == SQLITE_OK) {
+    while ((result = stepUntilUnlocked(copy, part)) == SQLITE_OK) {
         copied += part;
         if (copied / GREATEST_DETOUR > sqlite3_backup_pagecount(copy) + PAGES_OF_PART) {
             part = -1;

@@ -17,6 +17,7 @@
 #include <cstdio>
 #include <memory>
 #include <unistd.h>
+#include <vector>
 
 #include <sqlite3.h>
 
@@ -34,12 +35,16 @@ const QString PREPARE_FAILED = QStringLiteral("Error preparing statement: ");
 const QString STEP_FAILED = QStringLiteral("Error executing statement: ");
 const QString LOCKED = QStringLiteral("database is locked");
 
-// Keeps everybody else from a database for some milliseconds, or until it is killed.
-int holdLock(const char *path, int milliseconds)
+// What another process does with a database.
+constexpr char WRITE[] = "BEGIN EXCLUSIVE;";                        // keeps everybody out
+constexpr char READ[] = "BEGIN; SELECT count(*) FROM screenshots;"; // keeps writers from their end
+
+// Does so for some milliseconds, or until it is killed.
+int holdLock(const char *path, int milliseconds, const char *sql)
 {
     sqlite3 *handle = nullptr;
     if (sqlite3_open(path, &handle) != SQLITE_OK ||
-        sqlite3_exec(handle, "BEGIN EXCLUSIVE;", nullptr, nullptr, nullptr) != SQLITE_OK) {
+        sqlite3_exec(handle, sql, nullptr, nullptr, nullptr) != SQLITE_OK) {
         return 1;
     }
     std::puts("locked");
@@ -52,10 +57,11 @@ int holdLock(const char *path, int milliseconds)
 class Locker
 {
 public:
-    Locker(const QString &path, int milliseconds)
+    Locker(const QString &path, int milliseconds, const char *sql = WRITE)
     {
         m_process.start(QCoreApplication::applicationFilePath(),
-                        {QString::fromLatin1(HOLD_LOCK), path, QString::number(milliseconds)},
+                        {QString::fromLatin1(HOLD_LOCK), path, QString::number(milliseconds),
+                         QString::fromLatin1(sql)},
                         QIODevice::ReadOnly);
         if (!m_process.waitForReadyRead(20000)) {
             qFatal("the lock was not taken");
@@ -79,9 +85,7 @@ private:
 class LateSleeps
 {
 public:
-    LateSleeps()
-        : m_system(sqlite3_vfs_find(nullptr))
-        , m_late(*m_system)
+    LateSleeps() : m_system(sqlite3_vfs_find(nullptr)), m_late(*m_system)
     {
         m_late.zName = "late";
         m_late.xSleep = [](sqlite3_vfs *, int microseconds) {
@@ -124,9 +128,11 @@ private Q_SLOTS:
     void aFileCutShortWhileItIsOpenIsAnErrorNotACrash();
     void aReadOnlyFileIsReadAndLosesNothing();
     void aRowIsSavedOnceALockIsGone();
+    void aRowIsSavedOnceAReaderIsThrough();
     void aReadWaitsUntilALockIsGone();
     void aLockThatStaysFailsTheStatementAndLosesThatRowOnly();
     void aLockIsWaitedForNoLongerWhereSleepsEndLate();
+    void statementsOfSeveralThreadsWaitForALockAtTheSameTime();
     void aSearchThatWaitsForALockCanBeStopped();
 
 private:
@@ -288,6 +294,17 @@ void SearchFaultsTest::aRowIsSavedOnceALockIsGone()
     QCOMPARE(value(march(), COUNT), QStringLiteral("1"));
 }
 
+void SearchFaultsTest::aRowIsSavedOnceAReaderIsThrough()
+{
+    OcrScreenshotDatabase store;
+    QVERIFY(store.saveScreenshotData(frame("2024-03-10 10:00:00", 1)));
+    Locker locker(march(), 3000, READ);
+    QVERIFY(store.saveScreenshotData(frame("2024-03-10 10:00:05", 2)));
+    QVERIFY(!m_log->contains(QtDebugMsg, LOCKED));
+    QCOMPARE(value(march(), COUNT), QStringLiteral("2"));
+    QCOMPARE(value(march(), "PRAGMA integrity_check;"), QStringLiteral("ok"));
+}
+
 void SearchFaultsTest::aReadWaitsUntilALockIsGone()
 {
     saveThreeMonths(1);
@@ -327,6 +344,27 @@ void SearchFaultsTest::aLockIsWaitedForNoLongerWhereSleepsEndLate()
     QVERIFY(locker.isHeld());
 }
 
+void SearchFaultsTest::statementsOfSeveralThreadsWaitForALockAtTheSameTime()
+{
+    OcrScreenshotDatabase store;
+    const ScreenShotData stored = frame("2024-03-10 10:00:00", 1);
+    QVERIFY(store.saveScreenshotData(stored));
+    Locker locker(march(), 600000);
+    QElapsedTimer clock;
+    clock.start();
+    std::vector<std::unique_ptr<QThread>> readers;
+    for (int reader = 0; reader < 3; ++reader) {
+        readers.emplace_back(QThread::create([&] { store.updateScreenshotOCRText(stored); }));
+        readers.back()->start();
+    }
+    QVERIFY(!store.saveScreenshotData(frame("2024-03-10 10:00:05", 2)));
+    for (const std::unique_ptr<QThread> &reader : readers) {
+        QVERIFY(reader->wait(60000));
+    }
+    QVERIFY(clock.elapsed() < 10000); // one after the other: 20 s, of which the frame waits 5 to 20
+    QVERIFY(locker.isHeld());
+}
+
 void SearchFaultsTest::aSearchThatWaitsForALockCanBeStopped()
 {
     saveThreeMonths(1);
@@ -348,8 +386,8 @@ void SearchFaultsTest::aSearchThatWaitsForALockCanBeStopped()
 
 int main(int argc, char *argv[])
 {
-    if (argc == 4 && qstrcmp(argv[1], HOLD_LOCK) == 0) {
-        return holdLock(argv[2], std::atoi(argv[3]));
+    if (argc == 5 && qstrcmp(argv[1], HOLD_LOCK) == 0) {
+        return holdLock(argv[2], std::atoi(argv[3]), argv[4]);
     }
     QCoreApplication application(argc, argv);
     SearchFaultsTest test;

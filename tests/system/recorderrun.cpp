@@ -3,6 +3,7 @@
 #include "capture/capturefixture.h"
 #include "support/pictures.h"
 
+#include <QDebug>
 #include <QDir>
 #include <QFile>
 #include <QHash>
@@ -13,12 +14,27 @@
 namespace
 {
 constexpr int answerMs = 60000;
+
+QString logFile()
+{
+    return QDir::homePath() + QStringLiteral("/recorder.log");
 }
+
+QByteArray lastLines(const QString &path)
+{
+    constexpr qint64 bytes = 2000;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    file.seek(std::max<qint64>(0, file.size() - bytes));
+    return file.readAll();
+}
+} // namespace
 
 RecorderRun::RecorderRun(const QDateTime &moment, quint32 pid, const QStringList &options)
 {
-    m_process.setStandardErrorFile(QDir::homePath() + QStringLiteral("/recorder.log"),
-                                   QIODevice::Append);
+    m_process.setStandardErrorFile(logFile(), QIODevice::Append);
     m_process.start(QStringLiteral(HISTORYRECORDER),
                     QStringList{QString::number(moment.toSecsSinceEpoch()), QString::number(pid)} +
                         options);
@@ -57,7 +73,13 @@ int RecorderRun::frames() const
 bool RecorderRun::waitForFrames(int frames)
 {
     const int wanted = this->frames() + frames;
-    return QTest::qWaitFor([this, wanted] { return this->frames() >= wanted; }, answerMs);
+    if (QTest::qWaitFor([this, wanted] { return this->frames() >= wanted; }, answerMs)) {
+        return true;
+    }
+    qWarning() << "of the frames waited for came" << this->frames() - wanted + frames << "of"
+               << frames << "and the recorder" << m_process.state() << m_process.exitStatus()
+               << "has told:" << lastLines(logFile());
+    return false;
 }
 
 void RecorderRun::tell(const QString &line)
