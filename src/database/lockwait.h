@@ -9,6 +9,8 @@
 
 #include <QElapsedTimer>
 
+#include <atomic>
+
 class LockWait
 {
 public:
@@ -19,10 +21,22 @@ public:
     /// of other processes out meanwhile, so that it gets its turn.
     static constexpr int WITHIN_A_CALL_MS = 100;
 
+    /// What the waits for one file know of each other: whether the last one was in vain.
+    using Memory = std::atomic<bool>;
+
+    /// After a wait in vain the next ones end at once, until a step finds the file free: a dozen
+    /// texts that are ready to be stored would otherwise hold the main thread for a minute. A null
+    /// @p memory has none.
+    explicit LockWait(Memory *memory) : m_memory(memory) {}
+
     /// Whether a call that gave @p result, any of SQLite's codes, is to be made again. Sleeps some
     /// milliseconds if so. False at once in a StoppableScan that is to stop.
     bool isToGoOn(int result);
 
 private:
+    bool isOver();
+    void remember(bool wasInVain);
+
+    Memory *m_memory;
     QElapsedTimer m_clock; ///< from the first call that found the file locked
 };

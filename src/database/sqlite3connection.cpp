@@ -1,7 +1,6 @@
 #include "database/sqlite3connection.h"
 
 #include "database/likefunction.h"
-#include "database/lockwait.h"
 #include "database/stoppablescan.h"
 
 #include <linux/magic.h>

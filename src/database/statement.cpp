@@ -1,6 +1,5 @@
 #include "database/statement.h"
 
-#include "database/lockwait.h"
 #include "database/sqlite3connection.h"
 
 #include <sqlite3.h>
@@ -37,6 +36,7 @@ void Statement::Finalizer::operator()(sqlite3_stmt *statement) const
 
 Statement::Statement(const SQLite3Connection *connection, const char *sql)
     : m_handle(connection ? connection->handle() : nullptr)
+    , m_lockMemory(connection ? connection->lockMemory() : nullptr)
 {
     sqlite3_stmt *statement = nullptr;
     callUntilUnlocked([&] { return sqlite3_prepare_v2(m_handle, sql, -1, &statement, nullptr); });
@@ -66,7 +66,7 @@ int Statement::step()
 template <class Call>
 int Statement::callUntilUnlocked(const Call &call)
 {
-    LockWait wait;
+    LockWait wait(m_lockMemory);
     int result = SQLITE_OK;
     do {
         const HandleLock lock(m_handle);

@@ -3,6 +3,8 @@
 // stack, and shorter-lived than its connection. Thread: the one that made it; other threads may use
 // the same connection meanwhile. It logs nothing: each caller has its own required texts.
 
+#include "database/lockwait.h"
+
 #include <QByteArray>
 #include <QString>
 
@@ -28,7 +30,7 @@ public:
     void bindInt64(int position, qint64 value);
 
     /// SQLITE_ROW, SQLITE_DONE or an error code, also for a statement that is not prepared. While
-    /// another process has the file locked this waits, up to LockWait::LONGEST_MS.
+    /// another process has the file locked this waits, as long as LockWait tells.
     int step();
 
     /// Values of the current row, columns counted from 0. NULL reads as an empty text or 0.
@@ -48,6 +50,7 @@ private:
     int callUntilUnlocked(const Call &call);
 
     sqlite3 *m_handle;
+    LockWait::Memory *m_lockMemory; ///< the connection's
     std::unique_ptr<sqlite3_stmt, Finalizer> m_statement;
     QByteArray m_error;
 };

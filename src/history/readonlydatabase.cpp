@@ -53,7 +53,7 @@ bool isBusy(int result)
 
 int stepUntilUnlocked(sqlite3_backup *copy, int pages)
 {
-    LockWait wait;
+    LockWait wait(nullptr);
     int result = SQLITE_OK;
     do {
         result = sqlite3_backup_step(copy, pages);

@@ -132,6 +132,7 @@ private Q_SLOTS:
     void aReadWaitsUntilALockIsGone();
     void aLockThatStaysFailsTheStatementAndLosesThatRowOnly();
     void aLockIsWaitedForNoLongerWhereSleepsEndLate();
+    void afterAWaitInVainNobodyWaitsUntilTheLockIsGone();
     void statementsOfSeveralThreadsWaitForALockAtTheSameTime();
     void aSearchThatWaitsForALockCanBeStopped();
 
@@ -342,6 +343,28 @@ void SearchFaultsTest::aLockIsWaitedForNoLongerWhereSleepsEndLate()
     QVERIFY(clock.elapsed() >= 5000);
     QVERIFY(clock.elapsed() < 50000); // sleeps counted instead of measured would make it 100 s
     QVERIFY(locker.isHeld());
+}
+
+void SearchFaultsTest::afterAWaitInVainNobodyWaitsUntilTheLockIsGone()
+{
+    OcrScreenshotDatabase store;
+    const ScreenShotData stored = frame("2024-03-10 10:00:00", 1);
+    QVERIFY(store.saveScreenshotData(stored));
+    {
+        Locker locker(march(), 600000);
+        QVERIFY(!store.saveScreenshotData(frame("2024-03-10 10:00:05", 2)));
+        QElapsedTimer clock;
+        clock.start();
+        for (int text = 0; text < 10; ++text) {
+            QVERIFY(!store.updateScreenshotOCRText(stored));
+        }
+        QVERIFY(clock.elapsed() < 10000); // with a wait for each: 50 s
+        QVERIFY(locker.isHeld());
+    }
+    QVERIFY(store.saveScreenshotData(frame("2024-03-10 10:00:10", 3)));
+    Locker locker(march(), 3000); // it is waited for as ever
+    QVERIFY(store.saveScreenshotData(frame("2024-03-10 10:00:15", 4)));
+    QCOMPARE(value(march(), COUNT), QStringLiteral("3"));
 }
 
 void SearchFaultsTest::statementsOfSeveralThreadsWaitForALockAtTheSameTime()
