@@ -204,7 +204,7 @@ void TestProgram::aKeyWrittenFromOutsideStartsAndPausesRecording()
     QVERIFY(setSetting(QStringLiteral("recording-memory"), QStringLiteral("false")));
     QVERIFY(program.waitForLog(QStringLiteral("ScreenHistoryTracker setRecordingMemory to false")));
     const qint64 pausedAt = QDateTime::currentSecsSinceEpoch();
-    QTest::qWait(4000);
+    QTest::qWait(10000); // a recording that went on would store seven and more of the changes
     // One more change may still take a frame, late on a busy machine; its row may come later.
     const QVector<ScreenShotData> rows = storedRows();
     const auto takenLater =
