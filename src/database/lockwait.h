@@ -21,12 +21,11 @@ public:
     /// of other processes out meanwhile, so that it gets its turn.
     static constexpr int WITHIN_A_CALL_MS = 100;
 
-    /// What the waits for one file know of each other: whether the last one was in vain.
+    /// What the waits of a sequence of calls know of each other: whether the last was in vain.
     using Memory = std::atomic<bool>;
 
-    /// After a wait in vain the next ones end at once, until a step finds the file free: a dozen
-    /// texts that are ready to be stored would otherwise hold the main thread for a minute. A null
-    /// @p memory has none.
+    /// After a wait in vain the next ones with the same @p memory end at once, until a step finds
+    /// the file free. Null: this wait is on its own.
     explicit LockWait(Memory *memory) : m_memory(memory) {}
 
     /// Whether a call that gave @p result, any of SQLite's codes, is to be made again. Sleeps some

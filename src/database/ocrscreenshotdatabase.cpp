@@ -163,7 +163,7 @@ bool OcrScreenshotDatabase::saveScreenshotData(ScreenShotData data)
         qDebug() << "Database not initialized!";
         return false;
     }
-    Statement insert(m_currentConnection.get(), INSERT_ROW);
+    Statement insert(m_currentConnection.get(), INSERT_ROW, &m_savingLockMemory);
     if (!insert.isPrepared()) {
         qDebug() << "Error preparing statement: " << insert.errorText();
         return false;
@@ -188,7 +188,7 @@ bool OcrScreenshotDatabase::updateScreenshotOCRText(ScreenShotData data)
         qDebug() << "Database not initialized!";
         return false;
     }
-    Statement update(m_currentConnection.get(), UPDATE_TEXT);
+    Statement update(m_currentConnection.get(), UPDATE_TEXT, &m_savingLockMemory);
     if (!update.isPrepared()) {
         qDebug() << "Error preparing update statement: " << update.errorText();
         return false;

@@ -3,6 +3,7 @@
 // value. Thread: reads from any; saving, updating and deleting from one thread at a time.
 // Nothing throws: a failure is a line on the debug log and a false, a null or an empty value.
 
+#include "database/lockwait.h"
 #include "database/screenshotdata.h"
 
 #include <QFileInfoList>
@@ -119,4 +120,7 @@ private:
     mutable std::shared_ptr<const ConnectionMap> m_connections =
         std::make_shared<const ConnectionMap>();
     DataEncryptor *m_encryptor;
+    /// Frames and texts come to the main thread one by one. Where another program keeps the month
+    /// for long, a dozen texts would else hold that thread for a minute. Reading and erasing wait.
+    LockWait::Memory m_savingLockMemory{false};
 };

@@ -1,6 +1,7 @@
 #include "database/sqlite3connection.h"
 
 #include "database/likefunction.h"
+#include "database/lockwait.h"
 #include "database/stoppablescan.h"
 
 #include <linux/magic.h>

@@ -3,8 +3,6 @@
 // thread keeps its connection while the store lets go of it. Thread: any; SQLite's serialised mode
 // guards the handle.
 
-#include "database/lockwait.h"
-
 #include <QByteArray>
 
 struct sqlite3;
@@ -39,12 +37,8 @@ public:
     /// Null before open() and if SQLite had no memory for a handle.
     sqlite3 *handle() const { return m_handle; }
 
-    /// Of the waits of all statements on this connection.
-    LockWait::Memory *lockMemory() const { return &m_lockMemory; }
-
 private:
     void setUp(const QByteArray &path);
 
     sqlite3 *m_handle = nullptr;
-    mutable LockWait::Memory m_lockMemory{false};
 };

@@ -34,9 +34,9 @@ void Statement::Finalizer::operator()(sqlite3_stmt *statement) const
     sqlite3_finalize(statement);
 }
 
-Statement::Statement(const SQLite3Connection *connection, const char *sql)
-    : m_handle(connection ? connection->handle() : nullptr)
-    , m_lockMemory(connection ? connection->lockMemory() : nullptr)
+Statement::Statement(const SQLite3Connection *connection, const char *sql,
+                     LockWait::Memory *lockMemory)
+    : m_handle(connection ? connection->handle() : nullptr), m_lockMemory(lockMemory)
 {
     sqlite3_stmt *statement = nullptr;
     callUntilUnlocked([&] { return sqlite3_prepare_v2(m_handle, sql, -1, &statement, nullptr); });

@@ -18,8 +18,10 @@ class Statement
 {
 public:
     /// Prepares @p sql, as step() waiting for another process's lock. A null @p connection, or one
-    /// whose file could not be opened, gives a statement that is not prepared.
-    Statement(const SQLite3Connection *connection, const char *sql);
+    /// whose file could not be opened, gives a statement that is not prepared. Statements with one
+    /// @p lockMemory, which outlives them, do not wait again after a wait in vain.
+    Statement(const SQLite3Connection *connection, const char *sql,
+              LockWait::Memory *lockMemory = nullptr);
 
     bool isPrepared() const { return m_statement != nullptr; }
 
@@ -50,7 +52,7 @@ private:
     int callUntilUnlocked(const Call &call);
 
     sqlite3 *m_handle;
-    LockWait::Memory *m_lockMemory; ///< the connection's
+    LockWait::Memory *m_lockMemory; ///< null: each waits for itself
     std::unique_ptr<sqlite3_stmt, Finalizer> m_statement;
     QByteArray m_error;
 };

@@ -132,7 +132,7 @@ private Q_SLOTS:
     void aReadWaitsUntilALockIsGone();
     void aLockThatStaysFailsTheStatementAndLosesThatRowOnly();
     void aLockIsWaitedForNoLongerWhereSleepsEndLate();
-    void afterAWaitInVainNobodyWaitsUntilTheLockIsGone();
+    void afterAWaitInVainNothingIsSavedUntilTheLockIsGone();
     void statementsOfSeveralThreadsWaitForALockAtTheSameTime();
     void aSearchThatWaitsForALockCanBeStopped();
 
@@ -345,7 +345,7 @@ void SearchFaultsTest::aLockIsWaitedForNoLongerWhereSleepsEndLate()
     QVERIFY(locker.isHeld());
 }
 
-void SearchFaultsTest::afterAWaitInVainNobodyWaitsUntilTheLockIsGone()
+void SearchFaultsTest::afterAWaitInVainNothingIsSavedUntilTheLockIsGone()
 {
     OcrScreenshotDatabase store;
     const ScreenShotData stored = frame("2024-03-10 10:00:00", 1);
@@ -359,6 +359,9 @@ void SearchFaultsTest::afterAWaitInVainNobodyWaitsUntilTheLockIsGone()
             QVERIFY(!store.updateScreenshotOCRText(stored));
         }
         QVERIFY(clock.elapsed() < 10000); // with a wait for each: 50 s
+        clock.start();
+        QVERIFY(!store.deleteOcrDatabase(stored.realTime - 1, stored.realTime));
+        QVERIFY(clock.elapsed() >= 5000); // what is asked for by the user waits
         QVERIFY(locker.isHeld());
     }
     QVERIFY(store.saveScreenshotData(frame("2024-03-10 10:00:10", 3)));
