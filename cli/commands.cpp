@@ -50,12 +50,9 @@ QString help()
                       "2 wrong usage, 3 the history cannot be read, 4 the AI runtime is absent,\n"
                       "5 the output cannot be written.");
 }
-} // namespace
 
-int Commands::run(const QStringList &arguments)
+int runNamed(QStringList rest, Console &console)
 {
-    Console console;
-    QStringList rest = arguments;
     while (!rest.isEmpty() && rest.constFirst().startsWith(QLatin1Char('-'))) {
         const QString option = rest.takeFirst();
         if (option == QLatin1String("--json")) {
@@ -83,4 +80,16 @@ int Commands::run(const QStringList &arguments)
         return ExitStatus::Usage;
     }
     return command->run(rest, console);
+}
+} // namespace
+
+int Commands::run(const QStringList &arguments)
+{
+    Console console;
+    const int status = runNamed(arguments, console);
+    if (!Console::isDelivered()) {
+        console.fault(QStringLiteral("the standard output cannot be written"));
+        return ExitStatus::CannotWrite;
+    }
+    return status;
 }

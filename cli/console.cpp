@@ -50,6 +50,11 @@ void Console::endList()
     }
 }
 
+bool Console::isDelivered()
+{
+    return std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+}
+
 void Console::fault(const QString &text)
 {
     std::fflush(stdout); // in the order in which they were said, where both go to one place

@@ -23,6 +23,9 @@ public:
     void element(const QJsonObject &object);
     void endList();
 
+    /// Whether all that was said on the standard output has got out; it may lead into a file.
+    static bool isDelivered();
+
     /// A fault, on the standard error in either mode.
     void fault(const QString &text);
 

@@ -10,6 +10,6 @@ enum : int {
     Usage = 2,       ///< the command line is not understood
     Unreadable = 3,  ///< the store, or a part that was needed, cannot be read
     NoRuntime = 4,   ///< the on-device AI runtime is absent or gives no answer
-    CannotWrite = 5, ///< the file or directory that was asked for cannot be made
+    CannotWrite = 5, ///< the standard output, or the file or directory asked for, takes nothing
 };
 }

@@ -100,6 +100,8 @@ private Q_SLOTS:
     void closedBoxIsTold();
     void theCacheVariableMovesNothing();
     void fullOutputIsTold();
+    void standardOutputThatTakesNothingIsTold_data();
+    void standardOutputThatTakesNothingIsTold();
 
 private:
     HistoryWorld m_world;
@@ -408,6 +410,25 @@ void TestCtlFaults::fullOutputIsTold()
     const QByteArray told = process.readAllStandardOutput().trimmed();
     QVERIFY2(told.startsWith("5 "), told.constData());
     QVERIFY(!told.contains("export.json"));
+}
+
+void TestCtlFaults::standardOutputThatTakesNothingIsTold_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::newRow("text") << QStringList{"days"};
+    QTest::newRow("a list") << QStringList{"--json", "days"};
+    QTest::newRow("a document") << QStringList{"verify", "--json"};
+    QTest::newRow("the help") << QStringList{"--help"};
+}
+
+void TestCtlFaults::standardOutputThatTakesNothingIsTold()
+{
+    QFETCH(QStringList, arguments);
+    const CtlWorld ctl(m_world.home());
+    QCOMPARE(ctl.run(arguments).status, 0);
+    const CtlRun run = ctl.run(arguments, "/dev/full");
+    QCOMPARE(run.status, 5);
+    QCOMPARE(run.faults, QByteArray("yestermarkctl: the standard output cannot be written\n"));
 }
 
 QTEST_MAIN(TestCtlFaults)

@@ -42,10 +42,11 @@ QString CtlWorld::program()
     return QStringLiteral(YESTERMARKCTL);
 }
 
-CtlRun CtlWorld::run(const QStringList &arguments) const
+CtlRun CtlWorld::run(const QStringList &arguments, const QString &file) const
 {
     QProcess process;
     process.setProcessEnvironment(m_environment);
+    process.setStandardOutputFile(file);
     QEventLoop loop; // a test may answer on the session bus meanwhile
     QObject::connect(&process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), &loop,
                      &QEventLoop::quit);

@@ -27,8 +27,9 @@ public:
     /// The path of yestermarkctl.
     static QString program();
 
-    /// Runs the command and waits for its end.
-    CtlRun run(const QStringList &arguments) const;
+    /// Runs the command and waits for its end. Its standard output leads into @p file if one is
+    /// named.
+    CtlRun run(const QStringList &arguments, const QString &file = {}) const;
 
     /// What is set for the runs, beside the test's own environment.
     void set(const QString &name, const QString &value) { m_environment.insert(name, value); }
