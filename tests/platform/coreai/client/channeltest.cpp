@@ -2,8 +2,8 @@
 
 #include "coreai/protocol/channel.h"
 #include "support/logcapture.h"
+#include "support/testfiles.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QTest>
@@ -70,13 +70,6 @@ void sendRaw(int socket, const QByteArray &bytes, const std::vector<int> &descri
         std::memcpy(CMSG_DATA(control), descriptors.data(), sizeof(int) * descriptors.size());
     }
     QVERIFY(::sendmsg(socket, &packet, MSG_NOSIGNAL) >= 0);
-}
-
-int openDescriptors()
-{
-    return QDir(QStringLiteral("/proc/self/fd"))
-        .entryList(QDir::NoDotAndDotDot | QDir::Files)
-        .size();
 }
 
 int mappings()
