@@ -7,6 +7,24 @@ function(only_with_tests target)
     endif()
 endfunction()
 
+# moc_inside(TARGET): a program of one source has its meta objects made by moc alone. The
+# generator's way costs every target a step and an empty source more, a tenth of the build's time.
+function(moc_inside target)
+    get_target_property(sources ${target} SOURCES)
+    list(LENGTH sources count)
+    get_filename_component(name "${sources}" NAME_WE)
+    if(NOT count EQUAL 1 OR EXISTS "${CMAKE_CURRENT_SOURCE_DIR}/${name}.h")
+        return()
+    endif()
+    set_target_properties(${target} PROPERTIES AUTOMOC OFF AUTORCC OFF)
+    file(STRINGS "${sources}" included REGEX "^#include \"${name}\\.moc\"$")
+    if(included)
+        qt5_generate_moc("${sources}" "${CMAKE_CURRENT_BINARY_DIR}/${name}.moc")
+        target_sources(${target} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}/${name}.moc")
+        target_include_directories(${target} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}")
+    endif()
+endfunction()
+
 # yestermark_library(NAME SOURCES ... [PUBLIC libs...] [PRIVATE libs...])
 # A static library whose headers are included as <folder>/<header> by the targets that link it.
 function(yestermark_library name)
@@ -31,6 +49,7 @@ function(yestermark_test name)
         RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests"
         ENABLE_EXPORTS ON) # lets the fake clock of tests/support replace the C library's
     only_with_tests(${name})
+    moc_inside(${name})
     target_link_libraries(${name} PRIVATE test_support ${arg_LIBRARIES} Qt5::Test)
 
     set(wrapper "${PROJECT_SOURCE_DIR}/scripts/virtual-desktop" --build "${PROJECT_BINARY_DIR}")
@@ -70,6 +89,7 @@ function(yestermark_bench name)
     add_executable(${name} ${arg_SOURCES})
     set_target_properties(${name} PROPERTIES
         RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bench")
+    moc_inside(${name})
     target_link_libraries(${name} PRIVATE bench_support ${arg_LIBRARIES})
 endfunction()
 
@@ -84,6 +104,7 @@ function(yestermark_fuzzer name)
         set(arg_LONGEST 4096)
     endif()
     add_library(${name}_harness OBJECT ${arg_SOURCES})
+    moc_inside(${name}_harness)
     target_link_libraries(${name}_harness PUBLIC fuzz_support ${arg_LIBRARIES})
     only_with_tests(${name}_harness)
     if(YESTERMARK_SANITIZERS MATCHES "fuzzer-no-link")
@@ -100,6 +121,8 @@ function(yestermark_fuzzer name)
     target_link_libraries(${name}_replay PRIVATE ${name}_harness fuzz_replay)
     only_with_tests(${name}_replay)
     set_target_properties(${name}_replay PROPERTIES
+        AUTOMOC OFF
+        AUTORCC OFF
         RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests")
     add_test(NAME fuzzcorpustest-${name}
         COMMAND "${PROJECT_SOURCE_DIR}/scripts/virtual-desktop" --build "${PROJECT_BINARY_DIR}" --
