@@ -21,6 +21,9 @@ constexpr std::size_t inputLevels = 256;
 constexpr std::size_t weightLevels = 255; // as many below 0 as above it
 constexpr float leastWeight = 1e-6F;      // for a channel of zeros
 constexpr float steps = float(inputLevels - 1);
+constexpr std::size_t mostWeight = weightLevels / 2;
+// A processor without an instruction for dot products (VNNI) cuts the sum of two products off here.
+constexpr float mostOfTwoProducts = 32767;
 
 std::shared_ptr<ov::Node> scalar(float value)
 {
@@ -41,9 +44,20 @@ LayerRange withZero(LayerRange range)
     return range;
 }
 
-void roundInput(ov::Node &layer, const LayerRange &given)
+// How much further than the weights their range goes, so that no two products with zeros of the
+// input are cut off: edges and what is blank consist of them. Other pairs seldom are, and the words
+// that are read are the same; room for any pair leaves 7 bits, and an eighth more words are missed.
+float wideningOfWeights(const LayerRange &input)
 {
-    const LayerRange range = withZero(given);
+    const float zero = std::round(-input.least * steps / (input.most - input.least));
+    if (zero == 0) {
+        return 1.0F;
+    }
+    return std::max(1.0F, float(mostWeight) / std::floor(mostOfTwoProducts / (2 * zero)));
+}
+
+void roundInput(ov::Node &layer, const LayerRange &range)
+{
     layer.input(0).replace_source_output(std::make_shared<FakeQuantize>(
         layer.input_value(0), scalar(range.least), scalar(range.most), scalar(range.least),
         scalar(range.most), inputLevels));
@@ -73,11 +87,14 @@ std::vector<float> largestOfChannels(const Constant &weights, std::size_t dimens
     return largest;
 }
 
-void roundWeights(ov::Node &layer)
+void roundWeights(ov::Node &layer, float widening)
 {
     const auto weights = ov::as_type_ptr<Constant>(layer.get_input_node_shared_ptr(1));
     const std::size_t dimension = channelDimension(layer);
     std::vector<float> bounds = largestOfChannels(*weights, dimension);
+    for (float &bound : bounds) {
+        bound *= widening;
+    }
     ov::Shape spread(weights->get_shape().size(), 1);
     spread[dimension] = bounds.size();
     const auto most = Constant::create(ov::element::f32, spread, bounds);
@@ -103,8 +120,9 @@ std::size_t quantize(ov::Model &model, const std::vector<LayerRange> &ranges)
             return layer->get_friendly_name() == each.layer;
         });
         if (range != ranges.end() && range->least < range->most && hasWeights(*layer)) {
-            roundInput(*layer, *range);
-            roundWeights(*layer);
+            const LayerRange input = withZero(*range);
+            roundInput(*layer, input);
+            roundWeights(*layer, wideningOfWeights(input));
             ++rounded;
         }
     }

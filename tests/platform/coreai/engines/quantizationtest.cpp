@@ -14,6 +14,8 @@
 #include <openvino/op/matmul.hpp>
 #include <openvino/openvino.hpp>
 
+#include <limits>
+
 using namespace coreai;
 
 namespace
@@ -82,14 +84,29 @@ std::vector<float> computed(const std::shared_ptr<ov::Model> &model, std::vector
     return {output.data<float>(), output.data<float>() + output.get_size()};
 }
 
-bool isRounded(const ov::Model &model, std::size_t inputNumber)
+// What rounds an input of the layer; null where nothing does.
+const FakeQuantize *roundingOf(const ov::Model &model, std::size_t inputNumber)
 {
     for (const std::shared_ptr<ov::Node> &node : model.get_ordered_ops()) {
         if (node->get_friendly_name() == layerName) {
-            return ov::is_type<FakeQuantize>(node->get_input_node_ptr(inputNumber));
+            return ov::as_type<FakeQuantize>(node->get_input_node_ptr(inputNumber));
         }
     }
-    return false;
+    return nullptr;
+}
+
+bool isRounded(const ov::Model &model, std::size_t inputNumber)
+{
+    return roundingOf(model, inputNumber) != nullptr;
+}
+
+// The upper and lower end of what a rounding takes, of its first channel.
+std::pair<float, float> endsOf(const FakeQuantize &rounding)
+{
+    const auto end = [&](std::size_t input) {
+        return ov::as_type<Constant>(rounding.get_input_node_ptr(input))->cast_vector<float>()[0];
+    };
+    return {end(1), end(2)};
 }
 } // namespace
 
@@ -102,6 +119,8 @@ private Q_SLOTS:
     void aRoundedLayerComputesNearlyTheSame();
     void zeroStaysZero_data();
     void zeroStaysZero();
+    void twoProductsWithAZeroFitSixteenBits_data();
+    void twoProductsWithAZeroFitSixteenBits();
     void whatLiesBeyondTheRangeIsCutOff();
     void aChannelOfZerosGivesZeros();
     void layersThatTheModelLacksAreLeftOut();
@@ -157,6 +176,36 @@ void QuantizationTest::zeroStaysZero()
     QFETCH(float, most);
     const std::shared_ptr<ov::Model> model = convolution();
     quantize(*model, {{layerName, least, most}});
+    const std::vector<float> zeros(inner * rows, 0.0F);
+    QCOMPARE(computed(model, zeros), std::vector<float>(channels * rows, 0.0F));
+}
+
+void QuantizationTest::twoProductsWithAZeroFitSixteenBits_data()
+{
+    QTest::addColumn<float>("least");
+    QTest::addColumn<float>("most");
+    QTest::addColumn<int>("largestWeight");
+    QTest::newRow("zero is the first of the values") << 0.0F << 5.1F << 127;
+    QTest::newRow("the last place of a zero with whole weights") << -129.0F << 126.0F << 127;
+    QTest::newRow("the next place") << -130.0F << 125.0F << 126;
+    QTest::newRow("what rounding to the nearest would let through") << -149.0F << 106.0F << 109;
+    QTest::newRow("zero is the last of the values") << -255.0F << 0.0F << 64;
+}
+
+void QuantizationTest::twoProductsWithAZeroFitSixteenBits()
+{
+    QFETCH(float, least);
+    QFETCH(float, most);
+    QFETCH(int, largestWeight);
+    const std::shared_ptr<ov::Model> model = convolution({1, 1, 1, 1, -1, -1, 1, 1});
+    quantize(*model, {{layerName, least, most}});
+    const auto input = endsOf(*roundingOf(*model, 0));
+    const auto weights = endsOf(*roundingOf(*model, 1));
+    const int zero = qRound(-input.first * 255 / (input.second - input.first));
+    const int weight = qRound(127 / weights.second);
+    QCOMPARE(weights.first, -weights.second);
+    QCOMPARE(weight, largestWeight);
+    QVERIFY(2 * zero * weight <= std::numeric_limits<qint16>::max());
     const std::vector<float> zeros(inner * rows, 0.0F);
     QCOMPARE(computed(model, zeros), std::vector<float>(channels * rows, 0.0F));
 }
