@@ -26,7 +26,7 @@ std::string characterList(const ov::Model &model)
     return model.get_rt_info<std::string>("framework", "character");
 }
 // Integers take 0.8 times as long as the half floats of processors that have them. Beside other
-// floats, with all layers rounded, it was 0.4 to 0.5 with AVX-512 VNNI and 0.7 to 0.9 with AVX2.
+// floats it was 0.4 to 0.5 with AVX-512 VNNI, all layers rounded, and 0.7 to 0.9 with AVX2 alone.
 // They cost 0.3 s more to load and 110 MB, and read as well: of the words on five screens 1.46 %
 // were missed, 1.55 % with floats.
 bool hasHalfFloats(const ov::Core &core)
