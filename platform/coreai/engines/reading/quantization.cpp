@@ -45,8 +45,8 @@ LayerRange withZero(LayerRange range)
 }
 
 // How much further than the weights their range goes, so that no two products with zeros of the
-// input are cut off: edges and what is blank consist of them. Other pairs seldom are, and the words
-// that are read are the same; room for any pair leaves 7 bits, and an eighth more words are missed.
+// input are cut off: edges and what is blank consist of them. Other pairs seldom are, and as many
+// words are read; room for any pair leaves 7 bits, and an eighth more words are missed.
 float wideningOfWeights(const LayerRange &input)
 {
     const float zero = std::round(-input.least * steps / (input.most - input.least));
